@@ -1,0 +1,19 @@
+# SPDX-License-Identifier: MIT
+# What every target of this project is compiled with. An INTERFACE target keeps it off the installed ones.
+add_library(knotwork_settings INTERFACE)
+target_compile_features(knotwork_settings INTERFACE cxx_std_17)
+# Without this, code built for a CPU with fused multiply-add rounds differently from code built without.
+target_compile_options(knotwork_settings INTERFACE -ffp-contract=off)
+target_compile_options(knotwork_settings INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
+if(KNOTWORK_WARNINGS_AS_ERRORS)
+    target_compile_options(knotwork_settings INTERFACE -Werror)
+endif()
+if(KNOTWORK_SANITIZER)
+    target_compile_options(knotwork_settings INTERFACE
+        -fsanitize=${KNOTWORK_SANITIZER} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(knotwork_settings INTERFACE -fsanitize=${KNOTWORK_SANITIZER})
+endif()
+if(KNOTWORK_COVERAGE)
+    target_compile_options(knotwork_settings INTERFACE --coverage)
+    target_link_options(knotwork_settings INTERFACE --coverage)
+endif()
