@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+/// The seam to the base class library that a host owns. A host with the real one names its header
+/// at configure time (KNOTWORK_BASE_HEADER) and links it; everybody else gets the stand-ins.
+#ifdef KNOTWORK_BASE_HEADER
+#include KNOTWORK_BASE_HEADER
+#else
+#include "knotwork/platform/base/T4dDblMatrix.h"
+#include "knotwork/platform/base/T4dDblPoint.h"
+#include "knotwork/platform/base/Texception.h"
+#include "knotwork/platform/base/TmemoryException.h"
+#include "knotwork/platform/base/Tmetaclass.h"
+#include "knotwork/platform/base/Tstring.h"
+#include "knotwork/platform/base/TxformMatrix.h"
+#endif
