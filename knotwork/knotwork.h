@@ -2,6 +2,8 @@
 #pragma once
 
 /// Every public header of the library.
+#include "knotwork/geometry/TtupleMatrix.h"
+#include "knotwork/geometry/TtupleVector.h"
 #include "knotwork/linalg/DoubleGenMat.h"
 #include "knotwork/linalg/DoubleGenMatPick.h"
 #include "knotwork/linalg/DoubleVec.h"
