@@ -2,6 +2,7 @@
 #pragma once
 
 /// Every public header of the library.
+#include "knotwork/geometry/TnumberSequence.h"
 #include "knotwork/geometry/TtupleMatrix.h"
 #include "knotwork/geometry/TtupleVector.h"
 #include "knotwork/linalg/DoubleGenMat.h"
