@@ -1,0 +1,413 @@
+// SPDX-License-Identifier: MIT
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "knotwork/factor/detail/ColumnMajor.h"
+#include "knotwork/factor/detail/PanelLoops.h"
+#include "knotwork/factor/linpack.h"
+#include "knotwork/platform/blas.h"
+
+namespace knotwork::linpack {
+
+namespace {
+
+constexpr int kStep = 1;             // increment of every BLAS call: all vectors are columns
+constexpr int kIterationLimit = 30;  // QR steps for one value
+
+/// Singular vectors being built as columns; with count 0 there are none, and nothing is done.
+struct Vectors {
+    ColumnMajor<double> column;
+    int length;
+    int count;
+};
+
+/// What all stages share. The bidiagonal matrix has diagonal s and superdiagonal e, `size` of each.
+struct Decomposition {
+    ColumnMajor<double> X;
+    int n;
+    int p;
+    double* s;
+    double* e;
+    double* work;
+    Vectors left;
+    Vectors right;
+    int leftReflections;   // each clears a column below the diagonal
+    int rightReflections;  // each clears a row beyond the superdiagonal
+    int size;              // min(n + 1, p): a wide matrix keeps one row more than it has
+};
+
+/// Rows i .. n - 1 of columns j .. p - 1, which may be none.
+Panel panelFrom(const ColumnMajor<double>& a, int i, int j, int n, int p)
+{
+    if (i >= n || j >= p) return {a.at(0, 0), a.leading(), 0, 0};
+    return {a.at(i, j), a.leading(), n - i, p - j};
+}
+
+/// An exact factor for numbers of this magnitude that makes their squares and reciprocals safe, and
+/// gives subnormal ones all their digits for what follows. Not every linked drotg scales by itself.
+double safeScale(double magnitude)
+{
+    if (magnitude < 0x1p-400) return 0x1p+800;
+    if (magnitude > 0x1p+400) return 0x1p-700;
+    return 1.0;
+}
+
+// --- reduction to bidiagonal form ---
+
+/// Turns x into the v of the reflection I - v v^T / v(0) that sends x to sigma times the first
+/// axis, and returns sigma; 0.0 for a zero x, which stays.
+double makeReflection(int n, double* x)
+{
+    double norm = dnrm2_(&n, x, &kStep);
+    if (norm == 0.0) return 0.0;
+    const double scale = safeScale(norm);
+    if (scale != 1.0) {
+        dscal_(&n, &scale, x, &kStep);
+        norm = dnrm2_(&n, x, &kStep);
+    }
+    const double signedNorm = dsign(&norm, x);  // the sign of x(0): no cancellation below
+    const double reciprocal = 1.0 / signedNorm;
+    dscal_(&n, &reciprocal, x, &kStep);
+    x[0] += 1.0;
+    return -signedNorm / scale;
+}
+
+/// Clears column l below the diagonal; what remains on it is s(l).
+void reflectFromLeft(Decomposition& d, int l)
+{
+    double* v = d.X.at(l, l);
+    d.s[l] = makeReflection(d.n - l, v);
+    if (d.s[l] != 0.0) reflectColumns(v, panelFrom(d.X, l, l + 1, d.n, d.p));
+    if (l < d.left.count) std::copy(v, v + (d.n - l), d.left.column.at(l, l));
+}
+
+/// Clears row l beyond the superdiagonal; what remains there is e(l). The row is copied to e, whose
+/// upper part is free until then.
+void reflectFromRight(Decomposition& d, int l)
+{
+    for (int j = l + 1; j < d.p; ++j) d.e[j] = d.X(l, j);
+    double* v = d.e + l + 1;
+    d.e[l] = makeReflection(d.p - l - 1, v);
+    if (d.e[l] != 0.0) {
+        const Panel below = panelFrom(d.X, l + 1, l + 1, d.n, d.p);
+        combineColumns(below, v, d.work);
+        subtractMultiples(d.work, v, v[0], below);
+    }
+    if (l < d.right.count) std::copy(v, d.e + d.p, d.right.column.at(l + 1, l));
+}
+
+/// Leaves the bidiagonal form in s and e, and the vectors of the reflections in the columns of the
+/// singular vectors that are wanted.
+void bidiagonalise(Decomposition& d)
+{
+    const int steps = std::max(d.leftReflections, d.rightReflections);
+    for (int l = 0; l < steps; ++l) {
+        if (l < d.leftReflections) reflectFromLeft(d, l);
+        if (l < d.rightReflections) reflectFromRight(d, l);
+    }
+    const int last = d.size - 1;
+    const int nextLeft = d.leftReflections;
+    const int nextRight = d.rightReflections;
+    if (nextLeft < d.p) d.s[nextLeft] = d.X(nextLeft, nextLeft);
+    if (d.n < d.size) d.s[last] = 0.0;
+    if (nextRight < last) d.e[nextRight] = d.X(nextRight, last);
+    d.e[last] = 0.0;
+}
+
+// --- the reflections multiplied out ---
+
+void setToAxis(const Vectors& vectors, int j)
+{
+    double* x = vectors.column.column(j);
+    std::fill(x, x + vectors.length, 0.0);
+    x[j] = 1.0;
+}
+
+/// U = H(0) H(1) ... times the identity, last reflection first: the columns before l are axes
+/// still, which reflection l leaves alone.
+void generateLeft(Decomposition& d)
+{
+    const Vectors& U = d.left;
+    if (U.count == 0) return;
+    for (int j = d.leftReflections; j < U.count; ++j) setToAxis(U, j);
+    for (int l = d.leftReflections - 1; l >= 0; --l) {
+        if (d.s[l] == 0.0) {
+            setToAxis(U, l);
+            continue;
+        }
+        double* v = U.column.at(l, l);
+        reflectColumns(v, panelFrom(U.column, l, l + 1, U.length, U.count));
+        std::fill(U.column.column(l), v, 0.0);
+        for (int i = 0; i < U.length - l; ++i) v[i] = -v[i];  // the axis, reflected, is axis - v
+        v[0] += 1.0;
+    }
+}
+
+/// V likewise; a row's reflection starts one place further down, so its own column is an axis.
+void generateRight(Decomposition& d)
+{
+    const Vectors& V = d.right;
+    for (int l = V.count - 1; l >= 0; --l) {
+        if (l < d.rightReflections && d.e[l] != 0.0)
+            reflectColumns(V.column.at(l + 1, l),
+                           panelFrom(V.column, l + 1, l + 1, V.length, V.count));
+        setToAxis(V, l);
+    }
+}
+
+// --- iteration on the bidiagonal form ---
+
+struct Rotation {
+    double c;
+    double s;
+};
+
+/// The rotation that sends (a, b) to (r, 0); a becomes r.
+Rotation makeRotation(double& a, double b)
+{
+    Rotation r;
+    const double scale = safeScale(std::max(std::fabs(a), std::fabs(b)));
+    a *= scale;
+    b *= scale;
+    drotg_(&a, &b, &r.c, &r.s);
+    a /= scale;
+    return r;
+}
+
+/// Turns columns j and k. A wide matrix has one row more than U has columns, but its s is 0, so
+/// that it converges first, with rotations from the right only.
+void rotate(const Vectors& vectors, int j, int k, Rotation r)
+{
+    if (vectors.count == 0) return;
+    drot_(&vectors.length, vectors.column.column(j), &kStep, vectors.column.column(k), &kStep, &r.c,
+          &r.s);
+}
+
+void exchange(const Vectors& vectors, int j, int k)
+{
+    if (vectors.count == 0) return;
+    dswap_(&vectors.length, vectors.column.column(j), &kStep, vectors.column.column(k), &kStep);
+}
+
+/// Subnormal numbers are negligible too, for rounding could keep their rotations from ever ending;
+/// so is zero next to a NaN.
+bool isNegligible(double x, double neighbours)
+{
+    const double magnitude = std::fabs(x);
+    return neighbours + magnitude == neighbours || magnitude < std::numeric_limits<double>::min();
+}
+
+enum class Finding {
+    kConverged,   // the block is one value
+    kZeroAtEnd,   // the block's last s is 0
+    kZeroInside,  // an earlier s of the block is 0
+    kRegular
+};
+
+/// The trailing block [first, end) of the part that has not converged, and what to do with it.
+struct Block {
+    Finding finding;
+    int first;  // for kZeroInside: just behind the zero
+};
+
+/// First row of the block that ends before `end`: the superdiagonal entry above it is negligible
+/// and set to zero.
+int findBlockStart(Decomposition& d, int end)
+{
+    int first = end - 1;
+    for (; first > 0; --first) {
+        double& e = d.e[first - 1];
+        if (!isNegligible(e, std::fabs(d.s[first - 1]) + std::fabs(d.s[first]))) continue;
+        e = 0.0;
+        break;
+    }
+    return first;
+}
+
+Block classify(Decomposition& d, int end)
+{
+    const int first = findBlockStart(d, end);
+    if (first == end - 1) return {Finding::kConverged, first};
+    for (int k = end - 1; k >= first; --k) {
+        const double behind = k < end - 1 ? std::fabs(d.e[k]) : 0.0;
+        const double before = k > first ? std::fabs(d.e[k - 1]) : 0.0;
+        if (!isNegligible(d.s[k], behind + before)) continue;
+        d.s[k] = 0.0;
+        if (k == end - 1) return {Finding::kZeroAtEnd, first};
+        return {Finding::kZeroInside, k + 1};
+    }
+    return {Finding::kRegular, first};
+}
+
+/// s(end - 1) is zero: rotations from the right chase the entry above it out of the block's top.
+void deflate(Decomposition& d, int first, int end)
+{
+    double f = d.e[end - 2];
+    d.e[end - 2] = 0.0;
+    for (int k = end - 2; k >= first; --k) {
+        const Rotation r = makeRotation(d.s[k], f);
+        if (k > first) {
+            f = -r.s * d.e[k - 1];
+            d.e[k - 1] *= r.c;
+        }
+        rotate(d.right, k, end - 1, r);
+    }
+}
+
+/// s(first - 1) is zero: rotations from the left chase the entry beside it out of the block's end.
+void split(Decomposition& d, int first, int end)
+{
+    double f = d.e[first - 1];
+    d.e[first - 1] = 0.0;
+    for (int k = first; k < end; ++k) {
+        const Rotation r = makeRotation(d.s[k], f);
+        f = -r.s * d.e[k];
+        d.e[k] *= r.c;
+        rotate(d.left, k, first - 1, r);
+    }
+}
+
+/// The first column of B^T B - mu I, up to a factor. mu is the eigenvalue of the trailing 2 x 2
+/// block of B B^T nearer to its last diagonal element. All is scaled, so that squares are safe.
+void startOfStep(const Decomposition& d, int first, int end, double& f, double& g)
+{
+    const double scale =
+        std::max({std::fabs(d.s[end - 1]), std::fabs(d.s[end - 2]), std::fabs(d.e[end - 2]),
+                  std::fabs(d.s[first]), std::fabs(d.e[first])});
+    const double last = d.s[end - 1] / scale;
+    const double secondLast = d.s[end - 2] / scale;
+    const double coupling = d.e[end - 2] / scale;
+    const double top = d.s[first] / scale;
+    const double b = ((secondLast + last) * (secondLast - last) + coupling * coupling) / 2.0;
+    const double c = (last * coupling) * (last * coupling);
+    double shift = 0.0;  // last^2 - mu
+    if (b != 0.0 || c != 0.0) shift = c / (b + std::copysign(std::sqrt(b * b + c), b));
+    f = (top + last) * (top - last) + shift;
+    g = top * (d.e[first] / scale);
+}
+
+/// One implicit-shift QR step: the first rotation makes a bulge, the others chase it out.
+void qrStep(Decomposition& d, int first, int end)
+{
+    double f;
+    double g;
+    startOfStep(d, first, end, f, g);
+    for (int k = first; k < end - 1; ++k) {
+        const Rotation right = makeRotation(f, g);
+        if (k > first) d.e[k - 1] = f;
+        f = right.c * d.s[k] + right.s * d.e[k];
+        d.e[k] = right.c * d.e[k] - right.s * d.s[k];
+        g = right.s * d.s[k + 1];
+        d.s[k + 1] *= right.c;
+        rotate(d.right, k, k + 1, right);
+
+        const Rotation left = makeRotation(f, g);
+        d.s[k] = f;
+        f = left.c * d.e[k] + left.s * d.s[k + 1];
+        d.s[k + 1] = left.c * d.s[k + 1] - left.s * d.e[k];
+        g = left.s * d.e[k + 1];
+        d.e[k + 1] *= left.c;
+        rotate(d.left, k, k + 1, left);
+    }
+    d.e[end - 2] = f;
+}
+
+/// Makes s(k) positive and moves it down to its place among the values behind it.
+void settle(Decomposition& d, int k)
+{
+    if (std::signbit(d.s[k])) {
+        d.s[k] = -d.s[k];
+        if (k < d.right.count) {
+            double* x = d.right.column.column(k);
+            for (int i = 0; i < d.right.length; ++i) x[i] = -x[i];
+        }
+    }
+    for (; k + 1 < d.size && d.s[k] < d.s[k + 1]; ++k) {
+        std::swap(d.s[k], d.s[k + 1]);
+        exchange(d.left, k, k + 1);
+        exchange(d.right, k, k + 1);
+    }
+}
+
+void scaleBidiagonal(Decomposition& d, double scale)
+{
+    dscal_(&d.size, &scale, d.s, &kStep);
+    dscal_(&d.size, &scale, d.e, &kStep);
+}
+
+/// Diagonalises, with the values in order; returns how many leading values are left when the limit
+/// or a value that is not finite stops it, 0 at the end.
+int iterateLifted(Decomposition& d)
+{
+    // Deflations and splits need no limit: each clears an entry at the edge of the block, where it
+    // stays zero and separates, next to a NaN as well.
+    int steps = 0;
+    int end = d.size;
+    while (end > 0) {
+        if (steps >= kIterationLimit) return end;
+        const Block block = classify(d, end);
+        switch (block.finding) {
+            case Finding::kZeroAtEnd:
+                deflate(d, block.first, end);
+                break;
+            case Finding::kZeroInside:
+                split(d, block.first, end);
+                break;
+            case Finding::kRegular:
+                qrStep(d, block.first, end);
+                ++steps;
+                break;
+            case Finding::kConverged:
+                if (!std::isfinite(d.s[block.first])) return end;
+                settle(d, block.first);
+                steps = 0;
+                --end;
+                break;
+        }
+    }
+    return 0;
+}
+
+/// The same, for a matrix of any size: one that is tiny as a whole is scaled, which is exact.
+int iterate(Decomposition& d)
+{
+    double largest = 0.0;
+    for (int k = 0; k < d.size; ++k)
+        largest = std::max({largest, std::fabs(d.s[k]), std::fabs(d.e[k])});
+    const double lift = std::max(safeScale(largest), 1.0);
+    scaleBidiagonal(d, lift);
+    const int unconverged = iterateLifted(d);
+    scaleBidiagonal(d, 1.0 / lift);
+    return unconverged;
+}
+
+}  // namespace
+
+int dsvdc(double* x, const int* ldx, const int* n, const int* p, double* s, double* e, double* u,
+          const int* ldu, double* v, const int* ldv, double* work, const int* job, int* info)
+{
+    *info = 0;
+    if (*n < 1 || *p < 1) return 0;
+    const int leftChoice = *job / 10;
+    const int leftVectors = leftChoice == 0 ? 0 : leftChoice == 1 ? *n : std::min(*n, *p);
+    const int rightVectors = *job % 10 == 0 ? 0 : *p;
+    Decomposition d{{x, *ldx},
+                    *n,
+                    *p,
+                    s,
+                    e,
+                    work,
+                    {{u, *ldu}, *n, leftVectors},
+                    {{v, *ldv}, *p, rightVectors},
+                    std::min(*n - 1, *p),
+                    std::max(0, std::min(*p - 2, *n)),
+                    std::min(*n + 1, *p)};
+    bidiagonalise(d);
+    generateLeft(d);
+    generateRight(d);
+    *info = iterate(d);
+    return 0;
+}
+
+}  // namespace knotwork::linpack
