@@ -5,6 +5,7 @@
 #include "knotwork/geometry/TnumberSequence.h"
 #include "knotwork/geometry/TtupleMatrix.h"
 #include "knotwork/geometry/TtupleVector.h"
+#include "knotwork/factor/DoubleSVDecomp.h"
 #include "knotwork/linalg/DoubleGenMat.h"
 #include "knotwork/linalg/DoubleGenMatPick.h"
 #include "knotwork/linalg/DoubleVec.h"

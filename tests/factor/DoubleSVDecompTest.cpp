@@ -1,0 +1,337 @@
+// SPDX-License-Identifier: MIT
+#include "knotwork/factor/DoubleSVDecomp.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <utility>
+#include <vector>
+
+#include "tests/factor/MatrixChecks.h"
+
+namespace {
+
+using checks::randomMatrix;
+
+/// A member of one family of matrices: n x p, from a generator that is already seeded.
+struct Family {
+    const char* name;
+    std::function<DoubleGenMat(unsigned n, unsigned p, std::mt19937&)> make;
+    friend void PrintTo(const Family& family, std::ostream* os) { *os << family.name; }
+};
+
+DoubleGenMat rankDeficient(unsigned n, unsigned p, std::mt19937& generator)
+{
+    const unsigned rank = std::uniform_int_distribution<unsigned>(0, std::min(n, p))(generator);
+    return product(randomMatrix(n, rank, generator), randomMatrix(rank, p, generator));
+}
+
+/// Rows and columns rise or fall by 20 orders of magnitude each.
+DoubleGenMat graded(unsigned n, unsigned p, std::mt19937& generator)
+{
+    const double rowStep = (generator() % 2 == 0 ? 20.0 : -20.0) / n;
+    const double colStep = (generator() % 2 == 0 ? 20.0 : -20.0) / p;
+    DoubleGenMat a = randomMatrix(n, p, generator);
+    for (int j = 0; j < static_cast<int>(p); ++j)
+        for (int i = 0; i < static_cast<int>(n); ++i)
+            a(i, j) *= std::pow(10.0, i * rowStep + j * colStep);
+    return a;
+}
+
+DoubleGenMat fewSmallIntegers(unsigned n, unsigned p, std::mt19937& generator)
+{
+    std::discrete_distribution<int> value({1, 6, 1, 1});  // -1, 0, 1, 2: mostly zeros, many ties
+    DoubleGenMat a(n, p);
+    for (unsigned k = 0; k < n * p; ++k) a.data()[k] = value(generator) - 1.0;
+    return a;
+}
+
+DoubleGenMat bidiagonalWithZeros(unsigned n, unsigned p, std::mt19937& generator)
+{
+    DoubleGenMat a(n, p, 0.0);
+    for (const int which : {0, 1}) {
+        DoubleVec diagonal = a.diagonal(which);
+        for (int k = 0; k < static_cast<int>(diagonal.length()); ++k)
+            diagonal(k) = static_cast<double>(generator() % 3);
+    }
+    return a;
+}
+
+DoubleGenMat equalValues(unsigned n, unsigned p, std::mt19937& generator)
+{
+    DoubleGenMat q = checks::randomOrthogonal(std::max(n, p), generator);
+    q.resize(n, p);
+    return q;
+}
+
+const Family kFamilies[] = {
+    {"Dense", randomMatrix},
+    {"RankDeficient", rankDeficient},
+    {"Graded", graded},
+    {"Small", [](unsigned n, unsigned p, std::mt19937& g) { return 1e-140 * graded(n, p, g); }},
+    {"Large", [](unsigned n, unsigned p, std::mt19937& g) { return 1e140 * graded(n, p, g); }},
+    {"NearUnderflow",
+     [](unsigned n, unsigned p, std::mt19937& g) { return 1e-304 * rankDeficient(n, p, g); }},
+    {"NearOverflow",
+     [](unsigned n, unsigned p, std::mt19937& g) { return 1e300 * rankDeficient(n, p, g); }},
+    {"Subnormal",
+     [](unsigned n, unsigned p, std::mt19937& g) { return 1e-318 * randomMatrix(n, p, g); }},
+    {"SubnormalBlock",
+     [](unsigned n, unsigned p, std::mt19937& g) {
+         DoubleGenMat a = 1e-318 * randomMatrix(n, p, g);
+         a(0, 0) = 1.0;
+         return a;
+     }},
+    {"FewSmallIntegers", fewSmallIntegers},
+    {"BidiagonalWithZeros", bidiagonalWithZeros},
+    {"EqualValues", equalValues},
+    {"NegativeZero",
+     [](unsigned n, unsigned p, std::mt19937&) { return DoubleGenMat(n, p, -0.0); }},
+};
+
+/// The first columns of U, times S, times V^T: with all left vectors, the others meet zeros.
+DoubleGenMat recomposed(const DoubleSVDecomp& d)
+{
+    const DoubleVec s = d.singularValues();
+    DoubleGenMat us = d.leftVecs().copy();
+    DoubleGenMat v = d.rightVecs().copy();
+    us.resize(us.rows(), s.length());
+    v.resize(v.rows(), s.length());
+    for (int k = 0; k < static_cast<int>(s.length()); ++k) us.col(k) *= s(k);
+    return transProduct(us, v);
+}
+
+void expectDecomposition(const DoubleGenMat& a, const DoubleSVDecomp& d)
+{
+    // A subnormal number is rounded to a unit of its own, once for every operation it goes through.
+    const double unit = std::numeric_limits<double>::denorm_min() * a.rows() * a.cols() * 10;
+    const double tolerance = checks::tolerance(a);
+    const DoubleVec s = d.singularValues();
+    EXPECT_EQ(d.good(), 1);
+    EXPECT_EQ(d.numSVsFound(), static_cast<int>(std::min(a.rows(), a.cols())));
+    EXPECT_TRUE(std::is_sorted(s.data(), s.data() + s.length(), std::greater<double>()));
+    EXPECT_FALSE(
+        std::any_of(s.data(), s.data() + s.length(), [](double x) { return std::signbit(x); }));
+    EXPECT_EQ(d.eValues().length(), a.cols());
+    EXPECT_TRUE(d.eValues().isZero(0.0));
+    EXPECT_LE(checks::frobeniusNorm(a - recomposed(d)),
+              tolerance * checks::frobeniusNorm(a) + unit);
+    EXPECT_LE(checks::orthogonalityError(d.leftVecs()), tolerance);
+    EXPECT_LE(checks::orthogonalityError(d.rightVecs()), tolerance);
+}
+
+class FamilyTest : public testing::TestWithParam<Family> {};
+
+/// What a caller can see of a decomposition, in storage of its own.
+struct Snapshot {
+    explicit Snapshot(const DoubleSVDecomp& d)
+        : s(d.singularValues().copy()),
+          e(d.eValues().copy()),
+          u(d.leftVecs().copy()),
+          v(d.rightVecs().copy()),
+          found(d.numSVsFound())
+    {
+    }
+    bool operator==(const Snapshot& other) const
+    {
+        return s.length() == other.s.length() && s == other.s && e.length() == other.e.length() &&
+               e == other.e && u == other.u && v == other.v && found == other.found;
+    }
+    DoubleVec s, e;
+    DoubleGenMat u, v;
+    int found;
+};
+
+}  // namespace
+
+TEST_P(FamilyTest, ReconstructsWithOrthogonalVectors)
+{
+    constexpr unsigned kSides[] = {1, 2, 3, 4, 5, 8, 13, 21, 33};
+    for (unsigned seed = 0; seed < 4; ++seed)
+        for (const unsigned n : kSides)
+            for (const unsigned p : kSides) {
+                SCOPED_TRACE(testing::Message() << n << "x" << p << " seed " << seed);
+                std::mt19937 generator(seed);
+                const DoubleGenMat a = GetParam().make(n, p, generator);
+                const DoubleGenMat before = a.copy();
+                DoubleSVDecomp d;
+                if (seed % 2 != 0) d.computeAllLeftVecs(0);
+                d.factor(a);
+                EXPECT_EQ(d.leftVecs().cols(), seed % 2 != 0 ? std::min(n, p) : n);
+                expectDecomposition(a, d);
+                EXPECT_TRUE(a == before);
+                if (HasFailure()) return;
+            }
+}
+
+INSTANTIATE_TEST_SUITE_P(DoubleSVDecomp, FamilyTest, testing::ValuesIn(kFamilies),
+                         [](const auto& test) { return test.param.name; });
+
+TEST(DoubleSVDecompTest, FindsTheValuesAMatrixWasMadeFrom)
+{
+    std::mt19937 generator(21);
+    const double exact[] = {1000.0, 1000.0, 7.0, 1.0, 1e-3, 1e-9, 0.0};
+    constexpr unsigned kCount = 7;
+    for (const auto& [n, p] : {std::pair{7u, 7u}, {20u, 7u}, {7u, 31u}}) {
+        DoubleGenMat sigma(n, p, 0.0);
+        sigma.diagonal(0) = DoubleVec(exact, kCount);
+        const DoubleGenMat a = product(checks::randomOrthogonal(n, generator),
+                                       product(sigma, checks::randomOrthogonal(p, generator)));
+        const DoubleVec s = DoubleSVDecomp(a).singularValues();
+        ASSERT_EQ(s.length(), kCount);
+        for (int k = 0; k < static_cast<int>(kCount); ++k)
+            EXPECT_NEAR(s(k), exact[k], 2.0 * checks::tolerance(a) * checks::frobeniusNorm(a));
+    }
+}
+
+TEST(DoubleSVDecompTest, SwitchesFollowTheirTable)
+{
+    using Switch = int (DoubleSVDecomp::*)(int);
+    struct Case {
+        const char* name;
+        std::vector<std::pair<Switch, int>> calls;  // the last one is the one in question
+        int returned;
+        unsigned leftCols, rightCols;  // after a factor() of a 5 x 3 matrix; 0: not computed
+    };
+    const Switch left = &DoubleSVDecomp::computeLeftVecs;
+    const Switch all = &DoubleSVDecomp::computeAllLeftVecs;
+    const Switch right = &DoubleSVDecomp::computeRightVecs;
+    const Case cases[] = {
+        {"left, none, on", {{left, 0}, {left, 1}}, 0, 5, 3},
+        {"left, none, off", {{left, 0}, {left, 0}}, 0, 0, 3},
+        {"left, all, on", {{left, 7}}, 1, 5, 3},
+        {"left, all, off", {{left, 0}}, 1, 0, 3},
+        {"left, leading, on", {{all, 0}, {left, 1}}, 1, 3, 3},
+        {"left, leading, off", {{all, 0}, {left, 0}}, 1, 0, 3},
+        {"left, leading forgotten", {{all, 0}, {left, 0}, {left, 1}}, 0, 5, 3},
+        {"all, none, on", {{left, 0}, {all, 1}}, 0, 0, 3},
+        {"all, none, off", {{left, 0}, {all, 0}}, 0, 0, 3},
+        {"all, all, on", {{all, 1}}, 1, 5, 3},
+        {"all, all, off", {{all, 0}}, 1, 3, 3},
+        {"all, leading, on", {{all, 0}, {all, -1}}, 0, 5, 3},
+        {"all, leading, off", {{all, 0}, {all, 0}}, 0, 3, 3},
+        {"right, none, on", {{right, 0}, {right, 1}}, 0, 5, 3},
+        {"right, none, off", {{right, 0}, {right, 0}}, 0, 5, 0},
+        {"right, all, on", {{right, 2}}, 1, 5, 3},
+        {"right, all, off", {{right, 0}}, 1, 5, 0},
+        {"right is apart from left", {{left, 0}, {right, 0}}, 1, 0, 0},
+    };
+    std::mt19937 generator(22);
+    const DoubleGenMat a = randomMatrix(5, 3, generator);
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        DoubleSVDecomp d;
+        int returned = -1;
+        for (const auto& [function, on] : c.calls) returned = (d.*function)(on);
+        EXPECT_EQ(returned, c.returned);
+        d.factor(a);
+        EXPECT_EQ(d.leftVecs().cols(), c.leftCols);
+        EXPECT_EQ(d.rightVecs().cols(), c.rightCols);
+        EXPECT_EQ(d.good(), 1);
+    }
+}
+
+TEST(DoubleSVDecompTest, VectorsSwitchedOffKeepWhatTheyHeld)
+{
+    std::mt19937 generator(23);
+    DoubleSVDecomp d(randomMatrix(4, 3, generator));
+    const Snapshot before(d);
+    d.computeLeftVecs(0);
+    d.computeRightVecs(0);
+    const DoubleGenMat b = randomMatrix(6, 5, generator);
+    d.factor(b);
+    EXPECT_TRUE(d.leftVecs() == before.u);
+    EXPECT_TRUE(d.rightVecs() == before.v);
+    EXPECT_TRUE(d.singularValues() == DoubleSVDecomp(b).singularValues());
+}
+
+TEST(DoubleSVDecompTest, EmptyMatricesHaveNoValuesAndKeepTheStatus)
+{
+    std::mt19937 generator(24);
+    DoubleGenMat bad = randomMatrix(3, 3, generator);
+    bad(1, 1) = std::numeric_limits<double>::quiet_NaN();
+    for (const auto& [n, p] : {std::pair{0u, 4u}, {4u, 0u}, {0u, 0u}}) {
+        SCOPED_TRACE(testing::Message() << n << "x" << p);
+        DoubleSVDecomp fresh(DoubleGenMat(n, p, 0.0));
+        DoubleSVDecomp used(bad);
+        const int unconverged = 3 - used.numSVsFound();
+        EXPECT_GT(unconverged, 0);
+        used.factor(DoubleGenMat(n, p, 0.0));
+        EXPECT_EQ(fresh.numSVsFound(), 0);
+        EXPECT_EQ(used.numSVsFound(), -unconverged);
+        for (const DoubleSVDecomp& d : {fresh, used}) {
+            EXPECT_EQ(d.good(), 0);
+            EXPECT_EQ(d.fail(), 1);
+            EXPECT_EQ(d.singularValues().length(), 0u);
+            EXPECT_EQ(d.eValues().length(), p);
+            EXPECT_EQ(d.leftVecs().rows(), n);
+            EXPECT_EQ(d.rightVecs().cols(), p);
+        }
+    }
+    const DoubleSVDecomp unused;
+    EXPECT_EQ(unused.fail(), 1);
+    EXPECT_EQ(unused.numSVsFound(), 0);
+}
+
+TEST(DoubleSVDecompTest, WhatIsNotFiniteIsAFailureAndALaterFactorRecovers)
+{
+    std::mt19937 generator(25);
+    for (const auto& [n, p] : {std::pair{3u, 6u}, {6u, 3u}, {4u, 4u}, {1u, 1u}}) {
+        DoubleGenMat bad = randomMatrix(n, p, generator);
+        bad(0, 0) = std::numeric_limits<double>::quiet_NaN();
+        DoubleSVDecomp d(bad);
+        EXPECT_EQ(d.good(), 0);
+        EXPECT_LT(d.numSVsFound(), static_cast<int>(std::min(n, p)));
+        for (unsigned k = n + 1; k < p; ++k) EXPECT_EQ(d.eValues()(static_cast<int>(k)), 0.0);
+        const DoubleGenMat a = randomMatrix(n, p, generator);
+        d.factor(a);
+        expectDecomposition(a, d);
+    }
+}
+
+TEST(DoubleSVDecompTest, CopiesAndHandedOutResultsOutliveTheNextFactor)
+{
+    std::mt19937 generator(26);
+    for (const unsigned p : {3u, 4u, 6u}) {  // 4: the same shape again, where storage could be kept
+        DoubleSVDecomp d(randomMatrix(5, 4, generator));
+        const Snapshot before(d);
+        const DoubleSVDecomp copy(d);
+        const DoubleVec s = d.singularValues();
+        const DoubleGenMat u = d.leftVecs();
+        EXPECT_EQ(s.data(), copy.singularValues().data()) << "copies share";
+        d.factor(randomMatrix(5, p, generator));
+        EXPECT_TRUE(Snapshot(copy) == before) << p;
+        EXPECT_NE(copy.eValues().data(), d.eValues().data());  // both are zeros
+        EXPECT_TRUE(s == before.s && u == before.u) << p;
+        EXPECT_FALSE(Snapshot(d) == before) << p;
+    }
+}
+
+TEST(DoubleSVDecompTest, AssignmentCopiesIntoTheStorageThatIsThere)
+{
+    std::mt19937 generator(27);
+    DoubleSVDecomp source(randomMatrix(4, 3, generator));
+    source.computeRightVecs(0);
+    DoubleSVDecomp target(randomMatrix(4, 3, generator));
+    const DoubleVec shared = target.singularValues();
+    target = source;
+    EXPECT_TRUE(Snapshot(target) == Snapshot(source));
+    EXPECT_TRUE(shared == source.singularValues());
+    EXPECT_NE(shared.data(), source.singularValues().data());
+    EXPECT_EQ(target.computeRightVecs(0), 0) << "the choice of vectors is assigned too";
+}
+
+TEST(DoubleSVDecompTest, TakesViewsAndItsOwnResults)
+{
+    std::mt19937 generator(28);
+    const DoubleGenMat wide = randomMatrix(2, 20, generator);
+    const DoubleGenMat everySecond(wide.row(1), 5, 4);  // a view of stride 2
+    DoubleSVDecomp d(everySecond);
+    EXPECT_TRUE(Snapshot(d) == Snapshot(DoubleSVDecomp(everySecond.copy())));
+    const DoubleGenMat u = d.leftVecs().copy();
+    d.factor(d.leftVecs());
+    expectDecomposition(u, d);
+}
