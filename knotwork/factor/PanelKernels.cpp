@@ -1,0 +1,182 @@
+// SPDX-License-Identifier: MIT
+#include "knotwork/factor/PanelKernels.h"
+
+#include <cstring>
+
+// The helpers are always inlined: no vector crosses a call, so no calling convention is at stake.
+#pragma GCC diagnostic ignored "-Wpsabi"
+
+namespace knotwork {
+
+namespace {
+
+typedef double Pack __attribute__((vector_size(32)));
+constexpr std::ptrdiff_t kPack = 4;
+constexpr std::ptrdiff_t kLanes = 2 * kPack;
+
+[[gnu::always_inline]] inline Pack load(const double* p)
+{
+    Pack pack;
+    std::memcpy(&pack, p, sizeof pack);
+    return pack;
+}
+
+[[gnu::always_inline]] inline void store(double* p, const Pack& pack)
+{
+    std::memcpy(p, &pack, sizeof pack);
+}
+
+template <int Count>
+[[gnu::always_inline]] inline void dot(const RowRange* range, std::size_t ranges, const double* v,
+                                       const double* const* columns, double* out)
+{
+    Pack even[Count] = {};
+    Pack odd[Count] = {};
+    double rest[Count] = {};
+    for (const RowRange* last = range + ranges; range != last; ++range) {
+        std::ptrdiff_t i = range->begin;
+        for (; i + kLanes <= range->end; i += kLanes) {
+            const Pack vEven = load(v + i);
+            const Pack vOdd = load(v + i + kPack);
+            for (int c = 0; c < Count; ++c) {
+                even[c] += vEven * load(columns[c] + i);
+                odd[c] += vOdd * load(columns[c] + i + kPack);
+            }
+        }
+        for (; i < range->end; ++i)
+            for (int c = 0; c < Count; ++c) rest[c] += v[i] * columns[c][i];
+    }
+    for (int c = 0; c < Count; ++c) {
+        const Pack lanes = even[c] + odd[c];
+        out[c] = (lanes[0] + lanes[1]) + (lanes[2] + lanes[3]) + rest[c];
+    }
+}
+
+template <int Count>
+[[gnu::always_inline]] inline void update(const RowRange* range, std::size_t ranges,
+                                          const double* v, double* const* columns,
+                                          const double* factors)
+{
+    for (const RowRange* last = range + ranges; range != last; ++range) {
+        std::ptrdiff_t i = range->begin;
+        for (; i + kPack <= range->end; i += kPack) {
+            const Pack pack = load(v + i);
+            for (int c = 0; c < Count; ++c)
+                store(columns[c] + i, load(columns[c] + i) + factors[c] * pack);
+        }
+        for (; i < range->end; ++i)
+            for (int c = 0; c < Count; ++c) columns[c][i] += factors[c] * v[i];
+    }
+}
+
+template <int Count>
+[[gnu::always_inline]] inline void combine(const RowRange* range, std::size_t ranges, double* v,
+                                           const double* const* columns, const double* factors)
+{
+    for (const RowRange* last = range + ranges; range != last; ++range) {
+        std::ptrdiff_t i = range->begin;
+        for (; i + kPack <= range->end; i += kPack) {
+            Pack pack = load(v + i);
+            for (int c = 0; c < Count; ++c) pack += factors[c] * load(columns[c] + i);
+            store(v + i, pack);
+        }
+        for (; i < range->end; ++i)
+            for (int c = 0; c < Count; ++c) v[i] += factors[c] * columns[c][i];
+    }
+}
+
+/// The kernels compiled for one instruction set; the bodies are the same text, and so are the bits.
+struct Kernels {
+    void (*dot4)(const RowRange*, std::size_t, const double*, const double* const*, double*);
+    void (*dot1)(const RowRange*, std::size_t, const double*, const double* const*, double*);
+    void (*update4)(const RowRange*, std::size_t, const double*, double* const*, const double*);
+    void (*update1)(const RowRange*, std::size_t, const double*, double* const*, const double*);
+    void (*combine4)(const RowRange*, std::size_t, double*, const double* const*, const double*);
+    void (*combine1)(const RowRange*, std::size_t, double*, const double* const*, const double*);
+};
+
+template <int Count>
+void dotPlain(const RowRange* r, std::size_t n, const double* v, const double* const* c, double* d)
+{
+    dot<Count>(r, n, v, c, d);
+}
+template <int Count>
+void updatePlain(const RowRange* r, std::size_t n, const double* v, double* const* c,
+                 const double* t)
+{
+    update<Count>(r, n, v, c, t);
+}
+template <int Count>
+void combinePlain(const RowRange* r, std::size_t n, double* v, const double* const* c,
+                  const double* t)
+{
+    combine<Count>(r, n, v, c, t);
+}
+
+#if defined(__x86_64__)
+template <int Count>
+[[gnu::target("avx2")]] void dotAvx2(const RowRange* r, std::size_t n, const double* v,
+                                     const double* const* c, double* d)
+{
+    dot<Count>(r, n, v, c, d);
+}
+template <int Count>
+[[gnu::target("avx2")]] void updateAvx2(const RowRange* r, std::size_t n, const double* v,
+                                        double* const* c, const double* t)
+{
+    update<Count>(r, n, v, c, t);
+}
+template <int Count>
+[[gnu::target("avx2")]] void combineAvx2(const RowRange* r, std::size_t n, double* v,
+                                         const double* const* c, const double* t)
+{
+    combine<Count>(r, n, v, c, t);
+}
+#endif
+
+Kernels choose()
+{
+#if defined(__x86_64__)
+    if (__builtin_cpu_supports("avx2"))
+        return {dotAvx2<4>,    dotAvx2<1>,     updateAvx2<4>,
+                updateAvx2<1>, combineAvx2<4>, combineAvx2<1>};
+#endif
+    return {dotPlain<4>,    dotPlain<1>,     updatePlain<4>,
+            updatePlain<1>, combinePlain<4>, combinePlain<1>};
+}
+
+const Kernels& kernels()
+{
+    static const Kernels chosen = choose();
+    return chosen;
+}
+
+}  // namespace
+
+void panelDot(RowRangeSpan ranges, const double* v, const double* const* columns, int count,
+              double* out)
+{
+    const Kernels& k = kernels();
+    if (count == kPanel) return k.dot4(ranges.first, ranges.count, v, columns, out);
+    for (int c = 0; c < count; ++c) k.dot1(ranges.first, ranges.count, v, columns + c, out + c);
+}
+
+void panelUpdate(RowRangeSpan ranges, const double* v, double* const* columns, int count,
+                 const double* factors)
+{
+    const Kernels& k = kernels();
+    if (count == kPanel) return k.update4(ranges.first, ranges.count, v, columns, factors);
+    for (int c = 0; c < count; ++c)
+        k.update1(ranges.first, ranges.count, v, columns + c, factors + c);
+}
+
+void panelCombine(RowRangeSpan ranges, double* v, const double* const* columns, int count,
+                  const double* factors)
+{
+    const Kernels& k = kernels();
+    if (count == kPanel) return k.combine4(ranges.first, ranges.count, v, columns, factors);
+    for (int c = 0; c < count; ++c)
+        k.combine1(ranges.first, ranges.count, v, columns + c, factors + c);
+}
+
+}  // namespace knotwork

@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <memory>
+
+#include "knotwork/solvers/TsolveConstrainedLsq.h"
+
+namespace knotwork {
+class RowBlocks;
+struct TwoPhaseArrays;
+}  // namespace knotwork
+
+/// Equality-constrained least squares by direct elimination with Householder reflections.
+/// Phase 1   reduces the constraint rows from the right, row pivoting by largest remaining norm,
+///           which changes the unknowns orthogonally for every other row too.
+/// Phase 2   QR of the least-squares rows in the columns that are left, column pivoting by largest
+///           remaining norm.
+/// Status    a pivot whose largest entry is negligible is skipped; then, or when a diagonal entry
+///           falls below 1e-13 times the largest squared norm, the system counts as dependent. A
+///           rank-deficient least-squares block makes it dependent too, as does a NaN.
+/// Scale     thresholds are absolute: an update is skipped when its inner product is at most
+///           tolerance / 10 in magnitude, in factoring and in solving. Bring problems to unit size.
+/// Limits    work vectors have the length max(M mod 65536, N mod 65536) as 16-bit hosts laid down;
+///           a system whose min(M, N) exceeds 65535 stays dependent.
+/// Source    Lawson, Hanson: Solving Least Squares Problems (SIAM 1995), chapters 20 and 21, for
+///           elimination of constraints; Businger, Golub: Linear least squares solutions by
+///           Householder transformations, Numer. Math. 7 (1965), for the pivoting and downdating.
+class KNOTWORK_EXPORT Thouseholder : public TsolveConstrainedLsq {
+  public:
+    /// tolerance: what counts as zero; maxEntriesPerRow: 0 or less for no thinning of rows.
+    Thouseholder(TsolverReporter& reporter, double tolerance, int maxEntriesPerRow,
+                 bool keepMatrixCopy);
+    Thouseholder(double tolerance, int maxEntriesPerRow, bool keepMatrixCopy);
+    Thouseholder(const Thouseholder& other);
+    ~Thouseholder() override;
+
+    /// The right-hand side, one entry (point) per used row, may be overwritten. Codes 0, 4, 5.
+    int solveInPlace(TtupleVector& rhs, TtupleVector* x) const override;
+    int solveInPlace(DoubleVec& rhs, DoubleVec* x) const override;
+
+    /// Damped solution of a dependent system: least squares of the working matrix stacked on 0.2
+    /// times the identity, without hard constraints; tries again on that, at most `depth` systems
+    /// in all. Empty when rhs is short or depth below 1; dropped unknowns are 0.
+    TtupleVector altSolve(const TtupleVector& rhs, int depth);
+
+    Thouseholder& reference(Thouseholder& other);
+    void deepenShallowCopy();
+
+  protected:
+    bool factor() override;
+    void releaseFactors() override;
+    bool inPlace();  ///< the two phases; true when no pivot was negligible
+
+  private:
+    knotwork::TwoPhaseArrays arrays() const;
+    void solveCoordinates(TtupleVector& rhs, TtupleVector& x) const;
+
+    double negligible_;
+    DoubleVec beta_;      // per pivot position, from the first pivot row
+    DoubleVec diagonal_;  // likewise; 0.0 for a skipped pivot
+    DoubleVec norms_;     // squared row norms from the first constraint, then column norms
+    IntVec rowOrder_;     // position i holds row rowOrder_(i) of the working matrix
+    IntVec colOrder_;
+    DoubleGenMat factored_;
+    std::shared_ptr<knotwork::RowBlocks>
+        blocks_;  // where factored_ may hold more than zeros;
+                  // made anew with it, so sharers never see a change
+};

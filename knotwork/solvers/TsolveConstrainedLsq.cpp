@@ -1,0 +1,134 @@
+// SPDX-License-Identifier: MIT
+#include "knotwork/solvers/TsolveConstrainedLsq.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+
+#include "knotwork/factor/DoubleSVDecomp.h"
+#include "knotwork/solvers/detail/OutOfMemory.h"
+
+namespace {
+
+constexpr double kResetCutoff = 0.001;         // what an over-large tolerance is reset to
+constexpr std::uint64_t kSlowEntries = 50000;  // more than these make the cut-off worth a message
+constexpr double kRidge = 0.2;                 // so 0.04 in the normal equations
+
+}  // namespace
+
+TsolveConstrainedLsq::TsolveConstrainedLsq(TsolverReporter& reporter, bool keepMatrixCopy)
+    : TsolveSystems(reporter, keepMatrixCopy), numConstraints_(0), dependent_(true)
+{
+}
+
+TsolveConstrainedLsq::TsolveConstrainedLsq(bool keepMatrixCopy)
+    : TsolveSystems(keepMatrixCopy), numConstraints_(0), dependent_(true)
+{
+}
+
+TsolveConstrainedLsq::TsolveConstrainedLsq(const TsolveConstrainedLsq& other) = default;
+
+TsolveConstrainedLsq::~TsolveConstrainedLsq() = default;
+
+bool TsolveConstrainedLsq::isSolvable() const
+{
+    return !dependent_;
+}
+
+TsolveConstrainedLsq& TsolveConstrainedLsq::reference(TsolveConstrainedLsq& other)
+{
+    TsolveSystems::reference(other);
+    dependent_ = other.dependent_;
+    numConstraints_ = other.numConstraints_;
+    return *this;
+}
+
+void TsolveConstrainedLsq::deepenShallowCopy()
+{
+    TsolveSystems::deepenShallowCopy();
+}
+
+int TsolveConstrainedLsq::setMatrix(const DoubleGenMat& A, const IntVec& fixedCols,
+                                    int numConstraints, bool normalise, bool cleanZeros,
+                                    bool computeCutoff)
+{
+    return realSetMatrix(A, fixedCols, numConstraints, normalise, cleanZeros, computeCutoff);
+}
+
+int TsolveConstrainedLsq::setMatrix(const DoubleGenMat& A, int numConstraints, bool normalise,
+                                    bool cleanZeros, bool computeCutoff)
+{
+    return realSetMatrix(A, IntVec(), numConstraints, normalise, cleanZeros, computeCutoff);
+}
+
+int TsolveConstrainedLsq::realSetMatrix(const DoubleGenMat& A, const IntVec& fixedCols,
+                                        int numConstraints, bool normalise, bool cleanZeros,
+                                        bool computeCutoff)
+{
+    numConstraints_ = std::clamp(numConstraints, 0, static_cast<int>(A.rows()));
+    dependent_ = true;
+    return knotwork::withoutBadAlloc(
+        [&] {
+            copyMatrix(A, cleanZeros, computeCutoff);
+            preSetMatrix(fixedCols, kResetCutoff, normalise, cleanZeros);
+            const int rows = static_cast<int>(working_.rows());
+            const int cols = static_cast<int>(working_.cols());
+            numConstraints_ = rows < cols ? rows : std::min(cols, numConstraints_);
+            factor();
+            return dependent_ ? -1 : 0;
+        },
+        -1);
+}
+
+/// The first steps of a set-up: an earlier system goes before the new one comes.
+void TsolveConstrainedLsq::copyMatrix(const DoubleGenMat& A, bool cleanZeros, bool computeCutoff)
+{
+    releaseFactors();
+    matrixCopy_.reference(DoubleGenMat());
+    working_.reference(DoubleGenMat());
+    working_.reference(A.copy());
+    if (!computeCutoff) return;
+    // The clamp is meant to act on the system that is solved, not only on the estimate.
+    if (cleanZeros) working_.dataVec().clampZero(kResetCutoff);
+    const std::uint64_t entries = std::uint64_t{working_.rows()} * working_.cols();
+    if (reporter_.isActive() && entries > kSlowEntries)
+        reporter_.report("%s", "Computing region cutoff... (could take some time)");
+    tolerance_ = std::max(tolerance_, trySVD(working_));
+}
+
+double TsolveConstrainedLsq::trySVD(const DoubleGenMat& A)
+{
+    DoubleSVDecomp decomposition;
+    decomposition.computeLeftVecs(0);
+    decomposition.computeRightVecs(0);
+    decomposition.factor(A);
+    return cutoffFrom(decomposition.singularValues());
+}
+
+double TsolveConstrainedLsq::cutoffFrom(const DoubleVec& s)
+{
+    const int n = static_cast<int>(s.length());
+    if (n < 2) return 0.0;
+    int first = s(0) < 1.0 ? 0 : -1;  // of the values below 1; it is only marked, never tested
+    for (int k = 1; k < n; ++k) {
+        const double v = s(k);
+        if (!(v < 1.0)) continue;
+        if (first < 0) {
+            first = k;
+            continue;
+        }
+        const bool vanishes = std::fabs(v) <= 1e-10;
+        const bool gap = s(first) / v > 20.0 && s(k - 1) / v > 2.0;
+        if (vanishes || gap) return (9.0 * v + s(k - 1)) / 10.0;
+    }
+    return 0.0;
+}
+
+DoubleGenMat TsolveConstrainedLsq::altMatrix()
+{
+    DoubleGenMat stacked(working_.copy());
+    stacked.resize(working_.rows() + working_.cols(), working_.cols());
+    const int m = static_cast<int>(working_.rows());
+    for (int j = 0, n = static_cast<int>(working_.cols()); j < n; ++j) stacked(m + j, j) = kRidge;
+    return stacked;
+}
