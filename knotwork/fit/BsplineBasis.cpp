@@ -1,0 +1,95 @@
+// SPDX-License-Identifier: MIT
+#include "knotwork/fit/BsplineBasis.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace knotwork {
+
+BsplineBasis::BsplineBasis(int degree, std::vector<double> knots)
+    : degree_(degree), knots_(std::move(knots))
+{
+}
+
+BsplineBasis BsplineBasis::clamped(int degree, double first, double last,
+                                   const std::vector<double>& interior)
+{
+    const auto ends = static_cast<std::size_t>(std::max(degree, 0)) + 1;
+    std::vector<double> knots(ends, first);
+    knots.insert(knots.end(), interior.begin(), interior.end());
+    knots.insert(knots.end(), ends, last);
+    return BsplineBasis(degree, std::move(knots));
+}
+
+BsplineBasis BsplineBasis::uniform(int degree, double first, double last, int spans)
+{
+    std::vector<double> interior;
+    for (int i = 1; i < spans; ++i) {
+        const double share = static_cast<double>(i) / spans;
+        interior.push_back(first * (1.0 - share) + last * share);
+    }
+    return clamped(degree, first, last, interior);
+}
+
+bool BsplineBasis::valid() const
+{
+    if (degree_ < 1 || degree_ > kMostDegree || count() < degree_ + 1) return false;
+    if (!std::all_of(knots_.begin(), knots_.end(), [](double k) { return std::isfinite(k); }))
+        return false;
+    if (!std::is_sorted(knots_.begin(), knots_.end()) || !(first() < last())) return false;
+    if (!std::isfinite(knots_.back() - knots_.front())) return false;
+    if (knot(degree_) == knot(degree_ + 1) || knot(count() - 1) == knot(count())) return false;
+    for (int i = degree_ + 1; i + degree_ < count(); ++i)  // interior knots
+        if (knot(i) == knot(i + degree_)) return false;
+    return true;
+}
+
+int BsplineBasis::span(double t) const
+{
+    const auto begin = knots_.begin() + degree_;
+    const auto end = knots_.begin() + count();
+    const auto above = std::upper_bound(begin, end, t);  // the last knot itself is never passed
+    auto s = static_cast<int>(above - knots_.begin()) - 1;
+    if (s < degree_) s = degree_;
+    while (s > degree_ && knot(s) == knot(s + 1)) --s;
+    while (knot(s) == knot(s + 1)) ++s;
+    return s;
+}
+
+int BsplineBasis::row(double t, int derivative, double* row) const
+{
+    const int p = degree_;
+    if (derivative > p) {
+        std::fill_n(row, p + 1, 0.0);
+        return span(t) - p;
+    }
+    const int s = span(t);
+    double lower[kMostDegree + 1];
+    row[0] = 1.0;
+    // From degree q - 1 to q: function j (number s - q + j) takes its share of functions j - 1 and
+    // j below it. While q <= p - derivative the shares are those of the value recurrence, from
+    // there on those of the derivative.
+    for (int q = 1; q <= p; ++q) {
+        const bool value = q <= p - derivative;
+        std::copy_n(row, q, lower);
+        std::fill_n(row, q + 1, 0.0);
+        for (int j = 0; j < q; ++j) {
+            const double left = knot(s - q + 1 + j);
+            const double right = knot(s + 1 + j);
+            const double weight = lower[j] / (right - left);
+            row[j] += value ? (right - t) * weight : -q * weight;
+            row[j + 1] += value ? (t - left) * weight : q * weight;
+        }
+    }
+    return s - p;
+}
+
+double BsplineBasis::greville(int i) const
+{
+    double mean = 0.0;
+    for (int k = 1; k <= degree_; ++k) mean += knot(i + k) / degree_;
+    return mean;
+}
+
+}  // namespace knotwork

@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <vector>
+
+#include "knotwork/export.h"
+
+namespace knotwork {
+
+/// The B-spline basis of a degree over a full knot vector: count() functions, of which degree + 1
+/// are not zero at any one parameter.
+/// Knots     non-decreasing, count() + degree + 1 of them, in the caller's parameter units. An
+///           interior knot belongs to the span at its right, the last one to the last span; outside
+///           the range the outer spans' polynomials go on.
+/// Source    de Boor: A Practical Guide to Splines (Springer 1978), chapters IX and X.
+class KNOTWORK_EXPORT BsplineBasis {
+  public:
+    static constexpr int kMostDegree = 30;
+
+    BsplineBasis() : degree_(0) {}  ///< no basis yet; not valid
+    /// Takes the knots as they are; see valid().
+    BsplineBasis(int degree, std::vector<double> knots);
+    /// Ends of multiplicity degree + 1 around the interior knots.
+    static BsplineBasis clamped(int degree, double first, double last,
+                                const std::vector<double>& interior);
+    /// `spans` equal spans.
+    static BsplineBasis uniform(int degree, double first, double last, int spans);
+
+    /// Whether degree and knots make a basis: degree 1 to kMostDegree, finite knots in order, first
+    /// and last span not empty, no interior knot more than `degree` times.
+    bool valid() const;
+
+    int degree() const { return degree_; }
+    int count() const { return static_cast<int>(knots_.size()) - degree_ - 1; }
+    const std::vector<double>& knots() const { return knots_; }
+    double first() const { return knots_[static_cast<std::size_t>(degree_)]; }
+    double last() const { return knots_[static_cast<std::size_t>(count())]; }
+
+    /// The s with knots[s] <= t < knots[s + 1], within first() and last().
+    int span(double t) const;
+
+    /// The values at t, or the derivatives of an order, of the functions span(t) - degree to
+    /// span(t): degree + 1 numbers to `row`. Returns the first function's number.
+    int row(double t, int derivative, double* row) const;
+
+    /// The mean of the knots between control point i's own outer two: where it pulls the most.
+    double greville(int i) const;
+
+  private:
+    double knot(int i) const { return knots_[static_cast<std::size_t>(i)]; }
+
+    int degree_;
+    std::vector<double> knots_;
+};
+
+}  // namespace knotwork

@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "knotwork/fit/BsplineBasis.h"
+
+namespace knotwork {
+
+/// Why points at these parameters do not fix every control point: the spans without data when there
+/// are any ("spans 5 to 7 hold no data", counted from 0), otherwise the control points that no
+/// parameter is left for (Schoenberg and Whitney's condition), otherwise that rows repeat.
+std::string whyUndetermined(const BsplineBasis& basis, std::vector<double> parameters);
+
+}  // namespace knotwork

@@ -1,0 +1,356 @@
+// SPDX-License-Identifier: MIT
+#include "knotwork/fit/CurveFit.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <new>
+
+#include "knotwork/fit/BasisRows.h"
+#include "knotwork/fit/CurveDiagnosis.h"
+#include "knotwork/solvers/Thouseholder.h"
+
+namespace knotwork {
+
+namespace {
+
+constexpr double kBelievable =
+    1e-8;  // largest correction by the second pass, of the largest unknown
+constexpr double kConstraintMet = 1e-10;  // largest constraint residual, of the data's size
+
+constexpr const char* kNoRoom = "the system does not fit into memory";
+
+/// The power of two next to a magnitude: dividing by it is exact. 0 for 0.
+int exponentOf(double magnitude)
+{
+    return magnitude > 0.0 ? std::ilogb(magnitude) : 0;
+}
+
+/// The problem scaled to unit size. The solver's thresholds are absolute, so nothing may depend on
+/// the units the data came in; all scales are powers of two, which lose no digit.
+class ScaledProblem {
+  public:
+    ScaledProblem(const TtupleVector& points, const DoubleVec& parameters,
+                  const BsplineBasis& basis, const std::vector<CurveConstraint>& constraints);
+
+    int rows() const { return rows_.count(); }
+    int constraints() const { return rows_.count() - dataRows_; }
+    DoubleGenMat matrix() const { return rows_.dense(); }
+    TtupleVector rhs() const { return rhs_; }
+
+    /// What x leaves of each right-hand side; exact to rounding.
+    TtupleVector residuals(const TtupleVector& x) const;
+    std::vector<double> controlPoints(const TtupleVector& x) const;
+    void measure(const TtupleVector& x, const DoubleVec& parameters, CurveFitReport& report) const;
+
+  private:
+    double inUnits(double value, int k) const
+    {
+        return std::ldexp(value, exponents_[static_cast<std::size_t>(k)]);
+    }
+
+    BsplineBasis basis_;
+    int dataRows_;
+    BasisRows rows_;
+    TtupleVector rhs_;
+    std::vector<int> exponents_;  // of each coordinate's scale
+};
+
+int parameterExponent(const BsplineBasis& basis)
+{
+    return exponentOf(basis.last() - basis.first());
+}
+
+BsplineBasis scaledBasis(const BsplineBasis& basis)
+{
+    std::vector<double> knots = basis.knots();
+    for (double& knot : knots) knot = std::ldexp(knot, -parameterExponent(basis));
+    return BsplineBasis(basis.degree(), std::move(knots));
+}
+
+ScaledProblem::ScaledProblem(const TtupleVector& points, const DoubleVec& parameters,
+                             const BsplineBasis& basis,
+                             const std::vector<CurveConstraint>& constraints)
+    : basis_(scaledBasis(basis)),
+      dataRows_(points.points()),
+      rows_(basis_),
+      rhs_(points.size(), points.points() + static_cast<int>(constraints.size()), 0.0),
+      exponents_(static_cast<std::size_t>(points.size()))
+{
+    const int parameterScale = parameterExponent(basis);
+    rows_.reserve(static_cast<std::size_t>(rhs_.points()));
+    for (int i = 0; i < dataRows_; ++i) rows_.append(std::ldexp(parameters(i), -parameterScale), 0);
+    rhs_.setPoints(0, dataRows_, points);
+
+    for (const CurveConstraint& constraint : constraints) {
+        // By the chain rule a derivative grows with the parameter's scale; its row is brought to
+        // about unit length, the value along with it.
+        rows_.append(std::ldexp(constraint.parameter, -parameterScale), constraint.derivative);
+        const int shrink = exponentOf(rows_.lastLength());
+        rows_.scaleLast(std::ldexp(1.0, -shrink));
+        const int row = rows_.count() - 1;
+        for (int k = 0; k < rhs_.size(); ++k)
+            rhs_.point(row)(k) = std::ldexp(constraint.value[static_cast<std::size_t>(k)],
+                                            parameterScale * constraint.derivative - shrink);
+    }
+    for (int k = 0; k < rhs_.size(); ++k) {
+        DoubleVec coordinate(rhs_.component(k));
+        exponents_[static_cast<std::size_t>(k)] = exponentOf(maxValue(abs(coordinate)));
+        for (int i = 0; i < rhs_.points(); ++i)
+            coordinate(i) = std::ldexp(coordinate(i), -exponents_[static_cast<std::size_t>(k)]);
+    }
+}
+
+TtupleVector ScaledProblem::residuals(const TtupleVector& x) const
+{
+    TtupleVector unknowns(x);
+    TtupleVector target(rhs_);
+    TtupleVector left(x.size(), rows(), 0.0);
+    const double* numbers = unknowns.data().data();
+    for (int k = 0; k < x.size(); ++k) {
+        const DoubleVec wanted(target.component(k));
+        DoubleVec coordinate(left.component(k));
+        for (int i = 0; i < rows(); ++i)
+            coordinate(i) = static_cast<double>(wanted(i) - rows_.times(i, numbers + k, x.size()));
+    }
+    return left;
+}
+
+std::vector<double> ScaledProblem::controlPoints(const TtupleVector& x) const
+{
+    std::vector<double> points;
+    points.reserve(static_cast<std::size_t>(x.points()) * static_cast<std::size_t>(x.size()));
+    for (int i = 0; i < x.points(); ++i)
+        for (int k = 0; k < x.size(); ++k) points.push_back(inUnits(x.point(i)(k), k));
+    return points;
+}
+
+void ScaledProblem::measure(const TtupleVector& x, const DoubleVec& parameters,
+                            CurveFitReport& report) const
+{
+    TtupleVector left(residuals(x));
+    long double total = 0.0L;
+    long double largest = -1.0L;
+    for (int i = 0; i < rows(); ++i) {
+        long double squares = 0.0L;
+        for (int k = 0; k < x.size(); ++k) {
+            const double residual = inUnits(left.point(i)(k), k);
+            squares += static_cast<long double>(residual) * residual;
+            if (i >= dataRows_)
+                report.constraintResidual =
+                    std::max(report.constraintResidual, std::fabs(residual));
+        }
+        if (i >= dataRows_) continue;
+        total += squares;
+        if (squares <= largest) continue;
+        largest = squares;
+        report.maxResidualAt = parameters(i);
+    }
+    report.rms = static_cast<double>(std::sqrt(total / dataRows_));
+    report.maxResidual = static_cast<double>(std::sqrt(largest));
+}
+
+bool allFinite(const DoubleVec& v)
+{
+    for (int i = 0, n = static_cast<int>(v.length()); i < n; ++i)
+        if (!std::isfinite(v(i))) return false;
+    return true;
+}
+
+std::string inputFault(const TtupleVector& points, const DoubleVec& parameters,
+                       const BsplineBasis& basis, const std::vector<CurveConstraint>& constraints)
+{
+    TtupleVector source(points);
+    if (points.points() < 1) return "there are no points";
+    if (parameters.length() != static_cast<unsigned>(points.points()))
+        return "there must be one parameter a point";
+    if (!basis.valid()) return "degree and knots do not make a basis";
+    if (!allFinite(source.data())) return "a coordinate is no finite number";
+    if (!allFinite(parameters)) return "a parameter is no finite number";
+    if (minValue(parameters) < basis.first() || maxValue(parameters) > basis.last())
+        return "a parameter lies outside the knots";
+    for (const CurveConstraint& c : constraints) {
+        if (!(c.parameter >= basis.first() && c.parameter <= basis.last()))
+            return "a constraint lies outside the knots";
+        if (c.derivative < 0 || c.derivative > basis.degree())
+            return "a constraint asks for a derivative that the degree does not have";
+        if (c.value.size() != static_cast<std::size_t>(points.size()))
+            return "a constraint needs one number a coordinate";
+        if (!std::all_of(c.value.begin(), c.value.end(), [](double v) { return std::isfinite(v); }))
+            return "a constraint's value is no finite number";
+    }
+    return "";
+}
+
+/// Whether the dense system and the solver's two copies of it find room. The arrays end the
+/// process when memory runs out, so it is tried here first.
+bool fitsIntoMemory(std::uint64_t rows, std::uint64_t cols)
+{
+    const std::uint64_t entries = rows * cols;
+    if (entries > std::numeric_limits<unsigned>::max()) return false;
+    const std::uint64_t bytes = (3 * entries + 16 * (rows + cols)) * sizeof(double);
+    void* room = ::operator new(static_cast<std::size_t>(bytes), std::nothrow);
+    ::operator delete(room);
+    return room != nullptr;
+}
+
+bool constraintsDepend(const DoubleGenMat& matrix, int constraints, double tolerance)
+{
+    const int free = static_cast<int>(matrix.rows()) - constraints;
+    if (constraints == 0) return false;
+    if (constraints > static_cast<int>(matrix.cols())) return true;
+    DoubleGenMat rows(static_cast<unsigned>(constraints), matrix.cols());
+    for (int j = 0; j < static_cast<int>(matrix.cols()); ++j)
+        rows.col(j) = matrix.col(j).slice(free, rows.rows(), 1);
+    Thouseholder alone(tolerance, 0, false);
+    return alone.setMatrix(rows, constraints, false, false, false) != 0;
+}
+
+double largestMagnitude(TtupleVector x)
+{
+    return maxValue(abs(x.data()));
+}
+
+/// One more pass with what the first one left. Returns the largest correction, as a share of the
+/// largest unknown of its coordinate: how far rounding, or a raised cut-off, had moved the answer.
+double polish(const Thouseholder& solver, const ScaledProblem& problem, TtupleVector& x)
+{
+    TtupleVector left(problem.residuals(x));
+    std::vector<int> exponents;
+    for (int k = 0; k < x.size();
+         ++k) {  // solving is not scale-free, so the residuals are enlarged
+        DoubleVec coordinate(left.component(k));
+        exponents.push_back(exponentOf(maxValue(abs(coordinate))));
+        coordinate *= std::ldexp(1.0, -exponents.back());
+    }
+    TtupleVector correction(x.size(), x.points(), 0.0);
+    solver.solve(left, &correction, false);
+    double worst = 0.0;
+    for (int k = 0; k < x.size(); ++k) {
+        DoubleVec coordinate(x.component(k));
+        DoubleVec change(correction.component(k));
+        change *= std::ldexp(1.0, exponents[static_cast<std::size_t>(k)]);
+        const double size = maxValue(abs(coordinate));
+        const double moved = maxValue(abs(change));
+        coordinate += change;
+        if (moved > 0.0) worst = std::max(worst, moved / std::max(size, moved));
+        if (std::isnan(moved)) worst = 1.0;
+    }
+    return worst;
+}
+
+double worstConstraint(const ScaledProblem& problem, const TtupleVector& x)
+{
+    const int count = problem.constraints();
+    TtupleVector left(problem.residuals(x));
+    return count == 0 ? 0.0 : largestMagnitude(left.lPoints(problem.rows() - count, count));
+}
+
+void refuse(CurveFitReport& report, FitVerdict verdict, const std::string& reason)
+{
+    report.verdict = verdict;
+    report.reason = reason;
+}
+
+void explainDependence(const DoubleGenMat& matrix, const ScaledProblem& problem,
+                       const BsplineBasis& basis, const DoubleVec& parameters,
+                       CurveFitReport& report)
+{
+    if (constraintsDepend(matrix, problem.constraints(), report.tolerance))
+        return refuse(report, FitVerdict::kDependentConstraints,
+                      "the constraints depend on each other");
+    std::vector<double> values;
+    for (int i = 0; i < report.dataPoints; ++i) values.push_back(parameters(i));
+    refuse(report, FitVerdict::kUndetermined, whyUndetermined(basis, values));
+}
+
+void solveProblem(const ScaledProblem& problem, const DoubleVec& parameters,
+                  const CurveFitOptions& options, FittedCurve& curve)
+{
+    CurveFitReport& report = curve.report;
+    TsolverReporter quiet(true);
+    Thouseholder solver(options.reporter != nullptr ? *options.reporter : quiet, options.tolerance,
+                        0, false);
+    {
+        const DoubleGenMat matrix(problem.matrix());
+        const int code =
+            solver.setMatrix(matrix, report.constraints, false, false, options.estimateCutoff);
+        report.tolerance = solver.tolerance();
+        report.columnsUsed = solver.usedCols();
+        if (code != 0) return explainDependence(matrix, problem, curve.basis, parameters, report);
+    }
+    TtupleVector x(problem.rhs().size(), report.unknowns, 0.0);
+    solver.solve(problem.rhs(), &x, false);
+    const double moved = polish(solver, problem, x);
+    if (!(moved <= kBelievable) || !(worstConstraint(problem, x) <= kConstraintMet))
+        return refuse(report, FitVerdict::kInaccurate,
+                      options.estimateCutoff
+                          ? "the estimated cut-off is too coarse for this system"
+                          : "the system is too close to dependent for a trustworthy answer");
+    curve.controlPoints = problem.controlPoints(x);
+    problem.measure(x, parameters, report);
+    report.verdict = FitVerdict::kMet;
+}
+
+void solveWithinMemory(const TtupleVector& points, const DoubleVec& parameters,
+                       const std::vector<CurveConstraint>& constraints,
+                       const CurveFitOptions& options, FittedCurve& curve)
+{
+    try {
+        const ScaledProblem problem(points, parameters, curve.basis, constraints);
+        solveProblem(problem, parameters, options, curve);
+    } catch (const std::bad_alloc&) {
+        curve.controlPoints.clear();
+        refuse(curve.report, FitVerdict::kTooLarge, kNoRoom);
+    }
+}
+
+}  // namespace
+
+FittedCurve fitCurve(const TtupleVector& points, const DoubleVec& parameters,
+                     const BsplineBasis& basis, const std::vector<CurveConstraint>& constraints,
+                     const CurveFitOptions& options)
+{
+    FittedCurve curve;
+    CurveFitReport& report = curve.report;
+    const std::string fault = inputFault(points, parameters, basis, constraints);
+    if (!fault.empty()) {
+        refuse(report, FitVerdict::kBadInput, fault);
+        return curve;
+    }
+    curve.basis = basis;
+    curve.dimension = points.size();
+    report.dataPoints = points.points();
+    report.unknowns = basis.count();
+    report.constraints = static_cast<int>(constraints.size());
+    report.tolerance = options.tolerance;
+    const std::uint64_t rows = static_cast<std::uint64_t>(points.points()) + constraints.size();
+    if (report.constraints > report.unknowns)
+        refuse(report, FitVerdict::kDependentConstraints, "the constraints depend on each other");
+    else if (rows < static_cast<std::uint64_t>(report.unknowns))
+        refuse(report, FitVerdict::kUndetermined,
+               std::to_string(report.unknowns) + " unknowns are more than " + std::to_string(rows) +
+                   " equations can fix");
+    else if (!fitsIntoMemory(rows, static_cast<std::uint64_t>(report.unknowns)))
+        refuse(report, FitVerdict::kTooLarge, kNoRoom);
+    else
+        solveWithinMemory(points, parameters, constraints, options, curve);
+    return curve;
+}
+
+std::vector<double> FittedCurve::at(double t, int derivative) const
+{
+    std::vector<double> value;
+    if (controlPoints.empty() || derivative < 0) return value;
+    double row[BsplineBasis::kMostDegree + 1];
+    const int first = basis.row(t, derivative, row);
+    value.assign(static_cast<std::size_t>(dimension), 0.0);
+    for (int j = 0; j <= basis.degree(); ++j)
+        for (int k = 0; k < dimension; ++k)
+            value[static_cast<std::size_t>(k)] +=
+                row[j] * controlPoints[static_cast<std::size_t>((first + j) * dimension + k)];
+    return value;
+}
+
+}  // namespace knotwork

@@ -1,0 +1,155 @@
+// SPDX-License-Identifier: MIT
+#include "knotwork/fit/CurvePicture.h"
+
+#include <cstdio>
+#include <ostream>
+
+#include "knotwork/fit/SvgPlot.h"
+
+namespace knotwork {
+
+namespace {
+
+constexpr int kPiecesPerSpan = 24;
+constexpr std::size_t kMostDots = 5000;  // more data points than these are thinned in the picture
+
+constexpr const char* kCurveStyle = "stroke=\"#1f4e9c\" stroke-width=\"2\"";
+constexpr const char* kPolygonStyle =
+    "stroke=\"#9a9a9a\" stroke-width=\"1\" stroke-dasharray=\"5 4\"";
+constexpr const char* kControlStyle = "fill=\"#9a9a9a\"";
+constexpr const char* kDataStyle = "fill=\"#e08214\" fill-opacity=\"0.75\"";
+constexpr const char* kKnotStyle = "stroke=\"#2c8a4b\" stroke-width=\"2\"";
+constexpr const char* kKnotFill = "fill=\"#2c8a4b\"";
+constexpr const char* kConstraintStyle = "stroke=\"#c2185b\" stroke-width=\"2\"";
+
+/// Puts parameters and coordinates on paper.
+class CurveView {
+  public:
+    explicit CurveView(const FittedCurve& curve) : curve_(curve), graph_(curve.dimension == 1) {}
+
+    bool graph() const { return graph_; }
+    PlotPoint place(double t, const std::vector<double>& value) const
+    {
+        return graph_ ? PlotPoint{t, value[0]} : PlotPoint{value[0], value[1]};
+    }
+    PlotPoint at(double t) const { return place(t, curve_.at(t)); }
+    PlotPoint direction(double t) const
+    {
+        const std::vector<double> slope = curve_.at(t, 1);
+        return graph_ ? PlotPoint{1.0, slope[0]} : PlotPoint{slope[0], slope[1]};
+    }
+    PlotPoint control(int i) const
+    {
+        const auto first = curve_.controlPoints.begin() + i * curve_.dimension;
+        return place(curve_.basis.greville(i),
+                     std::vector<double>(first, first + curve_.dimension));
+    }
+
+  private:
+    const FittedCurve& curve_;
+    bool graph_;
+};
+
+/// Each knot once, from the first of the range to the last.
+std::vector<double> breakpoints(const BsplineBasis& basis)
+{
+    std::vector<double> values;
+    for (int i = basis.degree(); i <= basis.count(); ++i) {
+        const double knot = basis.knots()[static_cast<std::size_t>(i)];
+        if (values.empty() || knot != values.back()) values.push_back(knot);
+    }
+    return values;
+}
+
+std::vector<PlotPoint> tracedCurve(const CurveView& view, const std::vector<double>& breaks)
+{
+    std::vector<PlotPoint> trace;
+    for (std::size_t s = 0; s + 1 < breaks.size(); ++s)
+        for (int k = 0; k < kPiecesPerSpan; ++k)
+            trace.push_back(view.at(breaks[s] + (breaks[s + 1] - breaks[s]) * k / kPiecesPerSpan));
+    trace.push_back(view.at(breaks.back()));
+    return trace;
+}
+
+std::vector<PlotPoint> placedData(const CurveView& view, const TtupleVector& points,
+                                  const DoubleVec& parameters)
+{
+    std::vector<PlotPoint> data;
+    const auto count = static_cast<std::size_t>(points.points());
+    const std::size_t step = count / kMostDots + 1;
+    for (std::size_t i = 0; i < count; i += step) {
+        const DoubleVec point(points.point(static_cast<int>(i)));
+        data.push_back(
+            view.place(parameters(static_cast<int>(i)),
+                       std::vector<double>(point.data(), point.data() + point.length())));
+    }
+    return data;
+}
+
+std::string figures(const CurveFitReport& report)
+{
+    char text[200];
+    std::snprintf(
+        text, sizeof text,
+        "%d points, %d control points, %d exact equations: RMS %.3g, largest residual %.3g, "
+        "constraint residual %.2g",
+        report.dataPoints, report.unknowns, report.constraints, report.rms, report.maxResidual,
+        report.constraintResidual);
+    return text;
+}
+
+void drawConstraints(SvgPlot& plot, const CurveView& view,
+                     const std::vector<CurveConstraint>& constraints)
+{
+    for (const CurveConstraint& c : constraints) {
+        if (c.derivative == 0)
+            plot.diamond(view.place(c.parameter, c.value), 7, kConstraintStyle);
+        else if (c.derivative == 1)
+            plot.tangent(view.at(c.parameter), view.direction(c.parameter), 70, kConstraintStyle);
+    }
+}
+
+}  // namespace
+
+void writeCurveSvg(std::ostream& os, const FittedCurve& curve, const TtupleVector& points,
+                   const DoubleVec& parameters, const std::vector<CurveConstraint>& constraints,
+                   const std::string& title)
+{
+    if (!curve.met()) return;
+    const CurveView view(curve);
+    const std::vector<double> breaks = breakpoints(curve.basis);
+    const std::vector<PlotPoint> trace = tracedCurve(view, breaks);
+    const std::vector<PlotPoint> data = placedData(view, points, parameters);
+    std::vector<PlotPoint> polygon;
+    for (int i = 0; i < curve.basis.count(); ++i) polygon.push_back(view.control(i));
+
+    PlotRange range;
+    for (const PlotPoint& p : trace) range.include(p);
+    for (const PlotPoint& p : data) range.include(p);
+    for (const PlotPoint& p : polygon) range.include(p);
+    range.widen(0.04);
+    if (!view.graph()) range.keepAspect(SvgPlot::aspect());
+
+    SvgPlot plot(os, range);
+    plot.axes(view.graph() ? "parameter" : "x", view.graph() ? "value" : "y");
+    plot.title(title, figures(curve.report));
+    plot.polyline(polygon, kPolygonStyle);
+    for (const PlotPoint& p : polygon) plot.dot(p, 2.5, kControlStyle);
+    for (const PlotPoint& p : data) plot.dot(p, 3, kDataStyle);
+    plot.polyline(trace, kCurveStyle);
+    for (const double t : breaks) {
+        if (view.graph())
+            plot.axisMark(t, kKnotStyle);
+        else
+            plot.diamond(view.at(t), 3.5, kKnotFill);
+    }
+    drawConstraints(plot, view, constraints);
+
+    plot.key("dot", kDataStyle, "data");
+    plot.key("line", kCurveStyle, "curve");
+    plot.key("line", kPolygonStyle, "control polygon");
+    plot.key(view.graph() ? "line" : "diamond", view.graph() ? kKnotStyle : kKnotFill, "knots");
+    if (!constraints.empty()) plot.key("diamond", kConstraintStyle, "met exactly");
+}
+
+}  // namespace knotwork
