@@ -10,14 +10,15 @@
 #include <cstddef>
 #include <vector>
 
-#include "tests/support/ArrayHelpers.h"
+#include "tests/support/Arrays.h"
+#include "tests/support/RecordingHandler.h"
 
 namespace {
 
-using support::codesRaisedBy;
-using support::doubles;
-using support::ints;
-using support::list;
+using knotwork_test::codesRaisedBy;
+using knotwork_test::elements;
+using knotwork_test::intVec;
+using knotwork_test::vec;
 using testing::ElementsAre;
 using Numbers = std::vector<double>;
 
@@ -61,8 +62,8 @@ TEST(TnumberSequenceTest, AddInsertsBehindEqualsAndLeavesEarlierData)
         TnumberSequence s = knots(c.before);
         const DoubleVec earlier = s.data();
         s.add(c.x, c.multiplicity);
-        EXPECT_EQ(list(s.data()), c.after);
-        EXPECT_EQ(list(earlier), c.before);
+        EXPECT_EQ(elements(s.data()), c.after);
+        EXPECT_EQ(elements(earlier), c.before);
     }
 }
 
@@ -71,7 +72,7 @@ TEST(TnumberSequenceTest, AddingEqualsKeepsThePresentOnesFirst)
     TnumberSequence one = knots({-0.0, 1});
     TnumberSequence several(one);
     one.add(0.0, 1);  // equal to -0.0, told apart by the sign
-    several.add(doubles({0.0, 1}));
+    several.add(vec({0.0, 1}));
     for (const TnumberSequence& s : {one, several})
         EXPECT_TRUE(std::signbit(s(0)) && !std::signbit(s(1)));
 }
@@ -81,18 +82,18 @@ TEST(TnumberSequenceTest, AddMergesVectorsAsTheyAre)
     TnumberSequence s;
     s.add(DoubleVec());
     EXPECT_EQ(s.length(), 0);
-    DoubleVec source = doubles({1, 9, 3, 9, 5, 9});
+    DoubleVec source = vec({1, 9, 3, 9, 5, 9});
     s.add(source.slice(0, 3, 2));  // strided, into an empty sequence: a private copy
     source(0) = 100;
-    EXPECT_THAT(list(s.data()), ElementsAre(1, 3, 5));
+    EXPECT_THAT(elements(s.data()), ElementsAre(1, 3, 5));
     s.add(s.data());
-    EXPECT_THAT(list(s.data()), ElementsAre(1, 1, 3, 3, 5, 5));
-    s.add(doubles({4}));
-    EXPECT_THAT(list(s.data()), ElementsAre(1, 1, 3, 3, 4, 5, 5));
+    EXPECT_THAT(elements(s.data()), ElementsAre(1, 1, 3, 3, 5, 5));
+    s.add(vec({4}));
+    EXPECT_THAT(elements(s.data()), ElementsAre(1, 1, 3, 3, 4, 5, 5));
     TnumberSequence t = knots({0, 10});
-    t.add(doubles({7, 2, 12}));  // out of order and left so
+    t.add(vec({7, 2, 12}));  // out of order and left so
     EXPECT_THAT(codesRaisedBy([&] { t.add(1, INT_MAX); }), ElementsAre(0x3008));
-    EXPECT_THAT(list(t.data()), ElementsAre(0, 7, 2, 10, 12));
+    EXPECT_THAT(elements(t.data()), ElementsAre(0, 7, 2, 10, 12));
 }
 
 TEST(TnumberSequenceTest, BreakpointsAreTheRunsOfExactlyEqualNumbers)
@@ -107,8 +108,8 @@ TEST(TnumberSequenceTest, BreakpointsAreTheRunsOfExactlyEqualNumbers)
                           Case{{0.3, above}, {0.3, above}, {1, 1}, {0, 0, 1, -1}}}) {
         SCOPED_TRACE(testing::PrintToString(c.numbers));
         const TnumberSequence s = knots(c.numbers);
-        EXPECT_EQ(list(s.breakpoints()), c.breakpoints);
-        EXPECT_EQ(list(s.multiplicities()), c.multiplicities);
+        EXPECT_EQ(elements(s.breakpoints()), c.breakpoints);
+        EXPECT_EQ(elements(s.multiplicities()), c.multiplicities);
         for (int i = -1; i <= s.length(); ++i)
             EXPECT_EQ(s.whichBreakpoint(i), c.which[static_cast<std::size_t>(i + 1)]) << i;
     }
@@ -128,25 +129,25 @@ TEST(TnumberSequenceTest, ExtraIsWhatOneSequenceHasBeyondTheOther)
           Case{"skips what only a has", {0, 1, 2, 3}, {2.5, 4}, 0, {2.5, 4}},
           Case{"a empty", {}, {1, 2}, 1, {1, 2}}, Case{"b empty", {1, 2}, {}, 1, {}}}) {
         SCOPED_TRACE(c.name);
-        EXPECT_EQ(list(TnumberSequence::extra(knots(c.a), knots(c.b), c.tol)), c.expected);
+        EXPECT_EQ(elements(TnumberSequence::extra(knots(c.a), knots(c.b), c.tol)), c.expected);
     }
 }
 
 TEST(TnumberSequenceTest, CopiesArePrivateWhileReferenceAndDataShare)
 {
-    DoubleVec source = doubles({2, 1});
+    DoubleVec source = vec({2, 1});
     const TnumberSequence first(source);
     source(0) = 50;
     const TnumberSequence second(first);
     TnumberSequence third;
     EXPECT_EQ(&third.reference(first), &third);
     first.data()(0) = -5;
-    EXPECT_THAT(list(first.data()), ElementsAre(-5, 2));
-    EXPECT_THAT(list(second.data()), ElementsAre(1, 2));
-    EXPECT_THAT(list(third.data()), ElementsAre(-5, 2));
+    EXPECT_THAT(elements(first.data()), ElementsAre(-5, 2));
+    EXPECT_THAT(elements(second.data()), ElementsAre(1, 2));
+    EXPECT_THAT(elements(third.data()), ElementsAre(-5, 2));
     third.deepenShallowCopy();
     third = second;
-    EXPECT_THAT(list(third.data()), ElementsAre(1, 2));
+    EXPECT_THAT(elements(third.data()), ElementsAre(1, 2));
     EXPECT_EQ(first(0), -5);
 }
 
@@ -172,23 +173,23 @@ TEST(TnumberSequenceTest, RemoveTakesOneNumberAndRefusesBadIndices)
     EXPECT_FALSE(s.remove(-1));
     EXPECT_FALSE(s.remove(3));
     EXPECT_TRUE(s.remove(1));
-    EXPECT_THAT(list(s.data()), ElementsAre(1, 3));
+    EXPECT_THAT(elements(s.data()), ElementsAre(1, 3));
     EXPECT_TRUE(s.remove(1) && s.remove(0));
     EXPECT_FALSE(s.remove(0));
-    EXPECT_THAT(list(earlier), ElementsAre(1, 2, 3));
+    EXPECT_THAT(elements(earlier), ElementsAre(1, 2, 3));
 }
 
 TEST(TnumberSequenceTest, SortsHonourStridesAndKeepEqualsInOrder)
 {
-    DoubleVec v = doubles({3, -7, 1, -8, 2, -9});
+    DoubleVec v = vec({3, -7, 1, -8, 2, -9});
     DoubleVec even = v.slice(0, 3, 2);
     TnumberSequence::sortDoubleVecInPlace(even);
-    EXPECT_THAT(list(v), ElementsAre(1, -7, 2, -8, 3, -9));
-    IntVec w = ints({1, 3, 2, 3});
+    EXPECT_THAT(elements(v), ElementsAre(1, -7, 2, -8, 3, -9));
+    IntVec w = intVec({1, 3, 2, 3});
     IntVec backwards = reverse(w);
     TnumberSequence::sortIntVecInPlace(backwards);
-    EXPECT_THAT(list(w), ElementsAre(3, 3, 2, 1));
-    DoubleVec zeros = doubles({0.0, -0.0, -1});
+    EXPECT_THAT(elements(w), ElementsAre(3, 3, 2, 1));
+    DoubleVec zeros = vec({0.0, -0.0, -1});
     TnumberSequence::sortDoubleVecInPlace(zeros);
     EXPECT_EQ(zeros(0), -1);
     EXPECT_TRUE(!std::signbit(zeros(1)) && std::signbit(zeros(2)));

@@ -8,14 +8,15 @@
 #include <vector>
 
 #include "knotwork/platform/base.h"
-#include "tests/support/ArrayHelpers.h"
+#include "tests/support/Arrays.h"
+#include "tests/support/RecordingHandler.h"
 
 namespace {
 
-using support::codesRaisedBy;
-using support::doubles;
-using support::ints;
-using support::list;
+using knotwork_test::codesRaisedBy;
+using knotwork_test::elements;
+using knotwork_test::intVec;
+using knotwork_test::vec;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -27,7 +28,7 @@ TtupleMatrix counted(int d, int rows, int cols)
 
 std::vector<double> numbers(TtupleMatrix m)
 {
-    return list(m.data());
+    return elements(m.data());
 }
 
 TEST(TtupleMatrixTest, ShapesAreMagnitudesAndOddOnesMakeTuplesOfOne)
@@ -54,7 +55,7 @@ TEST(TtupleMatrixTest, TooFewNumbersAnswerLikeBadIndices)
                            TtupleMatrix(1, INT_MAX, INT_MAX, DoubleVec(2, 1.0))}) {
         EXPECT_EQ(m.column(0).length() + m.row(0).length(), 0u);
         EXPECT_EQ(m.component(0).rows() + m.vecLen().rows(), 0u);
-        EXPECT_EQ(m.cols(ints({0})).cols() + m.rows(ints({0})).rows(), 0);
+        EXPECT_EQ(m.cols(intVec({0})).cols() + m.rows(intVec({0})).rows(), 0);
         m.applyTransformation(xf);
     }
 }
@@ -63,14 +64,14 @@ TEST(TtupleMatrixTest, ColumnsAreViewsAndRowsAreCopies)
 {
     TtupleMatrix m = counted(2, 2, 3);
     const TtupleMatrix& constant = m;
-    EXPECT_THAT(list(m.row(1)), ElementsAre(2, 3, 6, 7, 10, 11));
+    EXPECT_THAT(elements(m.row(1)), ElementsAre(2, 3, 6, 7, 10, 11));
     m.row(0) = -1.0;
     m.rowVector(0).point(1) = -1.0;
     constant.column(0) = -1.0;
     constant.columnVector(0).point(0) = -1.0;
     constant.point(0, 0) = -1.0;
     EXPECT_EQ(numbers(m), numbers(counted(2, 2, 3)));
-    m.point(1, 0) = doubles({20, 21});
+    m.point(1, 0) = vec({20, 21});
     m.column(1)(0) = 22;
     m.columnVector(2).point(0)(1) = 23;
     m(1, 2)(1) = 24;
@@ -115,13 +116,13 @@ TEST(TtupleMatrixTest, ComponentsAreStridedViews)
 TEST(TtupleMatrixTest, PicksColumnsOfPointsAndRowsOfNumbers)
 {
     const TtupleMatrix m = counted(2, 1, 3);
-    EXPECT_THAT(numbers(m.cols(ints({2, 0, 2}))), ElementsAre(4, 5, 0, 1, 4, 5));
-    EXPECT_EQ(m.cols(ints({0, 3})).size(), 1);
+    EXPECT_THAT(numbers(m.cols(intVec({2, 0, 2}))), ElementsAre(4, 5, 0, 1, 4, 5));
+    EXPECT_EQ(m.cols(intVec({0, 3})).size(), 1);
     const TtupleMatrix single = counted(1, 3, 2);
-    EXPECT_THAT(numbers(single.rows(ints({2, 0}))), ElementsAre(2, 0, 5, 3));
+    EXPECT_THAT(numbers(single.rows(intVec({2, 0}))), ElementsAre(2, 0, 5, 3));
     for (const int bad : {-1, 3})
-        EXPECT_THAT(codesRaisedBy([&] { single.rows(ints({0, bad})); }), ElementsAre(0x3005));
-    EXPECT_THAT(codesRaisedBy([&] { m.rows(ints({0})); }), ElementsAre(0x300F, 0x300F, 0x300F));
+        EXPECT_THAT(codesRaisedBy([&] { single.rows(intVec({0, bad})); }), ElementsAre(0x3005));
+    EXPECT_THAT(codesRaisedBy([&] { m.rows(intVec({0})); }), ElementsAre(0x300F, 0x300F, 0x300F));
 }
 
 /// Moves every point it is asked for one unit further in x than the one before.
@@ -143,7 +144,7 @@ TEST(TtupleMatrixTest, TransformationWalksRowByRow)
     Marching xf;
     TtupleMatrix m(3, 2, 2, 0.0);
     m.applyTransformation(xf);
-    EXPECT_THAT(list(m.vecLen().dataVec()), ElementsAre(1, 3, 2, 4));
+    EXPECT_THAT(elements(m.vecLen().dataVec()), ElementsAre(1, 3, 2, 4));
 }
 
 }  // namespace

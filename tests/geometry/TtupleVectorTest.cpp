@@ -9,14 +9,15 @@
 #include <vector>
 
 #include "knotwork/platform/base.h"
-#include "tests/support/ArrayHelpers.h"
+#include "tests/support/Arrays.h"
+#include "tests/support/RecordingHandler.h"
 
 namespace {
 
-using support::codesRaisedBy;
-using support::doubles;
-using support::ints;
-using support::list;
+using knotwork_test::codesRaisedBy;
+using knotwork_test::elements;
+using knotwork_test::intVec;
+using knotwork_test::vec;
 using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -29,7 +30,7 @@ TtupleVector counted(int d, int n)
 
 std::vector<double> numbers(TtupleVector t)
 {
-    return list(t.data());
+    return elements(t.data());
 }
 
 TEST(TtupleVectorTest, CountsAreMagnitudesAndOddOnesMakeTuplesOfOne)
@@ -65,10 +66,10 @@ TEST(TtupleVectorTest, RowPointersFillNumbersWithLastCoordinates)
     const double* const rows[] = {a, b};
     TtupleVector t(2, 2, rows);
     EXPECT_EQ(t.points(), 2);
-    EXPECT_THAT(list(t.data().slice(0, 2, 1)), ElementsAre(2, 4));
+    EXPECT_THAT(elements(t.data().slice(0, 2, 1)), ElementsAre(2, 4));
     TtupleVector negative(-2, 2, rows);
     EXPECT_EQ(negative.data().length(), 4u);
-    EXPECT_THAT(list(negative.data().slice(0, 2, 1)), ElementsAre(1, 3));
+    EXPECT_THAT(elements(negative.data().slice(0, 2, 1)), ElementsAre(1, 3));
     for (TtupleVector odd : {negative, TtupleVector(0, 2, rows)}) {  // the latter has no numbers
         EXPECT_EQ(odd.points(), 0);
         EXPECT_EQ(odd.point(0).length() + odd.component(0).length(), 0u);
@@ -84,11 +85,11 @@ TEST(TtupleVectorTest, MutableAccessWritesThroughAndConstantAccessCopies)
     const TtupleVector& constant = t;
     constant.point(0) = -1.0;
     EXPECT_THAT(numbers(t), ElementsAre(11, 9, 7, 5, 3, 1));
-    t.point(0) = doubles({20, 21});
+    t.point(0) = vec({20, 21});
     t(1)(0) = 22;
     t[2](1) = 25;
     t.component(1)(1) = 23;
-    EXPECT_THAT(list(every), ElementsAre(0, 25, 2, 3, 4, 23, 6, 22, 8, 21, 10, 20));
+    EXPECT_THAT(elements(every), ElementsAre(0, 25, 2, 3, 4, 23, 6, 22, 8, 21, 10, 20));
     EXPECT_EQ(t.component(2).length() + t.component(-1).length(), 0u);
 }
 
@@ -112,7 +113,7 @@ TEST(TtupleVectorTest, SharingAndSeparating)
     EXPECT_THAT(numbers(t), ElementsAre(0, 1, 2, 3, 0, 0));
     t.resize(-1);
     EXPECT_EQ(t.data().length(), 0u);
-    EXPECT_THAT(list(before), ElementsAre(2, 3));
+    EXPECT_THAT(elements(before), ElementsAre(2, 3));
 }
 
 TEST(TtupleVectorTest, RunsOfPointsAreViewsOrCopies)
@@ -131,17 +132,17 @@ TEST(TtupleVectorTest, RunsOfPointsAreViewsOrCopies)
             EXPECT_EQ(found.data().length(), 0u);
         }
     }
-    EXPECT_THAT(numbers(t.rPoints(ints({3, 0, 3}))), ElementsAre(6, 7, 0, 1, 6, 7));
-    EXPECT_EQ(t.rPoints(ints({0, 4})).size(), 1);
+    EXPECT_THAT(numbers(t.rPoints(intVec({3, 0, 3}))), ElementsAre(6, 7, 0, 1, 6, 7));
+    EXPECT_EQ(t.rPoints(intVec({0, 4})).size(), 1);
 }
 
 TEST(TtupleVectorTest, ComponentsAreCopiesInTheAskedOrder)
 {
     const TtupleVector t = counted(3, 2);
-    EXPECT_THAT(numbers(t.components(ints({2, 0}))), ElementsAre(2, 0, 5, 3));
+    EXPECT_THAT(numbers(t.components(intVec({2, 0}))), ElementsAre(2, 0, 5, 3));
     EXPECT_THAT(numbers(t.components(1, 2)), ElementsAre(1, 2, 4, 5));
     for (const TtupleVector& bad :
-         {t.components(ints({0, 3})), t.components(ints({-1})), t.components(IntVec()),
+         {t.components(intVec({0, 3})), t.components(intVec({-1})), t.components(IntVec()),
           t.components(2, 2), t.components(-1, 2), t.components(1, 0), t.components(1, INT_MAX)}) {
         EXPECT_EQ(bad.size(), 1);
         EXPECT_EQ(bad.points(), 0);
@@ -151,10 +152,10 @@ TEST(TtupleVectorTest, ComponentsAreCopiesInTheAskedOrder)
 TEST(TtupleVectorTest, SetPointsStopsAtTheFirstPointThatIsNotThere)
 {
     TtupleVector t(3, 3, 0.0);
-    EXPECT_TRUE(t.setPoints(ints({2, 0, 2}), counted(2, 3)));
+    EXPECT_TRUE(t.setPoints(intVec({2, 0, 2}), counted(2, 3)));
     EXPECT_THAT(numbers(t), ElementsAre(2, 3, 0, 0, 0, 0, 4, 5, 0));
-    EXPECT_FALSE(t.setPoints(ints({1, 3, 0}), TtupleVector(3, 3, 9.0)));
-    EXPECT_FALSE(t.setPoints(ints({0, 1}), TtupleVector(1, 1, 8.0)));
+    EXPECT_FALSE(t.setPoints(intVec({1, 3, 0}), TtupleVector(3, 3, 9.0)));
+    EXPECT_FALSE(t.setPoints(intVec({0, 1}), TtupleVector(1, 1, 8.0)));
     EXPECT_THAT(numbers(t), ElementsAre(8, 3, 0, 9, 9, 9, 4, 5, 0));
     EXPECT_FALSE(t.setPoints(IntVec(), TtupleVector(4, 1, 0.0)));
     EXPECT_TRUE(t.setPoints(9, 0, TtupleVector(4, 1, 0.0)));
@@ -184,7 +185,7 @@ TEST(TtupleVectorTest, TransformationCarriesTheWeight)
         t.applyTransformation(xf);
         EXPECT_EQ(numbers(t), expected);
     }
-    EXPECT_THAT(list(TtupleVector(2, doubles({3, 4, -5, 12})).vecLen()), ElementsAre(5, 13));
+    EXPECT_THAT(elements(TtupleVector(2, vec({3, 4, -5, 12})).vecLen()), ElementsAre(5, 13));
 }
 
 }  // namespace

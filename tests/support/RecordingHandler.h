@@ -72,4 +72,16 @@ class RecordingHandler {
     std::vector<Raised> raised_;
 };
 
+/// The codes raised while f runs under a handler that returns even from fatal errors, so that what
+/// follows an error runs too.
+template <class F>
+std::vector<unsigned> codesRaisedBy(F f)
+{
+    const RecordingHandler handler(RecordingHandler::OnFatal::kReturn);
+    f();
+    std::vector<unsigned> codes;
+    for (const Raised& raised : handler.raised()) codes.push_back(raised.code);
+    return codes;
+}
+
 }  // namespace knotwork_test
