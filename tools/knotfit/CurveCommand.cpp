@@ -1,0 +1,166 @@
+// SPDX-License-Identifier: MIT
+#include "tools/knotfit/CurveCommand.h"
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <ctime>
+#include <memory>
+#include <sstream>
+
+#include "knotwork/fit/CurvePicture.h"
+#include "tools/knotfit/ConsoleReporter.h"
+#include "tools/knotfit/CurveRequest.h"
+#include "tools/knotfit/Failure.h"
+#include "tools/knotfit/JsonText.h"
+#include "tools/knotfit/OutputFiles.h"
+
+namespace knotfit {
+
+namespace {
+
+using knotwork::CurveFitReport;
+using knotwork::FittedCurve;
+
+/// Processor seconds since it was made.
+class Stopwatch {
+  public:
+    double seconds() const { return static_cast<double>(std::clock() - start_) / CLOCKS_PER_SEC; }
+
+  private:
+    std::clock_t start_ = std::clock();
+};
+
+struct Times {
+    double read;
+    double fit;
+};
+
+std::string jsonOf(const FittedCurve& curve, const Times& times)
+{
+    const CurveFitReport& report = curve.report;
+    JsonText json;
+    json.openObject();
+    json.member("degree", curve.basis.degree());
+    json.member("knots", curve.basis.knots());
+    json.points("control_points", curve.controlPoints, curve.dimension);
+    json.openObject("report");
+    json.member("verdict", std::string("met"));
+    json.member("rms", report.rms);
+    json.member("max_residual", report.maxResidual);
+    json.member("max_residual_at", report.maxResidualAt);
+    json.member("constraint_residual", report.constraintResidual);
+    json.member("tolerance", report.tolerance);
+    json.member("columns_used", report.columnsUsed);
+    json.member("data_points", report.dataPoints);
+    json.member("unknowns", report.unknowns);
+    json.member("constraints", report.constraints);
+    json.member("read_seconds", times.read);
+    json.member("fit_seconds", times.fit);
+    json.closeObject();
+    json.closeObject();
+    return json.text();
+}
+
+std::string summaryOf(const CurveFitReport& report, const Times& times)
+{
+    char text[600];
+    std::snprintf(text, sizeof text,
+                  "data points          %d\n"
+                  "unknowns             %d (%d used)\n"
+                  "constraints          %d\n"
+                  "RMS residual         %.6g\n"
+                  "largest residual     %.6g at %.6g\n"
+                  "constraint residual  %.3g\n"
+                  "tolerance            %.3g\n"
+                  "verdict              met\n"
+                  "processor time       %.4f s reading, %.4f s fitting\n",
+                  report.dataPoints, report.unknowns, report.columnsUsed, report.constraints,
+                  report.rms, report.maxResidual, report.maxResidualAt, report.constraintResidual,
+                  report.tolerance, times.read, times.fit);
+    return text;
+}
+
+std::string titleOf(const CurveOptions& options)
+{
+    const std::string name = options.input == "-" ? "standard input" : options.input;
+    return "Fit of " + name.substr(name.find_last_of('/') + 1) + ", degree " +
+           std::to_string(options.degree);
+}
+
+void runCurve(const CurveOptions& options)
+{
+    const Stopwatch reading;
+    const CsvTable table = readCsv(options.input);
+    const double readSeconds = reading.seconds();
+    const CurveRequest request = makeCurveRequest(options, table);
+
+    ConsoleReporter reporter(options.verbose);
+    knotwork::CurveFitOptions fitOptions;
+    fitOptions.tolerance = options.tolerance;
+    fitOptions.estimateCutoff = options.cutoff;
+    fitOptions.reporter = &reporter;
+    const Stopwatch fitting;
+    const FittedCurve curve = knotwork::fitCurve(request.points, request.parameters, request.basis,
+                                                 request.constraints, fitOptions);
+    const Times times = {readSeconds, fitting.seconds()};
+    if (!curve.met()) throw Failure(kRefused, curve.report.reason);
+
+    OutputFiles files;
+    if (!options.output.empty()) files.add(options.output, jsonOf(curve, times));
+    if (!options.svg.empty()) {
+        std::ostringstream picture;
+        knotwork::writeCurveSvg(picture, curve, request.points, request.parameters,
+                                request.constraints, titleOf(options));
+        files.add(options.svg, picture.str());
+    }
+    if (options.output != "-" && options.svg != "-") files.add("-", summaryOf(curve.report, times));
+    files.write();
+}
+
+}  // namespace
+
+void addCurveCommand(CLI::App& app)
+{
+    const auto options = std::make_shared<CurveOptions>();
+    CLI::App* curve =
+        app.add_subcommand("curve", "Fit a B-spline curve to points, some equations held exactly");
+    curve
+        ->add_option(
+            "POINTS.csv", options->input,
+            "Comma-separated points, a line each; - for standard input; # starts a comment")
+        ->required();
+    curve->add_option("-d,--degree", options->degree, "Degree of the curve")->capture_default_str();
+    CLI::Option* spans =
+        curve->add_option("-n,--spans", options->spans, "Equal spans over the parameter range")
+            ->capture_default_str();
+    curve->add_option("--knots", options->knots, "Interior knots T1,T2,... instead of --spans")
+        ->excludes(spans);
+    curve
+        ->add_option(
+            "--parameter", options->parameter,
+            "Where parameters come from: the first column (two-column files do by default), "
+            "or spread from 0 to 1 (chord otherwise)")
+        ->check(CLI::IsMember({"column", "uniform", "chord", "centripetal"}));
+    curve
+        ->add_option("--pass", options->pass,
+                     "Data points met exactly, I[,J...]: numbers from 0, or first, last")
+        ->allow_extra_args(false);
+    curve->add_option("--value", options->values, "T=X[:Y...]: the curve's value at T, exactly")
+        ->allow_extra_args(false);
+    curve->add_option("--slope", options->slopes, "T=X[:Y...]: its first derivative at T, exactly")
+        ->allow_extra_args(false);
+    curve->add_flag("--cutoff", options->cutoff, "Estimate the cut-off from the singular values");
+    curve
+        ->add_option("--tolerance", options->tolerance, "What counts as zero on the scaled problem")
+        ->capture_default_str()
+        ->check(CLI::Range(0.0, 1.0));
+    curve->add_option("-o,--output", options->output,
+                      "Write the fit as JSON; - for standard output");
+    curve->add_option("--svg", options->svg,
+                      "Draw data, curve, control polygon, knots, constraints");
+    curve->add_flag("-v,--verbose", options->verbose, "Let the solver report on standard error");
+    curve->set_version_flag("--version", KNOTFIT_VERSION);
+    curve->callback([options] { runCurve(*options); });
+}
+
+}  // namespace knotfit

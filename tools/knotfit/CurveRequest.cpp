@@ -1,0 +1,194 @@
+// SPDX-License-Identifier: MIT
+#include "tools/knotfit/CurveRequest.h"
+
+#include <algorithm>
+#include <cmath>
+#include <optional>
+#include <string_view>
+
+#include "tools/knotfit/Failure.h"
+
+namespace knotfit {
+
+namespace {
+
+using knotwork::BsplineBasis;
+using knotwork::CurveConstraint;
+using knotwork::Parameterisation;
+
+[[noreturn]] void refuse(const std::string& sentence)
+{
+    throw Failure(kBadUsage, sentence);
+}
+
+std::vector<std::string_view> split(std::string_view text, char separator)
+{
+    std::vector<std::string_view> parts;
+    while (true) {
+        const std::size_t at = text.find(separator);
+        parts.push_back(text.substr(0, at));
+        if (at == std::string_view::npos) return parts;
+        text.remove_prefix(at + 1);
+    }
+}
+
+std::string shortest(double value)
+{
+    char digits[40];
+    std::snprintf(digits, sizeof digits, "%.10g", value);
+    return digits;
+}
+
+/// The table's columns: parameters in the first one, or coordinates in all.
+TtupleVector pointsOf(const CsvTable& table, int firstColumn)
+{
+    const int d = table.cols - firstColumn;
+    TtupleVector points(d, table.rows, 0.0);
+    double* number = points.data().data();
+    for (int i = 0; i < table.rows; ++i)
+        for (int k = 0; k < d; ++k) *number++ = table.at(i, firstColumn + k);
+    return points;
+}
+
+DoubleVec firstColumn(const CsvTable& table)
+{
+    DoubleVec column(static_cast<unsigned>(table.rows));
+    for (int i = 0; i < table.rows; ++i) column(i) = table.at(i, 0);
+    return column;
+}
+
+void placePoints(const std::string& asked, const CsvTable& table, CurveRequest& request)
+{
+    const std::string mode = !asked.empty() ? asked : table.cols == 2 ? "column" : "chord";
+    if (mode == "column") {
+        if (table.cols < 2) refuse("--parameter column needs a second column with coordinates");
+        request.points.reference(pointsOf(table, 1));
+        request.parameters.reference(firstColumn(table));
+    } else {
+        request.points.reference(pointsOf(table, 0));
+        const Parameterisation spread = mode == "uniform"       ? Parameterisation::kUniform
+                                        : mode == "centripetal" ? Parameterisation::kCentripetal
+                                                                : Parameterisation::kChord;
+        request.parameters.reference(knotwork::parameterValues(request.points, spread));
+    }
+    const DoubleVec& t = request.parameters;
+    if (t.length() < 2 || !(minValue(t) < maxValue(t)))
+        refuse(table.rows < 2 ? "one point alone is no curve" : "all parameters are equal");
+    if (!std::isfinite(maxValue(t) - minValue(t))) refuse("the parameter range is too wide");
+}
+
+std::vector<double> interiorKnots(const std::string& text, double first, double last)
+{
+    std::vector<double> knots;
+    for (const std::string_view part : split(text, ',')) {
+        const std::optional<double> knot = parseNumber(part);
+        if (!knot) refuse("--knots: '" + std::string(part) + "' is no finite number");
+        if (!knots.empty() && *knot < knots.back()) refuse("--knots: the knots are out of order");
+        if (!(*knot > first && *knot < last))
+            refuse("--knots: " + shortest(*knot) + " does not lie between " + shortest(first) +
+                   " and " + shortest(last));
+        knots.push_back(*knot);
+    }
+    return knots;
+}
+
+/// A span more than that cannot be fixed by the data; found before its knots fill the memory.
+void checkCount(int spans, const CurveOptions& options, const CsvTable& table)
+{
+    const std::size_t equations =
+        static_cast<std::size_t>(table.rows) + options.values.size() + options.slopes.size();
+    const std::size_t unknowns =
+        static_cast<std::size_t>(spans) + static_cast<std::size_t>(options.degree);
+    if (unknowns > equations)
+        throw Failure(kRefused, std::to_string(unknowns) + " unknowns are more than " +
+                                    std::to_string(table.rows) + " data points can fix");
+}
+
+BsplineBasis basisFor(const CurveOptions& options, const CsvTable& table, const DoubleVec& t)
+{
+    const double first = minValue(t);
+    const double last = maxValue(t);
+    if (options.degree < 1 || options.degree > BsplineBasis::kMostDegree)
+        refuse("--degree: must be 1 to " + std::to_string(BsplineBasis::kMostDegree));
+    if (!options.knots.empty()) {
+        const BsplineBasis basis = BsplineBasis::clamped(options.degree, first, last,
+                                                         interiorKnots(options.knots, first, last));
+        if (!basis.valid())
+            refuse("--knots: a knot stands there more than " + std::to_string(options.degree) +
+                   " times");
+        checkCount(basis.count() - options.degree, options, table);
+        return basis;
+    }
+    if (options.spans < 1) refuse("--spans: must be 1 or more");
+    checkCount(options.spans, options, table);
+    const BsplineBasis basis = BsplineBasis::uniform(options.degree, first, last, options.spans);
+    if (!basis.valid())
+        refuse("--spans: so many spans cannot be told apart in the parameter range");
+    return basis;
+}
+
+void addPasses(const std::vector<std::string>& texts, CurveRequest& request)
+{
+    for (const std::string& text : texts)
+        for (const std::string_view part : split(text, ',')) {
+            const int last = request.points.points() - 1;
+            const std::optional<double> number = part == "first"  ? std::optional<double>(0.0)
+                                                 : part == "last" ? std::optional<double>(last)
+                                                                  : parseNumber(part);
+            if (!number || *number != std::floor(*number))
+                refuse("--pass: '" + std::string(part) +
+                       "' is neither a number nor first nor last");
+            if (*number < 0 || *number > last)
+                refuse("--pass: there is no data point " + std::string(part) +
+                       "; the last one is " + std::to_string(last));
+            const int i = static_cast<int>(*number);
+            const DoubleVec point(request.points.point(i));
+            const auto dimension = static_cast<std::size_t>(request.points.size());
+            std::vector<double> value(dimension);
+            for (std::size_t k = 0; k < dimension; ++k) value[k] = point(static_cast<int>(k));
+            request.constraints.push_back({request.parameters(i), 0, value});
+        }
+}
+
+/// T=X[:Y...]
+void addConstraints(const char* option, const std::vector<std::string>& texts, int derivative,
+                    CurveRequest& request)
+{
+    for (const std::string& text : texts) {
+        const auto bad = [&](const std::string& why) {
+            refuse(std::string(option) + " " + text + ": " + why);
+        };
+        const std::size_t equals = text.find('=');
+        if (equals == std::string::npos) bad("must read T=X[:Y...]");
+        const std::optional<double> t = parseNumber(std::string_view(text).substr(0, equals));
+        if (!t) bad("the parameter is no finite number");
+        CurveConstraint constraint{*t, derivative, {}};
+        for (const std::string_view part : split(std::string_view(text).substr(equals + 1), ':')) {
+            const std::optional<double> x = parseNumber(part);
+            if (!x) bad("'" + std::string(part) + "' is no finite number");
+            constraint.value.push_back(*x);
+        }
+        if (constraint.value.size() != static_cast<std::size_t>(request.points.size()))
+            bad("the points have " + std::to_string(request.points.size()) + " coordinates");
+        const double first = request.basis.first();
+        const double last = request.basis.last();
+        if (*t < first || *t > last)
+            bad("the parameter lies outside " + shortest(first) + " to " + shortest(last));
+        request.constraints.push_back(constraint);
+    }
+}
+
+}  // namespace
+
+CurveRequest makeCurveRequest(const CurveOptions& options, const CsvTable& table)
+{
+    CurveRequest request;
+    placePoints(options.parameter, table, request);
+    request.basis = basisFor(options, table, request.parameters);
+    addPasses(options.pass, request);
+    addConstraints("--value", options.values, 0, request);
+    addConstraints("--slope", options.slopes, 1, request);
+    return request;
+}
+
+}  // namespace knotfit

@@ -1,0 +1,111 @@
+// SPDX-License-Identifier: MIT
+#include "tools/knotfit/OutputFiles.h"
+
+#include <cstdio>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+#include "tools/knotfit/Failure.h"
+
+namespace knotfit {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+[[noreturn]] void refuse(const std::string& path)
+{
+    throw Failure(kBadUsage, path + ": cannot be written");
+}
+
+bool writeAll(std::FILE* file, const std::string& content)
+{
+    const bool complete = std::fwrite(content.data(), 1, content.size(), file) == content.size();
+    return std::fflush(file) == 0 && complete;
+}
+
+bool writeFile(const fs::path& path, const std::string& content)
+{
+    std::FILE* file = std::fopen(path.c_str(), "wb");
+    if (file == nullptr) return false;
+    const bool complete = writeAll(file, content);
+    return std::fclose(file) == 0 && complete;
+}
+
+/// Where the bytes go: a link's target, so that the link stays.
+fs::path placeOf(const std::string& path)
+{
+    std::error_code ignored;
+    const fs::path target = fs::weakly_canonical(path, ignored);
+    return target.empty() ? fs::path(path) : target;
+}
+
+/// A file that waits beside its place, and goes unless it is moved there.
+class Waiting {
+  public:
+    Waiting(const std::string& path, const std::string& content)
+        : path_(path), place_(placeOf(path)), beside_(place_)
+    {
+        beside_ += ".partial";
+        if (writeFile(beside_, content)) return;
+        remove();
+        refuse(path_);
+    }
+    Waiting(Waiting&& other) noexcept
+        : path_(std::move(other.path_)),
+          place_(std::move(other.place_)),
+          beside_(std::exchange(other.beside_, fs::path()))
+    {
+    }
+    Waiting& operator=(Waiting&&) = delete;
+    ~Waiting() { remove(); }
+
+    void move()
+    {
+        std::error_code fault;
+        fs::rename(beside_, place_, fault);
+        if (fault) refuse(path_);
+        beside_.clear();
+    }
+
+  private:
+    void remove()
+    {
+        std::error_code ignored;
+        if (!beside_.empty()) fs::remove(beside_, ignored);
+    }
+
+    std::string path_;
+    fs::path place_;
+    fs::path beside_;
+};
+
+bool writtenInPlace(const std::string& path)
+{
+    std::error_code ignored;
+    return fs::exists(path, ignored) && !fs::is_regular_file(path, ignored);
+}
+
+}  // namespace
+
+void OutputFiles::add(const std::string& path, std::string content)
+{
+    files_.push_back({path, std::move(content)});
+}
+
+void OutputFiles::write() const
+{
+    std::vector<Waiting> waiting;
+    for (const File& file : files_)
+        if (file.path != "-" && !writtenInPlace(file.path))
+            waiting.emplace_back(file.path, file.content);
+    for (const File& file : files_) {
+        if (file.path == "-" && !writeAll(stdout, file.content)) refuse("standard output");
+        if (file.path != "-" && writtenInPlace(file.path) && !writeFile(file.path, file.content))
+            refuse(file.path);
+    }
+    for (Waiting& file : waiting) file.move();
+}
+
+}  // namespace knotfit

@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace knotfit {
+
+/// Files that are written together or not at all: first beside their places, then, when every one
+/// is complete, moved there. "-" is standard output; what is no regular file is written in place.
+class OutputFiles {
+  public:
+    void add(const std::string& path, std::string content);
+    void write() const;  ///< throws a Failure; nothing is left behind then
+
+  private:
+    struct File {
+        std::string path;
+        std::string content;
+    };
+    std::vector<File> files_;
+};
+
+}  // namespace knotfit

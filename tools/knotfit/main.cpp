@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: MIT
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <new>
+
+#include "tools/knotfit/CurveCommand.h"
+#include "tools/knotfit/Failure.h"
+
+namespace {
+
+int complain(const char* sentence, int status)
+{
+    std::fprintf(stderr, "knotfit: %s\n", sentence);
+    return status;
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    CLI::App app("Constrained B-spline fits", "knotfit");
+    app.set_version_flag("--version", KNOTFIT_VERSION);
+    app.require_subcommand(1);
+    knotfit::addCurveCommand(app);
+    try {
+        app.parse(argc, argv);
+        return knotfit::kDone;
+    } catch (const CLI::ParseError& e) {
+        const bool asked = e.get_exit_code() == 0;  // --help and --version
+        if (asked) return app.exit(e);
+        return complain(e.what(), knotfit::kBadUsage);
+    } catch (const knotfit::Failure& e) {
+        return complain(e.what(), e.status());
+    } catch (const std::bad_alloc&) {
+        return complain("there is not enough memory", knotfit::kRefused);
+    }
+}
