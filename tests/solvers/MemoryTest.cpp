@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <new>
+#include <string>
 
 #include "knotwork/solvers/Thouseholder.h"
 #include "tests/support/Arrays.h"
@@ -83,6 +84,9 @@ TEST(MemoryTest, ASetUpHoldsItsCopiesOfTheMatrixAndLittleElse)
             const double copies = static_cast<double>(peakBytes - before) / matrixBytes;
             EXPECT_LE(copies, c.copies + 0.1);
             EXPECT_GE(copies, c.copies - 0.1) << "or the count has stopped counting";
+            RecordProperty(
+                "peak_copies_" + std::to_string(&c - cases) + "_" + std::to_string(round),
+                std::to_string(copies));
         }
     }
 }
