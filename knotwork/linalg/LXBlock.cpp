@@ -38,6 +38,11 @@ LXBlock::~LXBlock()
     ::operator delete(storage_);
 }
 
+void LXBlock::destroy(LXBlock* block)
+{
+    delete block;
+}
+
 void* LXBlock::operator new(std::size_t size)
 {
     void* header = knotwork::SmallBlockPool::allocate(size);

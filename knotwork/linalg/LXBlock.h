@@ -26,7 +26,7 @@ class KNOTWORK_EXPORT LXBlock {
     /// One user less; the last one frees the storage and the block.
     static void release(LXBlock* block)
     {
-        if (--block->users_ == 0) delete block;
+        if (--block->users_ == 0) destroy(block);
     }
 
     /// Raises 0x3008: for counts that no block can hold, found before there is a block.
@@ -36,6 +36,9 @@ class KNOTWORK_EXPORT LXBlock {
     static void operator delete(void* header, std::size_t size);
 
   private:
+    // Out of line: inlined into a caller that releases twice, it looks like a use after free.
+    static void destroy(LXBlock* block);
+
     std::uint16_t users_;
     void* storage_;
 };
