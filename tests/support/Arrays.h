@@ -2,6 +2,9 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
 #include <initializer_list>
 #include <random>
 #include <type_traits>
@@ -49,6 +52,33 @@ std::vector<typename Vec::Element> elements(const Vec& v)
     for (unsigned i = 0; i < v.length(); ++i)
         out.push_back(v.data()[std::ptrdiff_t{v.stride()} * static_cast<std::ptrdiff_t>(i)]);
     return out;
+}
+
+/// The values as a view of the given stride (not 0) on new storage, whose gaps hold 99.
+template <class T>
+auto strided(const std::vector<T>& values, int stride)
+{
+    const auto n = static_cast<unsigned>(values.size());
+    const auto gap = static_cast<std::size_t>(std::abs(stride));
+    const auto base = vecFrom(std::vector<T>(n * gap, T{99}));
+    auto view = base.slice(stride < 0 && n > 0 ? static_cast<int>((n - 1) * gap) : 0, n, stride);
+    for (unsigned i = 0; i < n; ++i)
+        view.data()[std::ptrdiff_t{stride} * static_cast<std::ptrdiff_t>(i)] = values[i];
+    return view;
+}
+
+/// The bit patterns, where NaN and the sign of zero count.
+inline std::vector<std::uint64_t> bitsOf(const std::vector<double>& values)
+{
+    std::vector<std::uint64_t> bits(values.size());
+    if (!bits.empty()) std::memcpy(bits.data(), values.data(), values.size() * sizeof(double));
+    return bits;
+}
+
+template <class T>
+std::vector<T> bitsOf(const std::vector<T>& values)
+{
+    return values;
 }
 
 /// A new matrix from rows in braces: mat<DoubleGenMat>({{1, 2}, {3, 4}}).
