@@ -257,7 +257,8 @@ std::vector<Fault> matrixFaults(const std::string& name)
     faults.add("bccol", 0x4007, "Column (-1) not in matrix with 3 columns",
                [m] { m.bccol(-1) = 0; });
     for (const auto& [k, shown] :
-         {std::pair{3, "-3"}, std::pair{-2, "2"}, std::pair{INT_MAX, "-2147483647"}})
+         {std::pair{3, "-3"}, std::pair{-2, "2"}, std::pair{INT_MAX, "-2147483647"},
+          std::pair{INT_MIN, "-2147483648"}})  // its own negative
         faults.add("bcdiagonal", 0x4008,
                    "Diagonal " + std::string(shown) + " not in " + name + " matrix of size (2x3)",
                    [m, k = k] { m.bcdiagonal(k) = 0; });

@@ -208,7 +208,8 @@ template <class Derived, class VecT, class PickT>
 VecT GenMatCore<Derived, VecT, PickT>::bcdiagonal(int k) const
 {
     if (std::int64_t{k} < cols_ && -std::int64_t{k} < rows_) return diagonal(k);
-    lxRaise(0x4008, -k, Derived::className, rows_, cols_);  // the negated number is intended
+    // The negated number is intended; INT_MIN stays itself.
+    lxRaise(0x4008, ElementTraits<int>::negate(k), Derived::className, rows_, cols_);
     return VecT();
 }
 
