@@ -317,6 +317,9 @@ TEST(ErrorTest, OfMatricesBeyondWhatAVectorCounts)
     });
     tooLarge("more columns", [] { DoubleGenMat(kSide, 1, 1.0).resize(kSide, kSide); });
     tooLarge("more rows", [] { DoubleGenMat(1, kSide, 1.0).resize(kSide, kSide); });
+    tooLarge("product", [=] { product(column, row); });
+    tooLarge("transProduct", [=] { transProduct(column, transpose(row)); });
+    tooLarge("transposeProduct", [=] { transposeProduct(transpose(column), row); });
     tooLarge("kronecker", [=] { kronecker(column, row); });
     tooLarge("kronecker, rows alone", [=] { kronecker(column, DoubleGenMat(kSide, 0)); });
     check(faults);

@@ -400,6 +400,7 @@ Derived GenMatCore<Derived, VecT, PickT>::matrixProduct(const Derived& a, const 
         return Derived();
     }
     Derived result(a.rows_, b.cols_);
+    if (result.vec_.length() == 0) return result;  // also when there was no memory for it
     multiply(detail::operandOf(a, a.vec_.stride()), detail::operandOf(b, b.vec_.stride()),
              result.data());
     return result;
@@ -413,6 +414,7 @@ Derived GenMatCore<Derived, VecT, PickT>::matrixTransProduct(const Derived& a, c
         return Derived();
     }
     Derived result(a.rows_, b.rows_);
+    if (result.vec_.length() == 0) return result;
     multiply(detail::operandOf(a, a.vec_.stride()),
              detail::operandOf(b, b.vec_.stride()).transposed(), result.data());
     return result;
@@ -426,6 +428,7 @@ Derived GenMatCore<Derived, VecT, PickT>::matrixTransposeProduct(const Derived& 
         return Derived();
     }
     Derived result(a.cols_, b.cols_);
+    if (result.vec_.length() == 0) return result;
     multiply(detail::operandOf(a, a.vec_.stride()).transposed(),
              detail::operandOf(b, b.vec_.stride()), result.data());
     return result;
@@ -440,6 +443,7 @@ VecT GenMatCore<Derived, VecT, PickT>::matrixProduct(const Derived& a, const Vec
     }
     const VecT compact = x.stride() == 1 ? x : x.copy();
     VecT result(a.rows_);
+    if (result.length() == 0 || compact.length() != x.length()) return result;
     multiplyVector(detail::operandOf(a, a.vec_.stride()), compact.data(), result.data());
     return result;
 }
@@ -453,6 +457,7 @@ VecT GenMatCore<Derived, VecT, PickT>::matrixProduct(const VecT& x, const Derive
     }
     const VecT compact = x.stride() == 1 ? x : x.copy();
     VecT result(a.cols_);
+    if (result.length() == 0 || compact.length() != x.length()) return result;
     multiplyVector(detail::operandOf(a, a.vec_.stride()).transposed(), compact.data(),
                    result.data());
     return result;
