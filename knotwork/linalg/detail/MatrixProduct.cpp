@@ -215,7 +215,8 @@ void multiplyVector(const MatrixOperand<T>& a, const T* x, T* y)
     using Number = typename Lane<T>::Type;
     const std::size_t m = a.rows;
     const std::size_t n = a.cols;
-    if (a.rowStep == 1) {  // sweep the columns, all results advancing together
+    // Sweep the columns, all results advancing together; with none there is no data to offset.
+    if (a.rowStep == 1 || n == 0) {
         std::fill_n(y, m, T{0});
         for (std::size_t k = 0; k < n; ++k) {
             const T* column = a.data + static_cast<std::ptrdiff_t>(k) * a.colStep;
