@@ -10,6 +10,7 @@
 #include <type_traits>
 
 #include "tests/support/Arrays.h"
+#include "tests/support/CaseName.h"
 
 namespace {
 
@@ -21,7 +22,7 @@ template <class Mat>
 class GenMatTest : public testing::Test {
 };
 using MatTypes = testing::Types<DoubleGenMat, IntGenMat>;
-TYPED_TEST_SUITE(GenMatTest, MatTypes);
+TYPED_TEST_SUITE(GenMatTest, MatTypes, ElementName);
 
 template <class Mat>
 using VecOf = decltype(std::declval<Mat>().dataVec());

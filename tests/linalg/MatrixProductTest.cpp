@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "tests/support/Arrays.h"
+#include "tests/support/CaseName.h"
 
 namespace {
 
@@ -75,7 +76,7 @@ template <class Mat>
 class MatrixProductTest : public testing::Test {
 };
 using MatTypes = testing::Types<DoubleGenMat, IntGenMat>;
-TYPED_TEST_SUITE(MatrixProductTest, MatTypes);
+TYPED_TEST_SUITE(MatrixProductTest, MatTypes, ElementName);
 
 struct Shape {
     unsigned m, inner, n;

@@ -9,6 +9,7 @@
 #include "knotwork/linalg/IntVecPick.h"
 #include "knotwork/linalg/SCharVecPick.h"
 #include "tests/support/Arrays.h"
+#include "tests/support/CaseName.h"
 
 namespace {
 
@@ -20,7 +21,7 @@ template <class Vec>
 class PickTest : public testing::Test {
 };
 using VecTypes = testing::Types<DoubleVec, IntVec, SCharVec>;
-TYPED_TEST_SUITE(PickTest, VecTypes);
+TYPED_TEST_SUITE(PickTest, VecTypes, ElementName);
 
 TYPED_TEST(PickTest, ReadsAndWritesThroughBothSharedBlocks)
 {
@@ -69,7 +70,7 @@ template <class Mat>
 class MatrixPickTest : public testing::Test {
 };
 using MatTypes = testing::Types<DoubleGenMat, IntGenMat>;
-TYPED_TEST_SUITE(MatrixPickTest, MatTypes);
+TYPED_TEST_SUITE(MatrixPickTest, MatTypes, ElementName);
 
 TYPED_TEST(MatrixPickTest, SelectsRowsAndColumnsOfSharedStorage)
 {

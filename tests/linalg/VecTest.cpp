@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "tests/support/Arrays.h"
+#include "tests/support/CaseName.h"
 #include "tests/support/RecordingHandler.h"
 
 namespace {
@@ -25,7 +26,7 @@ template <class Vec>
 class VecTest : public testing::Test {
 };
 using VecTypes = testing::Types<DoubleVec, IntVec, SCharVec>;
-TYPED_TEST_SUITE(VecTest, VecTypes);
+TYPED_TEST_SUITE(VecTest, VecTypes, ElementName);
 
 // Arithmetic worked independently: in 64 bits and cut to the type, so integers wrap.
 template <class T>
@@ -372,7 +373,7 @@ template <class Vec>
 class IntegerVecTest : public testing::Test {
 };
 using IntegerVecTypes = testing::Types<IntVec, SCharVec>;
-TYPED_TEST_SUITE(IntegerVecTest, IntegerVecTypes);
+TYPED_TEST_SUITE(IntegerVecTest, IntegerVecTypes, ElementName);
 
 TYPED_TEST(IntegerVecTest, ComparisonsWithAValueAreExact)
 {
