@@ -25,6 +25,7 @@
 #include "knotwork/solvers/Thouseholder.h"
 #include "knotwork/solvers/TsolveConstrainedLsq.h"
 #include "knotwork/solvers/TsolveSystems.h"
+#include "knotwork/solvers/TsolveTensorProductLsq.h"
 #include "knotwork/solvers/TsolverReporter.h"
 #include "knotwork/fit/BsplineBasis.h"
 #include "knotwork/fit/CurveFit.h"

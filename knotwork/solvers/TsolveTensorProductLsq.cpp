@@ -1,0 +1,138 @@
+// SPDX-License-Identifier: MIT
+#include "knotwork/solvers/TsolveTensorProductLsq.h"
+
+#include "knotwork/linalg/DoubleVecPick.h"
+
+namespace {
+
+constexpr int kFixed = 1;
+constexpr int kFree = 0;
+constexpr int kNoRows = -1;
+
+/// The numbers of a matrix as a grid of points of one coordinate; shares them unless strided.
+TtupleMatrix gridOf(const DoubleGenMat& m)
+{
+    const DoubleVec numbers(m.dataVec());
+    return TtupleMatrix(1, static_cast<int>(m.rows()), static_cast<int>(m.cols()),
+                        numbers.stride() == 1 ? numbers : numbers.copy());
+}
+
+/// Solves in a grid of one coordinate and hands the numbers back, to strided matrices too.
+template <class Solve>
+int solveAsGrid(DoubleGenMat* X, Solve solveGrid)
+{
+    if (X == nullptr) return knotwork::kBadArgument;
+    TtupleMatrix grid(gridOf(*X));
+    const int code = solveGrid(&grid);
+    if (X->dataVec().stride() != 1) X->dataVec() = grid.data();
+    return code;
+}
+
+IntVec fixedRows(const IntGenMat& mask, int column)
+{
+    return mask.col(column).valueIndex(kFixed);
+}
+
+}  // namespace
+
+TsolveTensorProductLsq::TsolveTensorProductLsq(TsolveConstrainedLsq& u, TsolveConstrainedLsq& v)
+    : u_(u), v_(v)
+{
+}
+
+int TsolveTensorProductLsq::setMatrix(const DoubleGenMat& Au, const DoubleGenMat& Av, int ncU,
+                                      int ncV, bool normaliseU, bool normaliseV, bool cleanZerosU,
+                                      bool cleanZerosV, bool cutoffU, bool cutoffV)
+{
+    const int code = u_.setMatrix(Au, ncU, normaliseU, cleanZerosU, cutoffU);
+    return code != 0 ? code : v_.setMatrix(Av, ncV, normaliseV, cleanZerosV, cutoffV);
+}
+
+int TsolveTensorProductLsq::solve(const DoubleGenMat& B, DoubleGenMat* X) const
+{
+    return solveAsGrid(X, [&](TtupleMatrix* grid) { return solve(gridOf(B), grid); });
+}
+
+int TsolveTensorProductLsq::solve(const TtupleMatrix& B, TtupleMatrix* X) const
+{
+    if (X == nullptr || B.size() != X->size()) return knotwork::kBadArgument;
+    TtupleMatrix T(B.size(), B.rows(), X->cols(), 0.0);
+    int code = sweepRows(B, T);
+    if (code != knotwork::kSolved && code != kNoRows) return code;
+    for (int j = 0; j < T.cols(); ++j) {
+        TtupleVector column(X->columnVector(j));
+        code = u_.solve(T.columnVector(j), &column, false);
+        if (code != knotwork::kSolved) return code;
+    }
+    return code;
+}
+
+/// Every row of B through the v solver: the columns of B are its points, of one coordinate for each
+/// number in a column.
+int TsolveTensorProductLsq::sweepRows(const TtupleMatrix& B, TtupleMatrix& T) const
+{
+    if (B.rows() == 0) return kNoRows;
+    TtupleMatrix source(B);
+    const int numbersPerColumn = B.size() * B.rows();
+    TtupleVector result(numbersPerColumn, T.data());
+    return v_.solve(TtupleVector(numbersPerColumn, source.data()), &result, false);
+}
+
+int TsolveTensorProductLsq::solveFixed(const DoubleGenMat& Au, const DoubleGenMat& Av,
+                                       const IntGenMat& mask, const DoubleGenMat& B,
+                                       DoubleGenMat* X)
+{
+    return solveAsGrid(
+        X, [&](TtupleMatrix* grid) { return solveFixed(Au, Av, mask, gridOf(B), grid); });
+}
+
+int TsolveTensorProductLsq::solveFixed(const DoubleGenMat& Au, const DoubleGenMat& Av,
+                                       const IntGenMat& mask, const TtupleMatrix& B,
+                                       TtupleMatrix* X)
+{
+    if (X == nullptr || B.size() != X->size()) return knotwork::kBadArgument;
+    const auto rows = static_cast<unsigned>(X->rows());
+    const auto cols = static_cast<unsigned>(X->cols());
+    if (mask.rows() != rows || mask.cols() != cols || Au.cols() != rows || Av.cols() != cols ||
+        Au.rows() != static_cast<unsigned>(B.rows()) ||
+        Av.rows() != static_cast<unsigned>(B.cols()))
+        return knotwork::kBadArgument;
+    if (mask.dataVec().countValue(kFixed) == 0) {
+        setMatrix(Au, Av, 0, 0, false, false, false, false, false, false);
+        return solve(B, X);
+    }
+
+    TtupleMatrix rest(B.copy());
+    for (int k = 0; k < X->size(); ++k) {
+        DoubleGenMat coefficients(X->component(k));
+        coefficients.dataVec().vecPick(mask.dataVec().valueIndex(kFree)) = 0.0;
+        rest.component(k) -= transProduct(product(Au, coefficients), Av);
+    }
+    v_.setMatrix(Av, 0, false, false, false);
+    TtupleMatrix T(B.size(), B.rows(), X->cols(), 0.0);
+    int code = sweepRows(rest, T);
+    for (int j = 0; j < X->cols() && code == knotwork::kSolved; ++j) {
+        TtupleVector column(X->columnVector(j));
+        code = solveColumnAround(Au, fixedRows(mask, j), T.columnVector(j), column);
+    }
+    return code;
+}
+
+/// One column of coefficients, some of them fixed. The u solver is set up anew, since the fixed
+/// ones change from column to column; that they are left out needs zero cleaning. (A column that is
+/// fixed as a whole is not left out, and then takes all its values back.)
+int TsolveTensorProductLsq::solveColumnAround(const DoubleGenMat& Au, const IntVec& fixed,
+                                              const TtupleVector& rhs, TtupleVector& column)
+{
+    if (fixed.length() == 0) {
+        u_.setMatrix(Au, 0, false, false, false);
+        return u_.solve(rhs, &column, false);
+    }
+    u_.setMatrix(Au, fixed, 0, false, true, false);
+    TtupleVector found(column.size(), column.points(), 0.0);
+    const int code = u_.solve(rhs, &found, false);
+    if (code != knotwork::kSolved) return code;
+    found.setPoints(fixed, column.rPoints(fixed));
+    column = found;
+    return code;
+}
