@@ -4,6 +4,7 @@
 /// Every public header of the library, from the ground up.
 // clang-format off: in the order of the rooms
 #include "knotwork/platform/base.h"
+#include "knotwork/platform/kernel.h"
 #include "knotwork/linalg/DoubleGenMat.h"
 #include "knotwork/linalg/DoubleGenMatPick.h"
 #include "knotwork/linalg/DoubleVec.h"
