@@ -18,6 +18,8 @@
 #include "knotwork/linalg/SCharVec.h"
 #include "knotwork/linalg/SCharVecPick.h"
 #include "knotwork/factor/DoubleSVDecomp.h"
+#include "knotwork/geometry/TnkException.h"
+#include "knotwork/geometry/TnkRw.h"
 #include "knotwork/geometry/TnumberSequence.h"
 #include "knotwork/geometry/TtupleMatrix.h"
 #include "knotwork/geometry/TtupleVector.h"

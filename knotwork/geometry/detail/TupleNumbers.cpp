@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <limits>
 
+#include "knotwork/geometry/TnkRw.h"
 #include "knotwork/linalg/LXBlock.h"
 #include "knotwork/platform/base.h"
 
@@ -48,13 +49,10 @@ DoubleVec viewOf(const DoubleVec& numbers, std::ptrdiff_t start, unsigned n, int
 
 void transformPoint(DoubleVec point, TxformMatrix& xf)
 {
-    const bool weighted = point.length() > 3;
-    T4dDblPoint p(point(0), point(1), point(2), weighted ? point(3) : 1.0);
+    T4dDblPoint p;
+    TnkRw::dvToP4(point, p);
     p.postmultBy(xf.matrix());
-    point(0) = p.x;
-    point(1) = p.y;
-    point(2) = p.z;
-    if (weighted) point(3) = p.w;
+    TnkRw::p4ToDv(p, point);
 }
 
 }  // namespace knotwork
