@@ -40,4 +40,13 @@ void panelUpdate(RowRangeSpan ranges, const double* v, double* const* columns, i
 void panelCombine(RowRangeSpan ranges, double* v, const double* const* columns, int count,
                   const double* factors);
 
+/// The same with kInterleaved columns that lie row after row in w: column c is w[16 i + c].
+constexpr int kInterleaved = 16;
+
+/// out[c] = sum of v[i] w[16 i + c].
+void interleavedDot(RowRangeSpan ranges, const double* v, const double* w, double* out);
+
+/// w[16 i + c] += factors[c] v[i].
+void interleavedUpdate(RowRangeSpan ranges, const double* v, double* w, const double* factors);
+
 }  // namespace knotwork

@@ -140,20 +140,43 @@ int Thouseholder::solveInPlace(TtupleVector& rhs, TtupleVector* x) const
         knotwork::kBadArgument);
 }
 
+/// Many coordinates go through the factor together, few of them a column each.
 void Thouseholder::solveCoordinates(TtupleVector& rhs, TtupleVector& x) const
+{
+    for (int first = 0; first < rhs.size();) {
+        const int left = rhs.size() - first;
+        const int width = std::min(left, left > knotwork::kPanel ? knotwork::kInterleaved : left);
+        if (left > knotwork::kPanel)
+            solveSome<knotwork::InterleavedBlock>(rhs, x, first, width);
+        else
+            solveSome<knotwork::ColumnBlock>(rhs, x, first, width);
+        first += width;
+    }
+}
+
+template <class Block>
+void Thouseholder::solveSome(TtupleVector& rhs, TtupleVector& x, int first, int width) const
 {
     const bool scaled = rhsMult_.length() == static_cast<unsigned>(rhs.points());
     const knotwork::TwoPhaseLayout layout(factored_, numConstraints_);
-    knotwork::TwoPhaseSolve solve(layout, arrays(), negligible_);
-    DoubleVec unknowns(factored_.cols());
-    for (int k = 0; k < rhs.size(); ++k) {
-        DoubleVec coordinate(rhs.component(k));
-        if (scaled) coordinate *= rhsMult_;
-        DoubleVec compact(coordinate.copy());
-        solve.run(compact.data(), unknowns.data());
-        DoubleVec solution(x.component(k));
-        solution = 0.0;
-        solution.slice(0, unknowns.length(), 1) = unknowns;
+    knotwork::TwoPhaseSolve<Block> solve(layout, arrays(), negligible_, width);
+    const DoubleVec right(rhs.data());
+    const std::ptrdiff_t step = right.stride();
+    for (int i = 0; i < layout.rows; ++i) {
+        const int row = rowOrder_(i);
+        const double factor = scaled ? rhsMult_(row) : 1.0;
+        const double* numbers = right.data() + (std::ptrdiff_t{rhs.size()} * row + first) * step;
+        for (int c = 0; c < width; ++c) solve.rhs().at(i, c) = factor * numbers[step * c];
+    }
+    solve.run();
+
+    DoubleVec solution(x.data());
+    const std::ptrdiff_t stride = solution.stride();
+    for (int c = 0; c < width; ++c) x.component(first + c) = 0.0;
+    for (int j = 0; j < layout.cols; ++j) {
+        double* numbers =
+            solution.data() + (std::ptrdiff_t{x.size()} * colOrder_(j) + first) * stride;
+        for (int c = 0; c < width; ++c) numbers[stride * c] = solve.x().at(j, c);
     }
 }
 

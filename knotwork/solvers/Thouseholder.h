@@ -54,6 +54,8 @@ class KNOTWORK_EXPORT Thouseholder : public TsolveConstrainedLsq {
   private:
     knotwork::TwoPhaseArrays arrays() const;
     void solveCoordinates(TtupleVector& rhs, TtupleVector& x) const;
+    template <class Block>
+    void solveSome(TtupleVector& rhs, TtupleVector& x, int first, int width) const;
 
     double negligible_;
     DoubleVec beta_;      // per pivot position, from the first pivot row

@@ -5,6 +5,7 @@
 
 #include "knotwork/linalg/DoubleGenMat.h"
 #include "knotwork/solvers/TsolverReporter.h"
+#include "knotwork/solvers/detail/RhsBlock.h"
 #include "knotwork/solvers/detail/RowBlocks.h"
 
 namespace knotwork {
@@ -73,12 +74,17 @@ class TwoPhaseFactor {
     RowRanges ranges_;           // the rows that the current reflection acts on
 };
 
-/// Solves one coordinate. rhs: the right-hand side in the working matrix's row order, scaled,
-/// overwritten. x: one number per column, set. The arrays are only read.
+/// Solves for a few right-hand sides at once; the arrays are only read. Block: ColumnBlock or
+/// InterleavedBlock, of which rhs() takes the right-hand sides in factored row order and x() holds
+/// the solutions in factored column order.
+template <class Block>
 class TwoPhaseSolve {
   public:
-    TwoPhaseSolve(const TwoPhaseLayout& layout, const TwoPhaseArrays& arrays, double negligible);
-    void run(double* rhs, double* x);
+    TwoPhaseSolve(const TwoPhaseLayout& layout, const TwoPhaseArrays& arrays, double negligible,
+                  int width);
+    Block& rhs() { return rhs_; }
+    Block& x() { return x_; }
+    void run();
 
   private:
     void reflectRhs();
@@ -89,9 +95,13 @@ class TwoPhaseSolve {
     const TwoPhaseLayout at_;
     const TwoPhaseArrays arrays_;
     const double negligible_;
-    std::vector<double> rhs_;       // in factored row order
-    std::vector<double> unknowns_;  // in factored column order
+    Block rhs_;
+    Block x_;
+    std::vector<double> row_;
     RowRanges ranges_;
 };
+
+extern template class TwoPhaseSolve<ColumnBlock>;
+extern template class TwoPhaseSolve<InterleavedBlock>;
 
 }  // namespace knotwork
