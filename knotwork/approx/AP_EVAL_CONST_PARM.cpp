@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: MIT
+#include "knotwork/approx/AP_EVAL_CONST_PARM.h"
+
+#include "knotwork/approx/detail/DeBoor.h"
+#include "knotwork/approx/detail/EvaluatorSize.h"
+#include "knotwork/approx/detail/SpanSearch.h"
+
+AP_EVAL_CONST_PARM::AP_EVAL_CONST_PARM(AP_SURFACE& s)
+    : AP_EVAL_CONTEXT(knotwork::evaluatorSize(s)), surface_(s), v_(0.0), count_(0), spanU_(0)
+{
+}
+
+AP_EVAL_CONST_PARM::AP_EVAL_CONST_PARM(const AP_EVAL_CONST_PARM& other)
+    : AP_EVAL_CONTEXT(other.size()),
+      surface_(other.surface_),
+      v_(other.v_),
+      count_(0),
+      spanU_(other.spanU_)
+{
+}
+
+AP_EVAL_CONST_PARM::~AP_EVAL_CONST_PARM() = default;
+
+void AP_EVAL_CONST_PARM::setv(double v)
+{
+    const int needed = knotwork::evaluatorSize(surface_);
+    if (needed > size()) remake(needed);
+    v_ = v;
+    count_ = surface_.uCount();
+    const int row = count_ * surface_.Coords();
+    const int span = knotwork::findSpan(surface_.vKnots_, v);
+    const knotwork::DeBoor scheme(surface_.vKnots_, span, v, knotwork::SpanEnd::kLeft, 0);
+    scheme.run(surface_.index(span, 0), row, row, 0, workspace(), row);
+}
+
+void AP_EVAL_CONST_PARM::eval(double u)
+{
+    if (count_ != surface_.uCount()) setv(v_);
+    const int coords = surface_.Coords();
+    spanU_ = knotwork::findSpan(surface_.uKnots_, u, spanU_);
+    const knotwork::DeBoor scheme(surface_.uKnots_, spanU_, u, knotwork::SpanEnd::kLeft, 0);
+    scheme.run(workspace() + std::ptrdiff_t{spanU_} * coords, coords, coords, 0, (*this)(), coords);
+}
+
+double* AP_EVAL_CONST_PARM::operator()()
+{
+    return workspace() + std::ptrdiff_t{surface_.uCount()} * surface_.Coords();
+}

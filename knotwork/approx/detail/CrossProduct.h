@@ -1,0 +1,13 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+namespace knotwork {
+
+inline void crossProduct(const double* a, const double* b, double* product)
+{
+    product[0] = a[1] * b[2] - a[2] * b[1];
+    product[1] = a[2] * b[0] - a[0] * b[2];
+    product[2] = a[0] * b[1] - a[1] * b[0];
+}
+
+}  // namespace knotwork

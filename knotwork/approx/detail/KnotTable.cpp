@@ -1,0 +1,94 @@
+// SPDX-License-Identifier: MIT
+#include "knotwork/approx/detail/KnotTable.h"
+
+#include <algorithm>
+
+#include "knotwork/approx/detail/SpanSearch.h"
+
+namespace knotwork {
+
+namespace {
+
+template <class T>
+std::unique_ptr<T[]> makeArray(int n)
+{
+    return std::make_unique<T[]>(static_cast<std::size_t>(std::max(n, 0)));
+}
+
+}  // namespace
+
+KnotTable::KnotTable(int degree, int spans)
+    : degree_(degree),
+      spans_(spans),
+      capacity_(2 * degree + spans - 1),
+      knots_(makeArray<double>(capacity_)),
+      repeats_(makeArray<unsigned char>(capacity_))
+{
+}
+
+KnotTable::KnotTable(const KnotTable& other) : KnotTable(other.degree_, other.spans_)
+{
+    if (capacity_ <= 0) return;
+    std::copy_n(other.knots_.get(), capacity_, knots_.get());
+    std::copy_n(other.repeats_.get(), capacity_, repeats_.get());
+}
+
+void KnotTable::put(int i, double value)
+{
+    knots_[i - first()] = value;
+    repeats_[i - first()] = 0;
+}
+
+void KnotTable::putRepeated(int i)
+{
+    knots_[i - first()] = knots_[i - first() - 1];
+    repeats_[i - first()] = 1;
+}
+
+void KnotTable::grow(int needed)
+{
+    if (needed <= capacity_) return;
+    const int held = count();
+    capacity_ += (needed - capacity_ + growthStep_ - 1) / growthStep_ * growthStep_;
+    auto knots = makeArray<double>(capacity_);
+    auto repeats = makeArray<unsigned char>(capacity_);
+    std::copy_n(knots_.get(), held, knots.get());
+    std::copy_n(repeats_.get(), held, repeats.get());
+    knots_ = std::move(knots);
+    repeats_ = std::move(repeats);
+}
+
+int KnotTable::insert(double t, int r)
+{
+    const bool behindAll = last() >= first() && t > (*this)(last());
+    const int q = behindAll ? spans_ + degree_ : bisectSpan(*this, t) + 1;
+    if (r < 1) return q;
+    const int held = count();
+    const int place = q - first();
+    grow(held + r);
+    double* knots = knots_.get();
+    unsigned char* repeats = repeats_.get();
+    std::copy_backward(knots + place, knots + held, knots + held + r);
+    std::copy_backward(repeats + place, repeats + held, repeats + held + r);
+    std::fill_n(knots + place, r, t);
+    std::fill_n(repeats + place, r, static_cast<unsigned char>(1));
+    repeats[place] = 0;
+    spans_ += r;
+    return q;
+}
+
+void KnotTable::blend(int q, double t, double* points, int length, int count) const
+{
+    // Behind the last knot there may be no point or knot i + 1: the new points stay copies.
+    const int end = std::min({q + degree_, count - 1, last()});
+    for (int i = q; i < end; ++i) {
+        const double left = (*this)(i - degree_);
+        const double width = (*this)(i + 1) - left;
+        if (width == 0.0) continue;  // only copies of one point meet there
+        const double alpha = (t - left) / width;
+        double* point = points + std::ptrdiff_t{i} * length;
+        for (int c = 0; c < length; ++c) point[c] += alpha * (point[length + c] - point[c]);
+    }
+}
+
+}  // namespace knotwork
