@@ -29,8 +29,8 @@ void AP_EVAL_CONST_PARM::setv(double v)
     count_ = surface_.uCount();
     const int row = count_ * surface_.Coords();
     const int span = knotwork::findSpan(surface_.vKnots_, v);
-    const knotwork::DeBoor scheme(surface_.vKnots_, span, v, knotwork::SpanEnd::kLeft, 0);
-    scheme.run(surface_.index(span, 0), row, row, 0, workspace(), row);
+    knotwork::runDeBoor(surface_.vKnots_, span, v, knotwork::SpanEnd::kLeft,
+                        {surface_.index(span, 0), row, row, 0, workspace(), row});
 }
 
 void AP_EVAL_CONST_PARM::eval(double u)
@@ -38,8 +38,9 @@ void AP_EVAL_CONST_PARM::eval(double u)
     if (count_ != surface_.uCount()) setv(v_);
     const int coords = surface_.Coords();
     spanU_ = knotwork::findSpan(surface_.uKnots_, u, spanU_);
-    const knotwork::DeBoor scheme(surface_.uKnots_, spanU_, u, knotwork::SpanEnd::kLeft, 0);
-    scheme.run(workspace() + std::ptrdiff_t{spanU_} * coords, coords, coords, 0, (*this)(), coords);
+    knotwork::runDeBoor(surface_.uKnots_, spanU_, u, knotwork::SpanEnd::kLeft,
+                        {workspace() + std::ptrdiff_t{spanU_} * coords, coords, coords, 0,
+                         workspace() + std::ptrdiff_t{count_} * coords, coords});
 }
 
 double* AP_EVAL_CONST_PARM::operator()()

@@ -34,7 +34,7 @@ AP_EVAL_CONTEXT::AP_EVAL_CONTEXT(const AP_EVAL_CONTEXT& other)
 
 AP_EVAL_CONTEXT& AP_EVAL_CONTEXT::operator=(const AP_EVAL_CONTEXT& other)
 {
-    if (workspace_ == other.workspace_) return *this;
+    if (this == &other || workspace_ == other.workspace_) return *this;
     leave();
     size_ = other.size_;
     workspace_ = knotwork::shareDoubles(other.workspace_);

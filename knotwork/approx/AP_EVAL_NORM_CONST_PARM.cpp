@@ -43,8 +43,8 @@ void AP_EVAL_NORM_CONST_PARM::setv(double v, int side)
     const knotwork::KnotTable& knots = surface_.vKnots_;
     const int row = count_ * surface_.Coords();
     spanV_ = knotwork::findSpanOnSide(knots, v, side, spanV_);
-    const knotwork::DeBoor scheme(knots, spanV_, v, knotwork::nearerEnd(knots, spanV_, v), 1);
-    scheme.run(surface_.index(spanV_, 0), row, row, 1, workspace(), row);
+    knotwork::runDeBoor(knots, spanV_, v, knotwork::nearerEnd(knots, spanV_, v),
+                        {surface_.index(spanV_, 0), row, row, 1, workspace(), row});
 }
 
 void AP_EVAL_NORM_CONST_PARM::eval(double u, int side)
@@ -54,19 +54,18 @@ void AP_EVAL_NORM_CONST_PARM::eval(double u, int side)
     const int coords = surface_.Coords();
     const std::ptrdiff_t row = std::ptrdiff_t{count_} * coords;
     spanU_ = knotwork::findSpanOnSide(knots, u, side, spanU_);
-    const knotwork::DeBoor scheme(knots, spanU_, u, knotwork::nearerEnd(knots, spanU_, u), 1);
     const double* isoCurve = workspace() + std::ptrdiff_t{spanU_} * coords;
-    double* point = (*this)(0);
+    double* point = workspace() + 2 * row;
     double* dv = workspace() + 3 * row;
+    const knotwork::DeBoorJob jobs[] = {{isoCurve, coords, coords, 1, point, coords},
+                                        {isoCurve + row, coords, coords, 0, dv, coords}};
+    knotwork::runDeBoor(knots, spanU_, u, knotwork::nearerEnd(knots, spanU_, u), jobs, 2);
 
     double a[3] = {};  // coordinates that a surface in fewer dimensions lacks are 0
     double b[3] = {};
     const int given = std::min(coords, 3);
-    scheme.run(isoCurve, coords, coords, 1, point, coords);
     std::copy_n(point + coords, given, a);
-    scheme.run(isoCurve + row, coords, coords, 0, dv, coords);
     std::copy_n(dv, given, b);
-
     double* normal = dv + coords;
     knotwork::crossProduct(a, b, normal);
     const double length =

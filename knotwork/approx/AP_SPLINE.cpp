@@ -4,6 +4,7 @@
 #include "knotwork/approx/detail/DeBoor.h"
 #include "knotwork/approx/detail/HandOut.h"
 #include "knotwork/approx/detail/KnotCells.h"
+#include "knotwork/approx/detail/LocalArray.h"
 #include "knotwork/approx/detail/SpanSearch.h"
 
 namespace {
@@ -122,8 +123,8 @@ void AP_SPLINE::eval(double* out, double t, int k) const
     if (k < 0) return;
     const int coords = Coords();
     const int span = knotwork::findSpan(knots_, t);
-    const knotwork::DeBoor scheme(knots_, span, t, knotwork::nearerEnd(knots_, span, t), k);
-    scheme.run((*this)[span], coords, coords, k, out, coords);
+    knotwork::runDeBoor(knots_, span, t, knotwork::nearerEnd(knots_, span, t),
+                        {(*this)[span], coords, coords, k, out, coords});
     if (rationality_ != 0) makeCartesian(out, Dim(), k);
 }
 

@@ -10,13 +10,15 @@
 #include "knotwork/approx/detail/EndProcess.h"
 #include "knotwork/approx/detail/HandOut.h"
 #include "knotwork/approx/detail/KnotCells.h"
+#include "knotwork/approx/detail/LocalArray.h"
 #include "knotwork/approx/detail/SpanSearch.h"
 
 namespace {
 
 constexpr knotwork::Direction<nk_srf_node> kAlongU = {&nk_srf_node::nextU, &nk_srf_node::uKnot};
 constexpr knotwork::Direction<nk_srf_node> kAlongV = {&nk_srf_node::nextV, &nk_srf_node::vKnot};
-constexpr std::size_t kStripsOnStack = 256;
+constexpr std::size_t kStripsOnStack = 400;
+constexpr int kJobsAtOnce = 4;  // v-orders whose curves share one set of ratios
 
 }  // namespace
 
@@ -161,25 +163,28 @@ void AP_SURFACE::eval(double* out, double u, double v, int k) const
     const int spanV = knotwork::findSpan(vKnots_, v);
 
     // The v-derivatives of the pu + 1 columns around u, as if a row of them were one point ...
-    const int stripOrders = std::min(k, vDegree_);
-    const int stripLength = (uDegree_ + 1) * coords;
-    knotwork::LocalArray<kStripsOnStack> strips(
-        static_cast<std::size_t>((stripOrders + 1) * stripLength));
-    const knotwork::DeBoor alongV(vKnots_, spanV, v, knotwork::nearerEnd(vKnots_, spanV, v), k);
-    alongV.run(CV() + offset(spanU, spanV), std::ptrdiff_t{uCount()} * coords, stripLength,
-               stripOrders, strips.data(), stripLength);
+    const int rows = std::min(k, vDegree_) + 1;
+    const int length = (uDegree_ + 1) * coords;
+    knotwork::LocalArray<kStripsOnStack> strips(static_cast<std::size_t>(rows * length));
+    knotwork::runDeBoor(vKnots_, spanV, v, knotwork::nearerEnd(vKnots_, spanV, v),
+                        {CV() + offset(spanU, spanV), std::ptrdiff_t{uCount()} * coords, length,
+                         rows - 1, strips.data(), length});
 
-    // ... are the control points of curves in u.
-    const knotwork::DeBoor alongU(uKnots_, spanU, u, knotwork::nearerEnd(uKnots_, spanU, u), k);
+    // ... are the control points of curves in u, one for each v-order.
     const std::ptrdiff_t resultRow = std::ptrdiff_t{std::max(uDegree_, k) + 1} * coords;
-    for (int j = 0; j <= k; ++j) {
-        double* row = out + j * resultRow;
-        if (j <= stripOrders)
-            alongU.run(strips.data() + std::ptrdiff_t{j} * stripLength, coords, coords, k - j, row,
-                       coords);
-        else
-            std::fill_n(row, (k - j + 1) * coords, 0.0);
+    knotwork::DeBoorJob jobs[kJobsAtOnce];
+    for (int first = 0; first < rows; first += kJobsAtOnce) {
+        const int count = std::min(rows - first, kJobsAtOnce);
+        for (int j = first; j < first + count; ++j)
+            jobs[j - first] = {strips.data() + std::ptrdiff_t{j} * length,
+                               coords,
+                               coords,
+                               k - j,
+                               out + j * resultRow,
+                               coords};
+        knotwork::runDeBoor(uKnots_, spanU, u, knotwork::nearerEnd(uKnots_, spanU, u), jobs, count);
     }
+    for (int j = rows; j <= k; ++j) std::fill_n(out + j * resultRow, (k - j + 1) * coords, 0.0);
 }
 
 void AP_SURFACE::eval(double u, double v, int k, ...) const

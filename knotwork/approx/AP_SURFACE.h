@@ -16,7 +16,8 @@
 ///           weight last when either direction is rational.
 /// Storage   owns points and knots; a copy is deep. Evaluation keeps no hidden state, so threads
 /// may
-///           share a surface. No heap is used for degrees up to 12 (and 256 numbers in between).
+///           share a surface. No heap is used for degrees up to 12, as long as there are
+///           up to 400 numbers in between and 256 to hand out.
 /// Errors    a wrong count in `set`, or derivatives of a rational surface, end the process without
 ///           a message; `normal` in other than three dimensions aborts. Nothing else is checked.
 /// Accuracy  each partial to 1e-12 of the sum of its terms' magnitudes (tested to degree 9).

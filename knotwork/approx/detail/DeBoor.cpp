@@ -2,124 +2,225 @@
 #include "knotwork/approx/detail/DeBoor.h"
 
 #include <algorithm>
+#include <cstring>
+
+#include "knotwork/approx/detail/LocalArray.h"
 
 namespace knotwork {
 
 namespace {
 
-constexpr std::size_t kKnotsOnStack = 24;
-constexpr std::size_t kScratchOnStack = 768;
-constexpr int kBlock = 8;  // numbers that are advanced together
+constexpr int kLanes = 4;  // numbers of a point that are advanced together
+constexpr std::size_t kRatiosOnStack = 2 * 78;  // these two are for degree 12 with all orders
+constexpr std::size_t kScratchOnStack = 13 * 13 * kLanes;
 
-struct Triangle {
-    int degree;
-    const double* alpha;
-    const double* slope;
+typedef double Pair __attribute__((vector_size(16)));
+constexpr int kPairs = kLanes / 2;
+
+constexpr int ratioCount(int degree)
+{
+    return degree * (degree + 1) / 2;
+}
+
+/// The 2p knots around a span. The mirror image is the same text on negated knots in reverse order;
+/// which end is nearer to t is random, so the choice is made without a branch.
+struct Window {
+    const double* from;
+    std::ptrdiff_t step;
+    double sign;
+    double x;
+    double operator[](int j) const { return sign * from[j * step]; }
 };
 
-/// Runs the triangle on kLive neighbouring numbers of each point. Row m of the scratch holds the
-/// m-th derivative's points; it comes up at level m from the row below and shrinks from then on.
-template <int kLive>
-[[gnu::always_inline]] inline void runBlock(const Triangle& triangle, int orders,
-                                            const double* points, std::ptrdiff_t stride,
-                                            double* out, std::ptrdiff_t outStride, double* scratch)
+/// Numerators and denominators of all ratios of the triangle, level after level: alpha, and behind
+/// all of them (p - r + 1) / (right - left) for the levels at which derivatives come up.
+template <class Knots>
+[[gnu::always_inline]] inline void fillRatios(const Knots& knots, const Window& window, int p,
+                                              int orders, double* numerator, double* denominator)
 {
-    constexpr int kWidth = kLive > 2 ? (kLive + 3) / 4 * 4 : 2;  // whole registers, padded
-    const int p = triangle.degree;
-    const std::ptrdiff_t row = std::ptrdiff_t{p + 1} * kWidth;
-    for (int i = 0; i <= p; ++i)
-        for (int l = 0; l < kWidth; ++l)
-            scratch[i * kWidth + l] = l < kLive ? points[i * stride + l] : 0.0;
+    const int slopes = ratioCount(p);
+    int level = 0;
+#pragma GCC unroll 5
+    for (int r = 1; r <= p; ++r) {
+#pragma GCC unroll 5
+        for (int i = 0; i <= p - r; ++i) {
+            const double left = knots[r - 1 + i];
+            const double width = knots[p + i] - left;
+            numerator[level + i] = window.x - left;
+            denominator[level + i] = width;
+            if (r > orders) continue;
+            numerator[slopes + level + i] = window.sign * (p - r + 1);
+            denominator[slopes + level + i] = width;
+        }
+        level += p - r + 1;
+    }
+}
 
-    const double* alpha = triangle.alpha;
-    const double* slope = triangle.slope;
+[[gnu::always_inline]] inline void load(const double* from, int live, Pair* to)
+{
+    if (live == kLanes) {
+        std::memcpy(to, from, kLanes * sizeof(double));
+        return;
+    }
+    to[0] = Pair{from[0], live > 1 ? from[1] : 0.0};
+    to[1] = Pair{live > 2 ? from[2] : 0.0, 0.0};
+}
+
+[[gnu::always_inline]] inline void store(const Pair* from, int live, double* to)
+{
+    if (live == kLanes) {
+        std::memcpy(to, from, kLanes * sizeof(double));
+        return;
+    }
+    to[0] = from[0][0];
+    if (live > 1) to[1] = from[0][1];
+    if (live > 2) to[2] = from[1][0];
+}
+
+/// Runs the triangle on `live` neighbouring numbers of each point. Row m of the scratch holds the
+/// m-th derivative's points; it comes up at level m from the row below and shrinks from then on.
+[[gnu::always_inline]] inline void runBlock(int p, int orders, const double* alpha,
+                                            const double* slope, const double* points,
+                                            std::ptrdiff_t stride, int live, double* out,
+                                            std::ptrdiff_t outStride, Pair* scratch)
+{
+    const int row = (p + 1) * kPairs;
+#pragma GCC unroll 6
+    for (int i = 0; i <= p; ++i) load(points + i * stride, live, scratch + i * kPairs);
+
+    int level = 0;
+#pragma GCC unroll 5
     for (int r = 1; r <= p; ++r) {
         const int windows = p - r + 1;
-        for (int m = std::min(r - 1, orders); m >= 0; --m) {
-            double* x = scratch + m * row;
-            double* derivative = m == r - 1 && r <= orders ? x + row : nullptr;
-            for (int i = 0; i < windows; ++i, x += kWidth)
-                for (int l = 0; l < kWidth; ++l) {
-                    const double difference = x[l + kWidth] - x[l];
-                    if (derivative != nullptr) derivative[i * kWidth + l] = slope[i] * difference;
-                    x[l] += alpha[i] * difference;
+#pragma GCC unroll 3
+        for (int m = r - 1 < orders ? r - 1 : orders; m >= 0; --m) {
+            Pair* x = scratch + m * row;
+            const bool differentiate = m == r - 1 && r <= orders;
+#pragma GCC unroll 5
+            for (int i = 0; i < windows; ++i)
+#pragma GCC unroll 2
+                for (int l = i * kPairs; l < (i + 1) * kPairs; ++l) {
+                    const Pair difference = x[l + kPairs] - x[l];
+                    if (differentiate) x[row + l] = slope[level + i] * difference;
+                    x[l] += alpha[level + i] * difference;
                 }
         }
-        alpha += windows;
-        slope += windows;
+        level += windows;
     }
-    for (int m = 0; m <= orders; ++m)
-        for (int l = 0; l < kLive; ++l) out[m * outStride + l] = scratch[m * row + l];
+#pragma GCC unroll 3
+    for (int m = 0; m <= orders; ++m) store(scratch + m * row, live, out + m * outStride);
+}
+
+/// Cuts the points of a job into blocks.
+template <class Run>
+[[gnu::always_inline]] inline void forBlocks(const DeBoorJob& job, int p, bool mirrored, Run&& run)
+{
+    const std::ptrdiff_t step = mirrored ? -job.stride : job.stride;
+    const double* points = mirrored ? job.points + p * job.stride : job.points;
+    double* out = job.out;
+    int left = job.length;
+    for (; left >= kLanes; left -= kLanes, points += kLanes, out += kLanes)
+        run(points, step, kLanes, out);
+    if (left > 0) run(points, step, left, out);
+}
+
+/// The common degrees and orders, unrolled, in registers as far as they reach.
+template <int kDegree, int kOrders>
+void runFixed(const Window& window, const DeBoorJob* jobs, int count)
+{
+    constexpr int kAlphas = ratioCount(kDegree);
+    constexpr int kRatios = kAlphas + kAlphas - ratioCount(kDegree - kOrders);
+    constexpr int kEven = (kRatios + 1) / 2 * 2;
+    double knots[2 * kDegree];
+    double ratio[kEven];
+    double width[kEven];
+    ratio[kEven - 1] = width[kEven - 1] = 1.0;
+#pragma GCC unroll 10
+    for (int j = 0; j < 2 * kDegree; ++j) knots[j] = window[j];
+    fillRatios(knots, window, kDegree, kOrders, ratio, width);
+    // Divisions take most of the time and come two for the price of one.
+#pragma GCC unroll 15
+    for (int i = 0; i < kEven; i += 2) {
+        const Pair quotients = Pair{ratio[i], ratio[i + 1]} / Pair{width[i], width[i + 1]};
+        ratio[i] = quotients[0];
+        ratio[i + 1] = quotients[1];
+    }
+    const double* alpha = ratio;
+    const double* slope = ratio + kAlphas;
+    for (const DeBoorJob* job = jobs; job != jobs + count; ++job)
+        forBlocks(*job, kDegree, window.step < 0,
+                  [&](const double* points, std::ptrdiff_t stride, int live, double* out) {
+                      Pair scratch[(kOrders + 1) * (kDegree + 1) * kPairs];
+                      const auto runTo = [&](int orders) {
+                          runBlock(kDegree, orders, alpha, slope, points, stride, live, out,
+                                   job->outStride, scratch);
+                      };
+                      if (job->orders >= kOrders) return runTo(kOrders);
+                      if constexpr (kOrders > 1)
+                          if (job->orders == 1) return runTo(1);
+                      runTo(0);
+                  });
+}
+
+void runAny(int p, const Window& window, const DeBoorJob* jobs, int count)
+{
+    const int most = std::min(p, jobs[0].orders);
+    const auto ratios = static_cast<std::size_t>(ratioCount(p));
+    LocalArray<kRatiosOnStack> local(2 * ratios);
+    LocalArray<kRatiosOnStack> widths(2 * ratios);
+    double* alpha = local.data();
+    double* slope = alpha + ratios;
+    fillRatios(window, window, p, most, alpha, widths.data());
+    const int announced = ratioCount(p) - ratioCount(p - most);
+    for (int i = 0; i < ratioCount(p) + announced; ++i) alpha[i] /= widths.data()[i];
+    LocalArray<kScratchOnStack> scratch(static_cast<std::size_t>((most + 1) * (p + 1) * kLanes));
+    for (const DeBoorJob* job = jobs; job != jobs + count; ++job)
+        forBlocks(*job, p, window.step < 0,
+                  [&](const double* points, std::ptrdiff_t stride, int live, double* out) {
+                      runBlock(p, std::min(p, job->orders), alpha, slope, points, stride, live, out,
+                               job->outStride, reinterpret_cast<Pair*>(scratch.data()));
+                  });
+}
+
+using Runner = void (*)(const Window& window, const DeBoorJob* jobs, int count);
+
+constexpr int kMostDegree = 5;
+constexpr int kMostOrders = 2;
+
+/// The unrolled texts by degree and most orders, neither of them above the degree.
+constexpr Runner kRunners[kMostDegree + 1][kMostOrders + 1] = {
+    {},
+    {runFixed<1, 0>, runFixed<1, 1>, runFixed<1, 1>},
+    {runFixed<2, 0>, runFixed<2, 1>, runFixed<2, 2>},
+    {runFixed<3, 0>, runFixed<3, 1>, runFixed<3, 2>},
+    {runFixed<4, 0>, runFixed<4, 1>, runFixed<4, 2>},
+    {runFixed<5, 0>, runFixed<5, 1>, runFixed<5, 2>},
+};
+
+/// The derivatives above the degree.
+void clearRows(int p, const DeBoorJob* jobs, int count)
+{
+    for (const DeBoorJob* job = jobs; job != jobs + count; ++job)
+        for (int m = p + 1; m <= job->orders; ++m)
+            std::fill_n(job->out + m * job->outStride, job->length, 0.0);
 }
 
 }  // namespace
 
-SpanEnd nearerEnd(const KnotTable& knots, int span, double t)
+void runDeBoor(const KnotTable& knots, int span, double t, SpanEnd end, const DeBoorJob* jobs,
+               int count)
 {
-    if (knots.degree() < 1) return SpanEnd::kLeft;
-    return knots(span + 1) - t >= t - knots(span) ? SpanEnd::kLeft : SpanEnd::kRight;
-}
-
-DeBoor::DeBoor(const KnotTable& knots, int span, double t, SpanEnd end, int orders)
-    : degree_(knots.degree()),
-      mirrored_(end == SpanEnd::kRight),
-      alpha_(static_cast<std::size_t>(degree_ * (degree_ + 1) / 2)),
-      slope_(static_cast<std::size_t>(degree_ * (degree_ + 1) / 2))
-{
-    const int p = degree_;
-    if (p < 1) return;
-    // The mirror image is the same text on negated knots in reverse order.
-    LocalArray<kKnotsOnStack> local(static_cast<std::size_t>(2 * p));
-    double* window = local.data();
-    const double* around = knots.at(span + 1 - p);
-    if (mirrored_)
-        for (int j = 0; j < 2 * p; ++j) window[j] = -around[2 * p - 1 - j];
+    const int p = knots.degree();
+    const int orders = jobs[0].orders;
+    if (orders > p) clearRows(p, jobs, count);
+    const bool mirrored = end == SpanEnd::kRight;
+    const double sign = mirrored ? -1.0 : 1.0;
+    const Window window = {p < 1 ? nullptr : knots.at(mirrored ? span + p : span + 1 - p),
+                           mirrored ? -1 : 1, sign, sign * t};
+    if (p >= 1 && p <= kMostDegree && (orders <= kMostOrders || p <= kMostOrders))
+        kRunners[p][std::min(orders, kMostOrders)](window, jobs, count);
     else
-        std::copy_n(around, 2 * p, window);
-    const double x = mirrored_ ? -t : t;
-    const double sign = mirrored_ ? -1.0 : 1.0;
-
-    double* alpha = alpha_.data();
-    double* slope = slope_.data();
-    for (int r = 1; r <= p; ++r)
-        for (int i = 0; i <= p - r; ++i) {
-            const double left = window[r - 1 + i];
-            const double width = window[p + i] - left;
-            *alpha++ = (x - left) / width;
-            if (r <= orders) *slope++ = sign * (p - r + 1) / width;
-        }
-}
-
-void DeBoor::run(const double* points, std::ptrdiff_t stride, int length, int orders, double* out,
-                 std::ptrdiff_t outStride) const
-{
-    const int p = degree_;
-    const int rows = std::min(orders, p);
-    const Triangle triangle = {p, alpha_.data(), slope_.data()};
-    LocalArray<kScratchOnStack> local(static_cast<std::size_t>((rows + 1) * (p + 1) * kBlock));
-    double* scratch = local.data();
-    const double* from = mirrored_ ? points + p * stride : points;
-    const std::ptrdiff_t step = mirrored_ ? -stride : stride;
-    const auto block = [&](auto live, int at) {
-        runBlock<live.value>(triangle, rows, from + at, step, out + at, outStride, scratch);
-    };
-    int at = 0;
-    for (; at + 8 <= length; at += 8) block(std::integral_constant<int, 8>(), at);
-    if (at + 4 <= length) block(std::integral_constant<int, 4>(), at), at += 4;
-    switch (length - at) {
-        case 3:
-            block(std::integral_constant<int, 3>(), at);
-            break;
-        case 2:
-            block(std::integral_constant<int, 2>(), at);
-            break;
-        case 1:
-            block(std::integral_constant<int, 1>(), at);
-            break;
-        default:
-            break;
-    }
-    for (int m = rows + 1; m <= orders; ++m) std::fill_n(out + m * outStride, length, 0.0);
+        runAny(p, window, jobs, count);
 }
 
 }  // namespace knotwork

@@ -4,7 +4,6 @@
 #include <cstddef>
 
 #include "knotwork/approx/detail/KnotTable.h"
-#include "knotwork/approx/detail/LocalArray.h"
 
 namespace knotwork {
 
@@ -13,31 +12,37 @@ namespace knotwork {
 enum class SpanEnd { kLeft, kRight };
 
 /// The end nearer to t, the left one on a tie.
-SpanEnd nearerEnd(const KnotTable& knots, int span, double t);
+inline SpanEnd nearerEnd(const KnotTable& knots, int span, double t)
+{
+    if (knots.degree() < 1) return SpanEnd::kLeft;
+    return knots(span + 1) - t >= t - knots(span) ? SpanEnd::kLeft : SpanEnd::kRight;
+}
 
-/// The de Boor triangle of one span for one parameter, ready to run on any number of points: level
-/// r replaces neighbours P, Q by P + alpha (Q - P), with alpha = (t - left) / (right - left) over
-/// the level's knots. Derivatives are triangles of the differenced points over the same levels.
-/// Differences are taken first and combined then: the other way round divides rounding errors by
-/// the width of the span, which may be far below that of its neighbours.
-/// Storage   on the stack, up to degree 12.
-/// Source    C. de Boor, A Practical Guide to Splines (Springer 1978), chapter X.
-class DeBoor {
-  public:
-    DeBoor(const KnotTable& knots, int span, double t, SpanEnd end, int orders);
-
-    /// Derivatives 0 ... orders (at most the number announced) of the points span ... span + p,
-    /// `length` numbers each: row j goes to out + j outStride. Rows above the degree are zeros.
-    void run(const double* points, std::ptrdiff_t stride, int length, int orders, double* out,
-             std::ptrdiff_t outStride) const;
-
-  private:
-    static constexpr std::size_t kRatiosOnStack = 78;
-
-    int degree_;
-    bool mirrored_;
-    LocalArray<kRatiosOnStack> alpha_;  // level after level, p - r + 1 numbers at level r
-    LocalArray<kRatiosOnStack> slope_;  // (p - r + 1) / (right - left)
+/// Points to run a triangle on: p + 1 of them, `length` numbers each, the one of index `span`
+/// first. Derivative j, 0 ... orders, goes to out + j outStride; those above the degree are zeros.
+struct DeBoorJob {
+    const double* points;
+    std::ptrdiff_t stride;
+    int length;
+    int orders;
+    double* out;
+    std::ptrdiff_t outStride;
 };
+
+/// Runs the de Boor triangle of one span and one parameter on `count` sets of points, the one with
+/// the most orders first. Level r replaces neighbours P, Q by P + alpha (Q - P), with
+/// alpha = (t - left) / (right - left) over the level's knots. Derivatives are the triangles of the
+/// differenced points over the same levels. Points are differenced first and combined then: the
+/// other way round divides rounding errors by the width of the span, which may be far below that of
+/// its neighbours.
+/// Storage   on the stack, for degrees up to 12.
+/// Source    C. de Boor, A Practical Guide to Splines (Springer 1978), chapter X.
+void runDeBoor(const KnotTable& knots, int span, double t, SpanEnd end, const DeBoorJob* jobs,
+               int count);
+
+inline void runDeBoor(const KnotTable& knots, int span, double t, SpanEnd end, const DeBoorJob& job)
+{
+    runDeBoor(knots, span, t, end, &job, 1);
+}
 
 }  // namespace knotwork

@@ -35,14 +35,14 @@ KnotTable::KnotTable(const KnotTable& other) : KnotTable(other.degree_, other.sp
 
 void KnotTable::put(int i, double value)
 {
-    knots_[i - first()] = value;
-    repeats_[i - first()] = 0;
+    knots_.get()[i - first()] = value;
+    repeats_.get()[i - first()] = 0;
 }
 
 void KnotTable::putRepeated(int i)
 {
-    knots_[i - first()] = knots_[i - first() - 1];
-    repeats_[i - first()] = 1;
+    put(i, (*this)(i - 1));
+    repeats_.get()[i - first()] = 1;
 }
 
 void KnotTable::grow(int needed)
@@ -61,7 +61,7 @@ void KnotTable::grow(int needed)
 int KnotTable::insert(double t, int r)
 {
     const bool behindAll = last() >= first() && t > (*this)(last());
-    const int q = behindAll ? spans_ + degree_ : bisectSpan(*this, t) + 1;
+    const int q = behindAll ? spans_ + degree_ : searchSpan(*this, t) + 1;
     if (r < 1) return q;
     const int held = count();
     const int place = q - first();

@@ -24,9 +24,9 @@ class KnotTable {
     int first() const { return 1 - degree_; }
     int last() const { return spans_ + degree_ - 1; }
     int count() const { return 2 * degree_ + spans_ - 1; }
-    double operator()(int i) const { return knots_[i + degree_ - 1]; }
+    double operator()(int i) const { return *at(i); }
     const double* at(int i) const { return knots_.get() + (i + degree_ - 1); }
-    bool repeated(int i) const { return repeats_[i + degree_ - 1] != 0; }
+    bool repeated(int i) const { return repeats_.get()[i + degree_ - 1] != 0; }
 
     void put(int i, double value);  ///< a knot of its own
     void putRepeated(int i);        ///< the same knot as knot i - 1

@@ -7,6 +7,7 @@
 namespace knotwork {
 
 /// Uninitialised numbers for the length of a call: on the stack up to kOnStack, else on the heap.
+/// Aligned for pairs.
 template <std::size_t kOnStack>
 class LocalArray {
   public:
@@ -23,7 +24,7 @@ class LocalArray {
   private:
     std::unique_ptr<double[]> large_;
     double* data_;
-    double small_[kOnStack];
+    alignas(16) double small_[kOnStack];
 };
 
 }  // namespace knotwork

@@ -7,21 +7,25 @@
 
 namespace knotwork {
 
-/// The span of t by bisection over knots 0 ... n: an interior knot belongs to the span on its
-/// right, parameters outside the range to the first or last span.
-inline int bisectSpan(const KnotTable& knots, double t)
+/// The span of t among knots 0 ... n: an interior knot belongs to the span on its right, parameters
+/// outside the range to the first or last span. On ordered knots this is what bisection finds, but
+/// a chain of halvings waits for one knot after the other; here three quarters are tried at a time,
+/// and the last few knots all at once, without a branch on the outcome.
+inline int searchSpan(const KnotTable& knots, double t)
 {
-    const double* stored = knots.at(knots.first());
-    const std::ptrdiff_t shift = -std::ptrdiff_t{knots.first()};
-    std::ptrdiff_t low = 0;
-    std::ptrdiff_t high = knots.spans();
-    while (low + 1 < high) {
-        const std::ptrdiff_t middle = (low + high) / 2;
-        const bool right = t >= stored[middle + shift];
-        low = right ? middle : low;  // both are conditional moves: which way it goes is random
-        high = right ? high : middle;
+    constexpr std::ptrdiff_t kFew = 16;
+    std::ptrdiff_t length = knots.spans();
+    if (length < 2) return 0;
+    const double* low = knots.at(1);  // spans are counted from here on
+    while (length > kFew) {
+        const std::ptrdiff_t quarter = length / 4;
+        const double* probe = low + (quarter - 1);
+        low += quarter * ((t >= probe[0]) + (t >= probe[quarter]) + (t >= probe[2 * quarter]));
+        length -= 3 * quarter;
     }
-    return static_cast<int>(low);
+    std::ptrdiff_t passed = 0;
+    for (std::ptrdiff_t i = 0; i + 1 < length; ++i) passed += t >= low[i];
+    return static_cast<int>(low - knots.at(1) + passed);
 }
 
 inline bool isEmptySpan(const KnotTable& knots, int span)
@@ -42,23 +46,26 @@ inline int occupiedSpan(const KnotTable& knots, int span)
 
 inline int findSpan(const KnotTable& knots, double t)
 {
-    return occupiedSpan(knots, bisectSpan(knots, t));
+    return occupiedSpan(knots, searchSpan(knots, t));
 }
 
-/// The same for callers that walk along a line: the span they found last is tried first.
+/// The same for callers that walk along a line: the span they found last and the one behind it are
+/// tried first.
 inline int findSpan(const KnotTable& knots, double t, int lastSpan)
 {
-    if (knots.degree() > 0 && t >= knots(lastSpan) && t < knots(lastSpan + 1)) return lastSpan;
+    if (knots.degree() > 0 && t >= knots(lastSpan)) {
+        if (t < knots(lastSpan + 1)) return lastSpan;
+        if (lastSpan + 2 <= knots.spans() && t < knots(lastSpan + 2)) return lastSpan + 1;
+    }
     return findSpan(knots, t);
 }
 
 /// The span of t seen from one side when t is (exactly) a knot: side 1 the left, side 2 the right;
-/// any other value leaves it to the bisection. As that goes right already, side 2 has no effect on
+/// any other value leaves it to the search. As that goes right already, side 2 has no effect on
 /// ordered knots; intended.
 inline int findSpanOnSide(const KnotTable& knots, double t, int side, int lastSpan)
 {
-    if (knots.degree() > 0 && t > knots(lastSpan) && t < knots(lastSpan + 1)) return lastSpan;
-    int s = bisectSpan(knots, t);
+    int s = findSpan(knots, t, lastSpan);
     if (side == 1)
         while (s > 0 && t == knots(s)) --s;
     else if (side == 2)

@@ -10,19 +10,20 @@ nk_spline* nk_bld_bs(int d, const double* knots, const double* points, int type,
                      int rational, int form)
 {
     if (d < 1 || p < 1 || n < 1) return nullptr;
-    const auto nodeCount = static_cast<std::size_t>(2 * p + n - 1);
-    const auto pointCount = static_cast<std::size_t>(p + n);
-    const auto coords = static_cast<std::size_t>(d + std::abs(rational));
+    const auto bare = static_cast<std::size_t>(p - 1);  // nodes without a point
+    const std::size_t pointCount = static_cast<std::size_t>(p) + static_cast<std::size_t>(n);
+    const std::size_t nodeCount = bare + pointCount;
+    const std::size_t coords =
+        static_cast<std::size_t>(d) + static_cast<std::size_t>(std::abs(rational));
     auto block =
         knotwork::Block::make<nk_spline, nk_node>(nodeCount, nodeCount + pointCount * coords);
     nk_spline* spline = block.take<nk_spline>(1);
     nk_node* nodes = block.take<nk_node>(nodeCount);
     double* cells = block.take<double>(nodeCount);
     double* numbers = block.take<double>(pointCount * coords);
-    *spline = {{}, type, d, p, n, rational, form, nodes + p - 1};
+    *spline = {{}, type, d, p, n, rational, form, nodes + bare};
 
     for (std::size_t k = 0; k < nodeCount; ++k) {
-        const std::size_t bare = nodeCount - pointCount;
         nodes[k] = {k + 1 < nodeCount ? nodes + k + 1 : nullptr, k > 0 ? nodes + k - 1 : nullptr,
                     k < bare ? nullptr : numbers + (k - bare) * coords, cells + k};
     }
