@@ -1,0 +1,146 @@
+// SPDX-License-Identifier: MIT
+#include "knotwork/fit/BsplineBasis.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <numeric>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "tests/fit/Reference.h"
+#include "tests/support/CaseName.h"
+#include "tests/support/Dice.h"
+
+namespace {
+
+using knotwork::BsplineBasis;
+using Numbers = std::vector<double>;
+
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+
+/// Interior knots at uneven places, the multiplicities going round from 1 to the degree.
+BsplineBasis unevenBasis(int degree, knotwork_test::Dice& dice)
+{
+    Numbers interior;
+    double knot = -2.0;
+    for (int place = 0; place < degree + 3; ++place) {
+        knot += 0.125 + dice.unit();
+        interior.insert(interior.end(), static_cast<std::size_t>(1 + place % degree), knot);
+    }
+    return BsplineBasis::clamped(degree, -2.0, knot + 0.5, interior);
+}
+
+}  // namespace
+
+TEST(BsplineBasisTest, ValuesAndDerivativesFollowTheRecursion)
+{
+    constexpr double kBound = 1e-13;  // times the largest entry of the row
+    knotwork_test::Dice dice(20270111);
+    for (int degree = 1; degree <= 9; ++degree) {
+        SCOPED_TRACE("degree " + std::to_string(degree));
+        const BsplineBasis basis = unevenBasis(degree, dice);
+        ASSERT_TRUE(basis.valid());
+        Numbers places(basis.knots());  // at every knot, ends included, and between them
+        for (int k = 0; k < 8; ++k)
+            places.push_back(basis.first() + (basis.last() - basis.first()) * dice.unit());
+        for (const double t : places) {
+            for (int order = 0; order <= degree + 1; ++order) {
+                Numbers row(static_cast<std::size_t>(degree) + 1, -1.0);
+                const int first = basis.row(t, order, row.data());
+                ASSERT_EQ(first, basis.span(t) - degree);
+                Numbers expected(static_cast<std::size_t>(basis.count()), 0.0);
+                double largest = 0.0;
+                for (std::size_t i = 0; i < expected.size(); ++i) {
+                    expected[i] = static_cast<double>(knotwork_test::basisFunction<long double>(
+                        basis.knots(), i, degree, t, order));
+                    largest = std::max(largest, std::fabs(expected[i]));
+                }
+                for (int i = 0; i < basis.count(); ++i) {
+                    const bool inside = i >= first && i <= first + degree;
+                    const double found = inside ? row[static_cast<std::size_t>(i - first)] : 0.0;
+                    ASSERT_LE(std::fabs(found - expected[static_cast<std::size_t>(i)]),
+                              kBound * largest)
+                        << "function " << i << ", t = " << t << ", derivative " << order;
+                }
+            }
+        }
+    }
+}
+
+TEST(BsplineBasisTest, ValuesAddUpToOneUpToTheLargestDegree)
+{
+    for (const int degree : {1, 2, 5, 17, BsplineBasis::kMostDegree}) {
+        const BsplineBasis basis = BsplineBasis::uniform(degree, 1e9, 1e9 + 7, 7);
+        ASSERT_TRUE(basis.valid()) << degree;
+        EXPECT_EQ(basis.count(), degree + 7);
+        for (double t = 1e9; t <= 1e9 + 7; t += 0.21875) {
+            Numbers row(static_cast<std::size_t>(degree) + 1);
+            basis.row(t, 0, row.data());
+            EXPECT_NEAR(std::accumulate(row.begin(), row.end(), 0.0), 1.0, degree * 0x1p-50) << t;
+            for (const double value : row) EXPECT_GE(value, 0.0);
+            basis.row(t, 1, row.data());
+            EXPECT_NEAR(std::accumulate(row.begin(), row.end(), 0.0), 0.0,
+                        degree * degree * 0x1p-50);
+        }
+    }
+}
+
+TEST(BsplineBasisTest, SpansAtKnotsLieToTheRightAndTheLastKnotInTheLastSpan)
+{
+    const BsplineBasis basis = BsplineBasis::clamped(2, 0.0, 4.0, {1.0, 1.0, 3.0});
+    const struct {
+        double t;
+        int span;
+    } cases[] = {{-1.0, 2}, {0.0, 2}, {0.999, 2}, {1.0, 4}, {2.0, 4}, {3.0, 5}, {4.0, 5}, {9.0, 5}};
+    for (const auto& c : cases) EXPECT_EQ(basis.span(c.t), c.span) << c.t;
+    EXPECT_EQ(basis.greville(0), 0.0);
+    EXPECT_EQ(basis.greville(2), 1.0);
+    EXPECT_EQ(basis.greville(3), 2.0);
+    EXPECT_EQ(basis.greville(5), 4.0);
+}
+
+TEST(BsplineBasisTest, UniformKnotsAreEqualSharesEvenOverTheWholeRangeOfDoubles)
+{
+    EXPECT_EQ(BsplineBasis::uniform(1, 10.0, 12.0, 4).knots(),
+              (Numbers{10.0, 10.0, 10.5, 11.0, 11.5, 12.0, 12.0}));
+    const double most = std::numeric_limits<double>::max();
+    EXPECT_EQ(BsplineBasis::uniform(1, -most, most, 2).knots()[2], 0.0);
+}
+
+struct ValidCase {
+    const char* name;
+    int degree;
+    Numbers knots;
+    bool valid;
+    friend void PrintTo(const ValidCase& c, std::ostream* os) { *os << c.name; }
+};
+
+class BsplineBasisValidTest : public testing::TestWithParam<ValidCase> {};
+
+TEST_P(BsplineBasisValidTest, TellsKnotsThatMakeABasis)
+{
+    EXPECT_EQ(BsplineBasis(GetParam().degree, GetParam().knots).valid(), GetParam().valid);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Knots, BsplineBasisValidTest,
+    testing::Values(
+        ValidCase{"Bezier", 2, {0, 0, 0, 1, 1, 1}, true},
+        ValidCase{"EndsOfMultiplicityOne", 2, {0, 1, 2, 3, 4, 5}, true},
+        ValidCase{"InteriorAsOftenAsTheDegree", 2, {0, 0, 0, 1, 1, 2, 2, 2}, true},
+        ValidCase{"InteriorOftener", 2, {0, 0, 0, 1, 1, 1, 2, 2, 2}, false},
+        ValidCase{"EmptyFirstSpan", 2, {0, 0, 0, 0, 1, 1, 1}, false},
+        ValidCase{"EmptyLastSpan", 2, {0, 0, 0, 1, 1, 1, 1}, false},
+        ValidCase{"AllEqual", 1, {3, 3, 3, 3}, false},
+        ValidCase{"OutOfOrder", 1, {0, 0, 2, 1, 3, 3}, false},
+        ValidCase{"TooFew", 3, {0, 0, 0, 0, 1, 1, 1}, false}, ValidCase{"None", 1, {}, false},
+        ValidCase{"NaN", 1, {0, 0, std::nan(""), 1, 1}, false},
+        ValidCase{"Infinite", 1, {0, 0, kInfinity, kInfinity}, false},
+        ValidCase{"RangeBeyondDoubles", 1, {-1.7e308, -1.7e308, 1.7e308, 1.7e308}, false},
+        ValidCase{"DegreeZero", 0, {0, 1, 2}, false},
+        ValidCase{"DegreeNegative", -1, {0, 1}, false},
+        ValidCase{"DegreeBeyondMost", BsplineBasis::kMostDegree + 1, Numbers(64, 0.0), false}),
+    knotwork_test::CaseName());
