@@ -7,11 +7,26 @@ namespace knotwork {
 
 namespace {
 
+/// Brings the numbers to unit size by a power of two, which loses no digit: no distance overflows
+/// then, and none vanishes. False when a number is not finite.
+bool scaleToUnitSize(DoubleVec numbers)
+{
+    double largest = 0.0;
+    for (int i = 0, n = static_cast<int>(numbers.length()); i < n; ++i) {
+        if (!std::isfinite(numbers(i))) return false;
+        largest = std::fmax(largest, std::fabs(numbers(i)));
+    }
+    if (largest == 0.0) return true;
+    const int exponent = std::ilogb(largest);
+    for (int i = 0, n = static_cast<int>(numbers.length()); i < n; ++i)
+        numbers(i) = std::ldexp(numbers(i), -exponent);
+    return true;
+}
+
 double stepBetween(const DoubleVec& a, const DoubleVec& b, Parameterisation mode)
 {
     if (mode == Parameterisation::kUniform) return 1.0;
-    // Halved first, so that points at opposite ends of the range of doubles stay finite.
-    const double distance = (b * 0.5 - a * 0.5).vecLen();
+    const double distance = (b - a).vecLen();
     return mode == Parameterisation::kChord ? distance : std::sqrt(distance);
 }
 
@@ -21,12 +36,12 @@ DoubleVec parameterValues(const TtupleVector& points, Parameterisation mode)
 {
     const int n = points.points();
     if (n < 2) return DoubleVec();
-    TtupleVector source(points);
+    TtupleVector source(points.copy());
+    if (!scaleToUnitSize(source.data())) return DoubleVec();
     double largest = 0.0;
     DoubleVec steps(static_cast<unsigned>(n), 0.0);
     for (int i = 1; i < n; ++i) {
         steps(i) = stepBetween(source(i - 1), source(i), mode);
-        if (!std::isfinite(steps(i))) return DoubleVec();
         if (steps(i) > largest) largest = steps(i);
     }
     if (largest == 0.0) return DoubleVec();
