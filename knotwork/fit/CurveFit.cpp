@@ -253,6 +253,15 @@ void refuse(CurveFitReport& report, FitVerdict verdict, const std::string& reaso
     report.reason = reason;
 }
 
+/// Points close to the largest number can have control points, or residuals, beyond it.
+bool isFinite(const FittedCurve& curve)
+{
+    return std::isfinite(curve.report.rms) && std::isfinite(curve.report.maxResidual) &&
+           std::isfinite(curve.report.constraintResidual) &&
+           std::all_of(curve.controlPoints.begin(), curve.controlPoints.end(),
+                       [](double x) { return std::isfinite(x); });
+}
+
 void explainDependence(const DoubleGenMat& matrix, const ScaledProblem& problem,
                        const BsplineBasis& basis, const DoubleVec& parameters,
                        CurveFitReport& report)
@@ -291,6 +300,9 @@ void solveProblem(const ScaledProblem& problem, const DoubleVec& parameters,
     curve.controlPoints = problem.controlPoints(x);
     problem.measure(x, parameters, report);
     report.verdict = FitVerdict::kMet;
+    if (isFinite(curve)) return;
+    curve.controlPoints.clear();
+    refuse(report, FitVerdict::kInaccurate, "the curve leaves the range of numbers");
 }
 
 void solveWithinMemory(const TtupleVector& points, const DoubleVec& parameters,

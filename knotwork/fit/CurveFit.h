@@ -32,7 +32,8 @@ enum class FitVerdict {
     kTooLarge,              ///< the system does not fit into memory or into the arrays' counts
     kDependentConstraints,  ///< the constraints depend on each other
     kUndetermined,          ///< the data do not fix every control point
-    kInaccurate,            ///< the system is so close to dependent that rounding decides
+    kInaccurate,            ///< no answer to trust: rounding, or a coarse tolerance, decides it,
+                            ///< or the curve leaves the range of numbers
 };
 
 /// The honest figures of a fit, all in the data's units unless said otherwise.
