@@ -278,6 +278,10 @@ void solveProblem(const ScaledProblem& problem, const DoubleVec& parameters,
                   const CurveFitOptions& options, FittedCurve& curve)
 {
     CurveFitReport& report = curve.report;
+    TtupleVector rhs(problem.rhs());
+    if (!allFinite(rhs.data()))
+        return refuse(report, FitVerdict::kBadInput,
+                      "a constraint's value leaves the range of numbers");
     TsolverReporter quiet(true);
     Thouseholder solver(options.reporter != nullptr ? *options.reporter : quiet, options.tolerance,
                         0, false);
@@ -289,8 +293,8 @@ void solveProblem(const ScaledProblem& problem, const DoubleVec& parameters,
         report.columnsUsed = solver.usedCols();
         if (code != 0) return explainDependence(matrix, problem, curve.basis, parameters, report);
     }
-    TtupleVector x(problem.rhs().size(), report.unknowns, 0.0);
-    solver.solve(problem.rhs(), &x, false);
+    TtupleVector x(rhs.size(), report.unknowns, 0.0);
+    solver.solve(rhs, &x, false);
     const double moved = polish(solver, problem, x);
     if (!(moved <= kBelievable) || !(worstConstraint(problem, x) <= kConstraintMet))
         return refuse(report, FitVerdict::kInaccurate,
@@ -326,7 +330,9 @@ FittedCurve fitCurve(const TtupleVector& points, const DoubleVec& parameters,
 {
     FittedCurve curve;
     CurveFitReport& report = curve.report;
-    const std::string fault = inputFault(points, parameters, basis, constraints);
+    std::string fault = inputFault(points, parameters, basis, constraints);
+    if (!(options.tolerance >= 0.0 && options.tolerance <= 1.0))
+        fault = "the tolerance is no number from 0 to 1";
     if (!fault.empty()) {
         refuse(report, FitVerdict::kBadInput, fault);
         return curve;

@@ -1,0 +1,301 @@
+// SPDX-License-Identifier: MIT
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "tests/fit/Problems.h"
+#include "tests/support/CaseName.h"
+
+namespace {
+
+using knotwork::BsplineBasis;
+using knotwork::CurveConstraint;
+using knotwork::CurveFitOptions;
+using knotwork::FittedCurve;
+using knotwork::FitVerdict;
+using knotwork_test::FitProblem;
+using Numbers = std::vector<double>;
+
+constexpr double kRight = 1e-7;  // what a fit that stands may be off, of the largest control point
+
+/// Cubic, 8 spans over [0, 8], five points a span.
+FitProblem plainProblem()
+{
+    FitProblem p;
+    p.basis = BsplineBasis::uniform(3, 0.0, 8.0, 8);
+    for (int i = 0; i <= 40; ++i) {
+        p.parameters.push_back(i / 5.0);
+        p.points.push_back(std::cos(i / 5.0));
+    }
+    return p;
+}
+
+void keepData(FitProblem& p, const std::function<bool(double)>& wanted)
+{
+    FitProblem kept = p;
+    kept.parameters.clear();
+    kept.points.clear();
+    for (std::size_t i = 0; i < p.parameters.size(); ++i) {
+        if (!wanted(p.parameters[i])) continue;
+        kept.parameters.push_back(p.parameters[i]);
+        kept.points.push_back(p.points[i]);
+    }
+    p = kept;
+}
+
+struct VerdictCase {
+    const char* name;
+    void (*change)(FitProblem& p);
+    FitVerdict verdict;
+    const char* reason;
+    friend void PrintTo(const VerdictCase& c, std::ostream* os) { *os << c.name; }
+};
+
+class CurveVerdictTest : public testing::TestWithParam<VerdictCase> {};
+
+constexpr const char* kDepend = "the constraints depend on each other";
+constexpr const char* kOutside = "a constraint lies outside the knots";
+constexpr const char* kValue = "a constraint's value is no finite number";
+
+const VerdictCase kVerdictCases[] = {
+    VerdictCase{"Plain", [](FitProblem&) {}, FitVerdict::kMet, ""},
+    VerdictCase{"DoubledConstraint",
+                [](FitProblem& p) {
+                    p.constraints = {{2, 0, {1}}, {2, 0, {1}}};
+                },
+                FitVerdict::kDependentConstraints, kDepend},
+    VerdictCase{"ContradictingConstraints",
+                [](FitProblem& p) {
+                    p.constraints = {{2, 1, {1}}, {2, 1, {2}}};
+                },
+                FitVerdict::kDependentConstraints, kDepend},
+    VerdictCase{"FiveConstraintsOnACubic",
+                [](FitProblem& p) {
+                    for (int i = 1; i <= 5; ++i) p.constraints.push_back({i / 6.0, 0, {1}});
+                },
+                FitVerdict::kDependentConstraints, kDepend},
+    VerdictCase{"MoreConstraintsThanUnknowns",
+                [](FitProblem& p) {
+                    for (int i = 0; i < 12; ++i) p.constraints.push_back({i / 1.5, 0, {1}});
+                },
+                FitVerdict::kDependentConstraints, kDepend},
+    VerdictCase{"AsManyConstraintsAsUnknowns",
+                [](FitProblem& p) {
+                    for (int i = 0; i < 11; ++i) p.constraints.push_back({i / 1.25, 0, {1}});
+                },
+                FitVerdict::kMet, ""},
+    VerdictCase{"GapOverThreeSpans",
+                [](FitProblem& p) { keepData(p, [](double t) { return t < 5 || t == 8; }); },
+                FitVerdict::kUndetermined, "spans 5 to 6 hold no data"},
+    VerdictCase{"GapAtTheEnd", [](FitProblem& p) { keepData(p, [](double t) { return t < 5; }); },
+                FitVerdict::kUndetermined, "spans 5 to 7 hold no data"},
+    VerdictCase{"TwoGaps",
+                [](FitProblem& p) {
+                    keepData(p, [](double t) { return (t >= 1 && t < 2) || t >= 7; });
+                    p.constraints = {{4, 0, {0}}};
+                },
+                FitVerdict::kUndetermined, "spans 0 and 2 to 6 hold no data"},
+    VerdictCase{"OneEmptySpanIsBridged",
+                [](FitProblem& p) { keepData(p, [](double t) { return t < 3 || t >= 4; }); },
+                FitVerdict::kMet, ""},
+    VerdictCase{"GapFilledByConstraints",
+                [](FitProblem& p) {
+                    keepData(p, [](double t) { return t < 5; });
+                    p.constraints = {{8, 0, {1}}, {8, 1, {0}}, {7, 0, {2}}, {6, 0, {2}}};
+                },
+                FitVerdict::kMet, ""},
+    VerdictCase{"TooFewData", [](FitProblem& p) { keepData(p, [](double t) { return t < 2; }); },
+                FitVerdict::kUndetermined, "11 unknowns are more than 10 equations can fix"},
+    VerdictCase{"AllDataAtOneParameter",
+                [](FitProblem& p) { p.parameters.assign(p.parameters.size(), 4.0); },
+                FitVerdict::kUndetermined, "spans 0 to 3 and 5 to 7 hold no data"},
+    VerdictCase{"ParametersRepeat",
+                [](FitProblem& p) {
+                    for (double& t : p.parameters) t = std::floor(t);
+                },
+                FitVerdict::kUndetermined, "the data do not fix control points 8 to 9 of 11"},
+    VerdictCase{"NoPoints", [](FitProblem& p) { p.points.clear(), p.parameters.clear(); },
+                FitVerdict::kBadInput, "there are no points"},
+    VerdictCase{"NoBasis", [](FitProblem& p) { p.basis = BsplineBasis(); }, FitVerdict::kBadInput,
+                "degree and knots do not make a basis"},
+    VerdictCase{"PointNaN", [](FitProblem& p) { p.points[3] = std::nan(""); },
+                FitVerdict::kBadInput, "a coordinate is no finite number"},
+    VerdictCase{"ParameterInfinite", [](FitProblem& p) { p.parameters[3] = INFINITY; },
+                FitVerdict::kBadInput, "a parameter is no finite number"},
+    VerdictCase{"ParameterOutside", [](FitProblem& p) { p.parameters[3] = 8.0625; },
+                FitVerdict::kBadInput, "a parameter lies outside the knots"},
+    VerdictCase{"ConstraintOutside",
+                [](FitProblem& p) {
+                    p.constraints = {{-0.5, 0, {1}}};
+                },
+                FitVerdict::kBadInput, kOutside},
+    VerdictCase{"ConstraintAtNaN",
+                [](FitProblem& p) {
+                    p.constraints = {{std::nan(""), 0, {1}}};
+                },
+                FitVerdict::kBadInput, kOutside},
+    VerdictCase{"ConstraintDimension",
+                [](FitProblem& p) {
+                    p.constraints = {{1, 0, {1, 2}}};
+                },
+                FitVerdict::kBadInput, "a constraint needs one number a coordinate"},
+    VerdictCase{"ConstraintValueNaN",
+                [](FitProblem& p) {
+                    p.constraints = {{1, 0, {std::nan("")}}};
+                },
+                FitVerdict::kBadInput, kValue},
+    VerdictCase{"ConstraintValueOverflowsInParameterUnits",
+                [](FitProblem& p) {
+                    p.constraints = {{1, 1, {1e308}}};
+                },
+                FitVerdict::kBadInput, "a constraint's value leaves the range of numbers"},
+    VerdictCase{"ConstraintDerivative",
+                [](FitProblem& p) {
+                    p.constraints = {{1, 4, {1}}};
+                },
+                FitVerdict::kBadInput,
+                "a constraint asks for a derivative that the degree does not have"},
+    VerdictCase{"ConstraintDerivativeNegative",
+                [](FitProblem& p) {
+                    p.constraints = {{1, -1, {1}}};
+                },
+                FitVerdict::kBadInput,
+                "a constraint asks for a derivative that the degree does not have"}};
+
+}  // namespace
+
+TEST_P(CurveVerdictTest, SaysWhyThereIsNoCurve)
+{
+    FitProblem p = plainProblem();
+    GetParam().change(p);
+    const FittedCurve curve = p.fit();
+    EXPECT_EQ(curve.report.verdict, GetParam().verdict);
+    EXPECT_EQ(curve.report.reason, GetParam().reason);
+    EXPECT_EQ(curve.met(), GetParam().verdict == FitVerdict::kMet);
+    EXPECT_EQ(curve.controlPoints.empty(), !curve.met());
+    EXPECT_EQ(curve.at(1.0).empty(), !curve.met());
+}
+
+INSTANTIATE_TEST_SUITE_P(Problems, CurveVerdictTest, testing::ValuesIn(kVerdictCases),
+                         knotwork_test::caseName<VerdictCase>);
+
+TEST(CurveVerdictTest, BadToleranceAndBadCountsAreBadInput)
+{
+    const FitProblem p = plainProblem();
+    for (const double tolerance : {std::nan(""), -1.0, 1.5, double{INFINITY}}) {
+        CurveFitOptions options;
+        options.tolerance = tolerance;
+        EXPECT_EQ(p.fit(options).report.verdict, FitVerdict::kBadInput) << tolerance;
+    }
+    const FittedCurve curve =
+        knotwork::fitCurve(TtupleVector(1, 3, p.points.data()), DoubleVec(2, 0.0), p.basis);
+    EXPECT_EQ(curve.report.reason, "there must be one parameter a point");
+}
+
+TEST(CurveVerdictTest, SystemsBeyondTheArraysCountsAreTooLarge)
+{
+    FitProblem p;
+    for (int i = 0; i <= 70000; ++i) p.parameters.push_back(i);
+    p.points.assign(p.parameters.size(), 1.0);
+    p.basis = BsplineBasis::uniform(3, 0.0, 70000.0, 65000);
+    const FittedCurve curve = p.fit();
+    EXPECT_EQ(curve.report.verdict, FitVerdict::kTooLarge);
+    EXPECT_EQ(curve.report.reason, "the system does not fit into memory");
+}
+
+/// What is left of the data reaches less and less far under the last basis function.
+TEST(CurveVerdictTest, NearlyUndeterminedIsRefusedOrRight)
+{
+    int met = 0;
+    int refused = 0;
+    for (int k = 0; k < 50; ++k) {
+        FitProblem p = plainProblem();
+        keepData(p, [](double t) { return t <= 7; });
+        p.parameters.push_back(7 + std::ldexp(0.5, -k));
+        p.points.push_back(0.25);
+        const FittedCurve curve = p.fit();
+        if (curve.met()) {
+            ++met;
+            EXPECT_LE(knotwork_test::deviationFromReference(p, curve), kRight) << k;
+        } else {
+            ++refused;
+            EXPECT_FALSE(curve.report.reason.empty());
+        }
+    }
+    EXPECT_GT(met, 5);
+    EXPECT_GT(refused, 5);
+}
+
+TEST(CurveVerdictTest, NearlyEqualConstraintsAreRefusedOrRight)
+{
+    int met = 0;
+    int refused = 0;
+    for (int k = 0; k < 50; ++k) {
+        FitProblem p = plainProblem();
+        p.constraints = {{2.5, 0, {1}}, {2.5 + std::ldexp(0.5, -k), 0, {1 + std::ldexp(1.0, -k)}}};
+        const FittedCurve curve = p.fit();
+        if (curve.met()) {
+            ++met;
+            EXPECT_LE(knotwork_test::deviationFromReference(p, curve), kRight) << k;
+            EXPECT_LE(curve.report.constraintResidual, 1e-13) << k;
+        } else {
+            ++refused;
+        }
+    }
+    EXPECT_GT(met, 5);
+    EXPECT_GT(refused, 5);
+}
+
+/// The solver skips what is below the tolerance; a fit that passes must not be the worse for it.
+TEST(CurveVerdictTest, RaisedTolerancesNeverSpoilAFitThatStands)
+{
+    knotwork_test::Dice dice(20270115);
+    int met = 0;
+    int refused = 0;
+    for (int round = 0; round < 200; ++round) {
+        FitProblem p = knotwork_test::noisyProblem(1 + round % 4, 3 + round % 5, 2, dice);
+        addConstraints(p, round % 3, dice);
+        CurveFitOptions options;
+        options.tolerance = std::pow(10.0, -12.0 + 12.0 * dice.unit());
+        const FittedCurve curve = p.fit(options);
+        EXPECT_EQ(curve.report.tolerance, options.tolerance);
+        if (curve.met()) {
+            ++met;
+            EXPECT_LE(knotwork_test::deviationFromReference(p, curve), kRight)
+                << "round " << round << ", tolerance " << options.tolerance;
+        } else {
+            ++refused;
+        }
+    }
+    EXPECT_GT(met, 20);
+    EXPECT_GT(refused, 20);
+}
+
+TEST(CurveVerdictTest, AnEstimatedCutoffIsReportedAndHonest)
+{
+    CurveFitOptions options;
+    options.estimateCutoff = true;
+    const FittedCurve plain = plainProblem().fit(options);
+    EXPECT_TRUE(plain.met());
+    EXPECT_EQ(plain.report.tolerance, 1e-14);  // no gap in its singular values
+
+    int raised = 0;
+    for (int k = 0; k < 40; ++k) {
+        FitProblem p = plainProblem();
+        keepData(p, [](double t) { return t <= 7; });
+        p.parameters.push_back(7 + std::ldexp(0.5, -k));
+        p.points.push_back(0.25);
+        const FittedCurve curve = p.fit(options);
+        if (curve.report.tolerance > 1e-14) ++raised;
+        if (curve.met()) {
+            EXPECT_LE(knotwork_test::deviationFromReference(p, curve), kRight) << k;
+        }
+    }
+    EXPECT_GT(raised, 10);
+}
