@@ -43,6 +43,13 @@ long double BasisRows::times(int row, const double* unknowns, int step) const
     return total;
 }
 
+void BasisRows::addTo(std::vector<long double>& totals, int row, double factor) const
+{
+    const auto first = static_cast<std::size_t>(firstColumn_[static_cast<std::size_t>(row)]);
+    for (std::size_t k = 0; k < static_cast<std::size_t>(width()); ++k)
+        totals[first + k] += static_cast<long double>(entries(row)[k]) * factor;
+}
+
 DoubleGenMat BasisRows::dense() const
 {
     DoubleGenMat matrix(static_cast<unsigned>(count()), static_cast<unsigned>(basis_.count()), 0.0);

@@ -24,6 +24,8 @@ class BasisRows {
     /// The row times one coordinate of the unknowns, which lie `step` apart; accumulated in
     /// extended precision, for residuals.
     long double times(int row, const double* unknowns, int step) const;
+    /// Adds a factor times the row to one number a column.
+    void addTo(std::vector<long double>& totals, int row, double factor) const;
     DoubleGenMat dense() const;
 
   private:

@@ -16,7 +16,8 @@ namespace knotwork {
 namespace {
 
 constexpr double kBelievable =
-    1e-8;  // largest correction by the second pass, of the largest unknown
+    1e-8;                       // largest correction by the second pass, of the largest unknown
+constexpr double kFlat = 1e-8;  // largest pull left, of what the residuals could pull
 constexpr double kConstraintMet = 1e-10;  // largest constraint residual, of the data's size
 
 constexpr const char* kNoRoom = "the system does not fit into memory";
@@ -41,6 +42,8 @@ class ScaledProblem {
 
     /// What x leaves of each right-hand side; exact to rounding.
     TtupleVector residuals(const TtupleVector& x) const;
+    /// The sum of the rows from `first` on, a factor each.
+    DoubleVec combined(int first, const DoubleVec& factors) const;
     std::vector<double> controlPoints(const TtupleVector& x) const;
     void measure(const TtupleVector& x, const DoubleVec& parameters, CurveFitReport& report) const;
 
@@ -115,6 +118,17 @@ TtupleVector ScaledProblem::residuals(const TtupleVector& x) const
             coordinate(i) = static_cast<double>(wanted(i) - rows_.times(i, numbers + k, x.size()));
     }
     return left;
+}
+
+DoubleVec ScaledProblem::combined(int first, const DoubleVec& factors) const
+{
+    std::vector<long double> totals(static_cast<std::size_t>(basis_.count()));
+    for (int i = 0; i < static_cast<int>(factors.length()); ++i)
+        rows_.addTo(totals, first + i, factors(i));
+    DoubleVec sums(static_cast<unsigned>(basis_.count()));
+    for (int j = 0; j < basis_.count(); ++j)
+        sums(j) = static_cast<double>(totals[static_cast<std::size_t>(j)]);
+    return sums;
 }
 
 std::vector<double> ScaledProblem::controlPoints(const TtupleVector& x) const
@@ -240,6 +254,37 @@ double polish(const Thouseholder& solver, const ScaledProblem& problem, TtupleVe
     return worst;
 }
 
+/// What the residuals still pull at the unknowns where the constraints let them give way, as a
+/// share of what residuals of their size could pull. A solver that skips small updates does not
+/// see this in its own second pass.
+double pullLeft(const ScaledProblem& problem, const TtupleVector& x)
+{
+    const int count = problem.constraints();
+    const int dataRows = problem.rows() - count;
+    DoubleGenMat across(static_cast<unsigned>(x.points()), static_cast<unsigned>(count));
+    for (int c = 0; c < count; ++c)
+        across.col(c) = problem.combined(dataRows + c, DoubleVec(1, 1.0));
+    Thouseholder multipliers(CurveFitOptions().tolerance, 0, false);
+    if (count > 0 && multipliers.setMatrix(across, 0, false, false, false) != 0) return 1.0;
+    TtupleVector left(problem.residuals(x));
+    TtupleVector unknowns(x);
+    double worst = 0.0;
+    for (int k = 0; k < x.size(); ++k) {
+        const DoubleVec residuals(left.component(k).slice(0, static_cast<unsigned>(dataRows), 1));
+        DoubleVec pull(problem.combined(0, residuals));
+        const int exponent = exponentOf(maxValue(abs(pull)));
+        pull *= std::ldexp(1.0, -exponent);
+        if (count > 0) pull -= problem.combined(dataRows, multipliers.solve(pull));
+        // No entry of a row is above 1. Where the data lie on the curve the residuals are but
+        // rounding, which is in proportion to the unknowns.
+        const double size = residuals.vecLen() + maxValue(abs(unknowns.component(k)));
+        const double still = std::ldexp(maxValue(abs(pull)), exponent);
+        if (std::isnan(still)) return 1.0;
+        if (still > 0.0) worst = std::max(worst, still / (std::sqrt(dataRows) * size));
+    }
+    return worst;
+}
+
 double worstConstraint(const ScaledProblem& problem, const TtupleVector& x)
 {
     const int count = problem.constraints();
@@ -274,6 +319,15 @@ void explainDependence(const DoubleGenMat& matrix, const ScaledProblem& problem,
     refuse(report, FitVerdict::kUndetermined, whyUndetermined(basis, values));
 }
 
+const char* whyInaccurate(const CurveFitOptions& options, const CurveFitReport& report)
+{
+    if (report.tolerance > options.tolerance)
+        return "the estimated cut-off is too coarse for this system";
+    return options.tolerance > CurveFitOptions().tolerance
+               ? "the tolerance is too coarse for this system"
+               : "the system is too close to dependent for a trustworthy answer";
+}
+
 void solveProblem(const ScaledProblem& problem, const DoubleVec& parameters,
                   const CurveFitOptions& options, FittedCurve& curve)
 {
@@ -296,11 +350,9 @@ void solveProblem(const ScaledProblem& problem, const DoubleVec& parameters,
     TtupleVector x(rhs.size(), report.unknowns, 0.0);
     solver.solve(rhs, &x, false);
     const double moved = polish(solver, problem, x);
-    if (!(moved <= kBelievable) || !(worstConstraint(problem, x) <= kConstraintMet))
-        return refuse(report, FitVerdict::kInaccurate,
-                      options.estimateCutoff
-                          ? "the estimated cut-off is too coarse for this system"
-                          : "the system is too close to dependent for a trustworthy answer");
+    if (!(moved <= kBelievable) || !(pullLeft(problem, x) <= kFlat) ||
+        !(worstConstraint(problem, x) <= kConstraintMet))
+        return refuse(report, FitVerdict::kInaccurate, whyInaccurate(options, report));
     curve.controlPoints = problem.controlPoints(x);
     problem.measure(x, parameters, report);
     report.verdict = FitVerdict::kMet;

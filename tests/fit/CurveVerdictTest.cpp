@@ -277,6 +277,27 @@ TEST(CurveVerdictTest, RaisedTolerancesNeverSpoilAFitThatStands)
     EXPECT_GT(refused, 20);
 }
 
+/// The residuals of these data are nearly, not quite, orthogonal to every straight line, and they
+/// vanish where the solver has its pivots: a coarse tolerance skips what the line is made of, and
+/// a second pass with the same solver finds nothing to mend.
+TEST(CurveVerdictTest, ACoarseToleranceCannotHideBehindLargeResiduals)
+{
+    FitProblem p;
+    p.basis = BsplineBasis::uniform(1, 0.0, 1.0, 1);
+    for (int i = 0; i < 14; ++i) {
+        p.parameters.push_back(i / 13.0);
+        p.points.push_back(i < 12 ? (i % 3 == 1 ? -2.0 : 1.0) + 0.002 * i / 13.0 : 0.0);
+    }
+    const FittedCurve strict = p.fit();
+    ASSERT_TRUE(strict.met());
+    EXPECT_LE(knotwork_test::deviationFromReference(p, strict), 1e-12);
+    CurveFitOptions options;
+    options.tolerance = 0.5;
+    const FittedCurve coarse = p.fit(options);
+    EXPECT_EQ(coarse.report.verdict, FitVerdict::kInaccurate);
+    EXPECT_EQ(coarse.report.reason, "the tolerance is too coarse for this system");
+}
+
 TEST(CurveVerdictTest, AnEstimatedCutoffIsReportedAndHonest)
 {
     CurveFitOptions options;
