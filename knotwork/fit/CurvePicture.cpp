@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "knotwork/fit/CurvePicture.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <ostream>
 
@@ -12,6 +13,8 @@ namespace {
 
 constexpr int kPiecesPerSpan = 24;
 constexpr std::size_t kMostDots = 5000;  // more data points than these are thinned in the picture
+
+constexpr double kMostDrawn = 4e307;  // what lies beyond is drawn there
 
 constexpr const char* kCurveStyle = "stroke=\"#1f4e9c\" stroke-width=\"2\"";
 constexpr const char* kPolygonStyle =
@@ -30,7 +33,8 @@ class CurveView {
     bool graph() const { return graph_; }
     PlotPoint place(double t, const std::vector<double>& value) const
     {
-        return graph_ ? PlotPoint{t, value[0]} : PlotPoint{value[0], value[1]};
+        return graph_ ? PlotPoint{drawn(t), drawn(value[0])}
+                      : PlotPoint{drawn(value[0]), drawn(value[1])};
     }
     PlotPoint at(double t) const { return place(t, curve_.at(t)); }
     PlotPoint direction(double t) const
@@ -46,6 +50,9 @@ class CurveView {
     }
 
   private:
+    /// Margins and equal units take room too, which must not leave the range of numbers.
+    static double drawn(double x) { return std::clamp(x, -kMostDrawn, kMostDrawn); }
+
     const FittedCurve& curve_;
     bool graph_;
 };

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 
 namespace knotwork {
@@ -21,11 +22,35 @@ std::string pixels(double value)
     return digits;
 }
 
+/// The bytes of the character at a place: 0 for what is no UTF-8, or no character of XML.
+std::size_t characterLength(const std::string& words, std::size_t at)
+{
+    const auto lead = static_cast<unsigned char>(words[at]);
+    if (lead < 0x80) return lead >= 0x20 || lead == '\t' || lead == '\n' ? 1 : 0;
+    const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
+    if (lead < 0xC0 || lead >= 0xF8 || at + length > words.size()) return 0;
+    std::uint32_t code = lead & (0xFFU >> (length + 1));
+    for (std::size_t i = at + 1; i < at + length; ++i) {
+        const auto trail = static_cast<unsigned char>(words[i]);
+        if ((trail & 0xC0U) != 0x80) return 0;
+        code = code << 6 | (trail & 0x3FU);
+    }
+    constexpr std::uint32_t kLeast[] = {0, 0, 0x80, 0x800, 0x10000};  // by length
+    const bool surrogate = code >= 0xD800 && code < 0xE000;
+    return code < kLeast[length] || code > 0x10FFFF || surrogate || (code & 0xFFFEU) == 0xFFFE
+               ? 0
+               : length;
+}
+
 std::string escaped(const std::string& words)
 {
     std::string out;
-    for (const char c : words) {
-        if (c == '&')
+    for (std::size_t i = 0; i < words.size();) {
+        const std::size_t length = characterLength(words, i);
+        const char c = words[i];
+        if (length == 0)
+            out += '?';
+        else if (c == '&')
             out += "&amp;";
         else if (c == '<')
             out += "&lt;";
@@ -34,7 +59,8 @@ std::string escaped(const std::string& words)
         else if (c == '"')
             out += "&quot;";
         else
-            out += c;
+            out.append(words, i, length);
+        i += std::max<std::size_t>(length, 1);
     }
     return out;
 }
@@ -190,8 +216,9 @@ void SvgPlot::diamond(PlotPoint p, double size, const char* style)
 
 void SvgPlot::tangent(PlotPoint p, PlotPoint direction, double length, const char* style)
 {
-    const double dx = px(p.x + direction.x) - px(p.x);
-    const double dy = py(p.y + direction.y) - py(p.y);
+    // Not from the ends' places: a direction can be small beside the point.
+    const double dx = direction.x / (range_.high.x - range_.low.x) * (kWidth - kLeft - kRight);
+    const double dy = -direction.y / (range_.high.y - range_.low.y) * (kHeight - kTop - kBottom);
     const double size = std::hypot(dx, dy);
     if (!(size > 0.0) || !std::isfinite(size)) return;
     const double hx = dx / size * length / 2;

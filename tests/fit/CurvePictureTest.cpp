@@ -1,0 +1,147 @@
+// SPDX-License-Identifier: MIT
+#include "knotwork/fit/CurvePicture.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <ostream>
+#include <regex>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "tests/fit/Problems.h"
+#include "tests/support/CaseName.h"
+#include "tests/support/XmlCheck.h"
+
+namespace {
+
+using knotwork_test::FitProblem;
+using knotwork_test::xmlFault;
+using testing::HasSubstr;
+
+std::string pictureOf(const FitProblem& p, const std::string& title)
+{
+    const auto n = static_cast<unsigned>(p.parameters.size());
+    std::ostringstream os;
+    knotwork::writeCurveSvg(os, p.fit(),
+                            TtupleVector(p.dimension, static_cast<int>(n), p.points.data()),
+                            DoubleVec(p.parameters.data(), n), p.constraints, title);
+    return os.str();
+}
+
+std::size_t count(const std::string& text, const std::string& what)
+{
+    std::size_t found = 0;
+    for (std::size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1))
+        ++found;
+    return found;
+}
+
+/// A wave with a value and a slope held.
+FitProblem wave(int dimension, const std::vector<double>& coordinates, double parameter,
+                double offset)
+{
+    knotwork_test::Dice dice(20270116);
+    FitProblem p = knotwork_test::noisyProblem(3, 4, dimension, dice);
+    const auto d = static_cast<std::size_t>(dimension);
+    p.constraints = {{0.25, 0, std::vector<double>(d, 1.0)},
+                     {0.75, 1, std::vector<double>(d, 2.0)}};
+    return scaled(p, coordinates, parameter, offset);
+}
+
+struct PictureCase {
+    const char* name;
+    int dimension;
+    std::vector<double> coordinates;
+    double parameter;
+    double offset;
+    friend void PrintTo(const PictureCase& c, std::ostream* os) { *os << c.name; }
+};
+
+class CurvePictureTest : public testing::TestWithParam<PictureCase> {};
+
+}  // namespace
+
+TEST_P(CurvePictureTest, IsWellFormedAndShowsEverythingOnThePaper)
+{
+    const PictureCase& c = GetParam();
+    const FitProblem p = wave(c.dimension, c.coordinates, c.parameter, c.offset);
+    ASSERT_TRUE(p.fit().met());
+    const std::string svg = pictureOf(p, "A wave");
+    EXPECT_EQ(xmlFault(svg), "");
+    EXPECT_EQ(count(svg, "nan") + count(svg, "inf"), 0U);
+    EXPECT_THAT(svg, HasSubstr(">A wave</text>"));
+    // Data, control points and the key's dot; the constraint's diamond, its tangent, the key's.
+    EXPECT_EQ(count(svg, "<circle"), p.parameters.size() + 7 + 1);
+    EXPECT_EQ(count(svg, "stroke=\"#c2185b\""), 3U);
+    EXPECT_GE(count(svg, "text-anchor=\"end\""), 3U);  // numbers on the upright axis
+    static const std::regex dot("cx=\"([^\"]*)\" cy=\"([^\"]*)\"");
+    for (std::sregex_iterator m(svg.begin(), svg.end(), dot), end; m != end; ++m) {
+        EXPECT_TRUE(std::stod((*m)[1]) >= 0.0 && std::stod((*m)[1]) <= 900.0) << m->str();
+        EXPECT_TRUE(std::stod((*m)[2]) >= 0.0 && std::stod((*m)[2]) <= 600.0) << m->str();
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Curves, CurvePictureTest,
+                         testing::Values(PictureCase{"Graph", 1, {1}, 1, 0},
+                                         PictureCase{"Plane", 2, {1}, 1, 0},
+                                         PictureCase{"Space", 3, {1}, 1, 0},
+                                         PictureCase{"Tiny", 1, {1e-300}, 1e-9, 0},
+                                         PictureCase{"Huge", 1, {1e307}, 1e60, 0},
+                                         PictureCase{"HugePlane", 2, {1e307, -5e307}, 1, 0},
+                                         PictureCase{"LongAgo", 1, {1}, 600, 1.7e9},
+                                         PictureCase{"FlatAndWide", 2, {1e-200, 1}, 1, 0}),
+                         knotwork_test::caseName<PictureCase>);
+
+TEST(CurvePictureTest, FlatCurvesKeepRoomAroundThem)
+{
+    for (const double level : {0.0, 3.0, -1e308, 1.7e308}) {
+        FitProblem p = wave(1, {0}, 1, 0);
+        p.points.assign(p.points.size(), level);
+        p.constraints.clear();
+        const std::string svg = pictureOf(p, "");
+        EXPECT_EQ(xmlFault(svg), "") << level;
+        EXPECT_EQ(count(svg, "nan") + count(svg, "inf"), 0U) << level;
+    }
+}
+
+/// A tangent is drawn along the curve whatever the units are: this one rises by half the height of
+/// the paper over its whole width.
+TEST(CurvePictureTest, TangentsKeepTheirDirectionInEveryUnit)
+{
+    const auto tangent = [](double parameter) {
+        FitProblem p;
+        p.basis = knotwork::BsplineBasis::uniform(1, 0.0, parameter, 1);
+        p.parameters = {0.0, parameter};
+        p.points = {0.0, 1.0};
+        p.constraints = {{parameter, 1, {1.0 / parameter}}};
+        const std::string svg = pictureOf(p, "");
+        const std::size_t end = svg.find("stroke=\"#c2185b\"");
+        const std::size_t start = svg.rfind("<path", end);
+        return svg.substr(start, end - start);
+    };
+    const std::string expected = tangent(1.0);
+    EXPECT_THAT(expected, testing::StartsWith("<path d=\"M"));
+    EXPECT_EQ(tangent(0x1p-40), expected);
+    EXPECT_EQ(tangent(0x1p80), expected);
+}
+
+TEST(CurvePictureTest, TitlesOfAnyBytesStayWellFormed)
+{
+    const FitProblem p = wave(1, {1}, 1, 0);
+    for (const char* title : {"a < b & \"c\" > d",
+                              "tab\tand\x01"
+                              "bell\x07",
+                              "\xC3\xA9t\xC3\xA9", "broken \xFF\xC3", "cut \xE2\x82", "]]>"})
+        EXPECT_EQ(xmlFault(pictureOf(p, title)), "") << title;
+    EXPECT_THAT(pictureOf(p, "\xC3\xA9t\xC3\xA9"), HasSubstr("\xC3\xA9t\xC3\xA9"));
+}
+
+TEST(CurvePictureTest, NothingWithoutACurve)
+{
+    FitProblem p = wave(1, {1}, 1, 0);
+    p.constraints.push_back(p.constraints.front());
+    EXPECT_EQ(pictureOf(p, "title"), "");
+}
