@@ -43,5 +43,8 @@
 #include "knotwork/fit/BsplineBasis.h"
 #include "knotwork/fit/CurveFit.h"
 #include "knotwork/fit/CurvePicture.h"
+#include "knotwork/fit/FitReport.h"
+#include "knotwork/fit/KernelBuild.h"
 #include "knotwork/fit/Parameters.h"
+#include "knotwork/fit/SurfaceFit.h"
 // clang-format on

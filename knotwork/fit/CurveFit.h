@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <string>
+#include <memory>
 #include <vector>
 
+#include "knotwork/approx/AP_SPLINE.h"
 #include "knotwork/export.h"
 #include "knotwork/fit/BsplineBasis.h"
+#include "knotwork/fit/FitReport.h"
 #include "knotwork/geometry/TtupleVector.h"
 #include "knotwork/linalg/DoubleVec.h"
 #include "knotwork/solvers/TsolverReporter.h"
@@ -26,38 +28,16 @@ struct CurveFitOptions {
     TsolverReporter* reporter = nullptr;  ///< hears the solver; null: nobody does
 };
 
-enum class FitVerdict {
-    kMet,                   ///< the constraints are met and the rest is the least-squares fit
-    kBadInput,              ///< points, parameters, basis and constraints do not make a problem
-    kTooLarge,              ///< the system does not fit into memory or into the arrays' counts
-    kDependentConstraints,  ///< the constraints depend on each other
-    kUndetermined,          ///< the data do not fix every control point
-    kInaccurate,            ///< no answer to trust: rounding, or a coarse tolerance, decides it,
-                            ///< or the curve leaves the range of numbers
-};
-
-/// The honest figures of a fit, all in the data's units unless said otherwise.
-struct CurveFitReport {
-    FitVerdict verdict = FitVerdict::kBadInput;
-    std::string reason;  ///< why there is no curve, as a sentence's end; empty when met
-    int dataPoints = 0;
-    int unknowns = 0;        ///< control points
-    int constraints = 0;     ///< equations met exactly
-    int columnsUsed = 0;     ///< unknowns that took part in the solution
-    double tolerance = 0.0;  ///< as used, on the scaled problem; the cut-off if that was estimated
-    double rms = 0.0;        ///< sqrt(sum of squared residuals, all coordinates / data points)
-    double maxResidual = 0.0;  ///< largest distance of a data point from the curve at its parameter
-    double maxResidualAt = 0.0;  ///< that parameter
-    /// Largest deviation from a constraint, any coordinate. A derivative counts per row of unit
-    /// length, so that slopes too are judged in the data's units.
-    double constraintResidual = 0.0;
+struct CurveFitReport : FitReport {
+    double maxResidualAt = 0.0;  ///< the parameter of the largest residual
 };
 
 /// A fitted curve with its report; without control points unless the verdict is kMet.
 struct KNOTWORK_EXPORT FittedCurve {
     BsplineBasis basis;
-    int dimension = 0;                  ///< coordinates of a point
-    std::vector<double> controlPoints;  ///< point after point
+    int dimension = 0;                        ///< coordinates of a point
+    std::vector<double> controlPoints;        ///< point after point
+    std::shared_ptr<const AP_SPLINE> spline;  ///< the same curve, to evaluate and hand on
     CurveFitReport report;
 
     bool met() const { return report.verdict == FitVerdict::kMet; }

@@ -93,7 +93,7 @@ INSTANTIATE_TEST_SUITE_P(Curves, CurvePictureTest,
                                          PictureCase{"HugePlane", 2, {1e307, -5e307}, 1, 0},
                                          PictureCase{"LongAgo", 1, {1}, 600, 1.7e9},
                                          PictureCase{"FlatAndWide", 2, {1e-200, 1}, 1, 0}),
-                         knotwork_test::caseName<PictureCase>);
+                         knotwork_test::CaseName());
 
 TEST(CurvePictureTest, FlatCurvesKeepRoomAroundThem)
 {

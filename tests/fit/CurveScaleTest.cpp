@@ -64,7 +64,7 @@ INSTANTIATE_TEST_SUITE_P(Units, CurveScaleTest,
                                          ScaleCase{"SecondsOfAnEpoch", {1}, 600, 1.7e9},
                                          ScaleCase{"MillisecondsOfAnEpoch", {1}, 0.5, 1.7e9},
                                          ScaleCase{"BelowZero", {1}, 3, -1e6}),
-                         knotwork_test::caseName<ScaleCase>);
+                         knotwork_test::CaseName());
 
 TEST(CurveScaleTest, PowersOfTwoGiveTheSameBits)
 {

@@ -183,7 +183,7 @@ TEST_P(CurveVerdictTest, SaysWhyThereIsNoCurve)
 }
 
 INSTANTIATE_TEST_SUITE_P(Problems, CurveVerdictTest, testing::ValuesIn(kVerdictCases),
-                         knotwork_test::caseName<VerdictCase>);
+                         knotwork_test::CaseName());
 
 TEST(CurveVerdictTest, BadToleranceAndBadCountsAreBadInput)
 {

@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <string>
+
+namespace knotwork {
+
+enum class FitVerdict {
+    kMet,                   ///< the constraints are met and the rest is the least-squares fit
+    kBadInput,              ///< points, parameters, basis and constraints do not make a problem
+    kTooLarge,              ///< the system does not fit into memory or into the arrays' counts
+    kDependentConstraints,  ///< the constraints depend on each other
+    kUndetermined,          ///< the data do not fix every control point
+    kInaccurate,            ///< no answer to trust: rounding, or a coarse tolerance, decides it,
+                            ///< or the curve leaves the range of numbers
+};
+
+/// The honest figures of a fit, all in the data's units unless said otherwise.
+struct FitReport {
+    FitVerdict verdict = FitVerdict::kBadInput;
+    std::string reason;  ///< why there is no fit, as a sentence's end; empty when met
+    int dataPoints = 0;
+    int unknowns = 0;        ///< control points
+    int constraints = 0;     ///< equations met exactly
+    int columnsUsed = 0;     ///< unknowns that took part in the solution
+    double tolerance = 0.0;  ///< as used, on the scaled problem; the cut-off if that was estimated
+    double rms = 0.0;        ///< sqrt(sum of squared residuals, all coordinates / data points)
+    double maxResidual = 0.0;  ///< largest distance of a data point from the fit at its parameters
+    /// Largest deviation from a constraint, any coordinate. A derivative counts per row of unit
+    /// length, so that slopes too are judged in the data's units.
+    double constraintResidual = 0.0;
+};
+
+}  // namespace knotwork
