@@ -11,8 +11,8 @@
 /// the
 ///           point and the u-derivative at 2L, the v-derivative at 3L and the normal (3 numbers)
 ///           right behind it. All is homogeneous for a rational surface, the normal too: intended.
-/// Errors    on a net with fewer than Coords() + 3 numbers in a row the normal overwrites the
-///           guard, and that is reported. Intended.
+/// Errors    on a net of up to 5 rows with fewer than Coords() + 3 numbers each, the normal
+///           overwrites the guard, and that is reported. Intended.
 /// Storage   and limits as AP_EVAL_CONST_PARM.
 class KNOTWORK_EXPORT AP_EVAL_NORM_CONST_PARM : public AP_EVAL_CONTEXT {
   public:
