@@ -10,7 +10,7 @@ namespace knotwork {
 
 namespace {
 
-constexpr int kLanes = 4;  // numbers of a point that are advanced together
+constexpr int kLanes = 4;                       // numbers of a point that are advanced together
 constexpr std::size_t kRatiosOnStack = 2 * 78;  // these two are for degree 12 with all orders
 constexpr std::size_t kScratchOnStack = 13 * 13 * kLanes;
 
