@@ -7,8 +7,9 @@
 #include <limits>
 #include <new>
 
-#include "knotwork/fit/BasisRows.h"
 #include "knotwork/fit/CurveDiagnosis.h"
+#include "knotwork/fit/KernelBuild.h"
+#include "knotwork/fit/ScaledCurve.h"
 #include "knotwork/solvers/Thouseholder.h"
 
 namespace knotwork {
@@ -21,149 +22,6 @@ constexpr double kFlat = 1e-8;  // largest pull left, of what the residuals coul
 constexpr double kConstraintMet = 1e-10;  // largest constraint residual, of the data's size
 
 constexpr const char* kNoRoom = "the system does not fit into memory";
-
-/// The power of two next to a magnitude: dividing by it is exact. 0 for 0.
-int exponentOf(double magnitude)
-{
-    return magnitude > 0.0 ? std::ilogb(magnitude) : 0;
-}
-
-/// The problem scaled to unit size. The solver's thresholds are absolute, so nothing may depend on
-/// the units the data came in; all scales are powers of two, which lose no digit.
-class ScaledProblem {
-  public:
-    ScaledProblem(const TtupleVector& points, const DoubleVec& parameters,
-                  const BsplineBasis& basis, const std::vector<CurveConstraint>& constraints);
-
-    int rows() const { return rows_.count(); }
-    int constraints() const { return rows_.count() - dataRows_; }
-    DoubleGenMat matrix() const { return rows_.dense(); }
-    TtupleVector rhs() const { return rhs_; }
-
-    /// What x leaves of each right-hand side; exact to rounding.
-    TtupleVector residuals(const TtupleVector& x) const;
-    /// The sum of the rows from `first` on, a factor each.
-    DoubleVec combined(int first, const DoubleVec& factors) const;
-    std::vector<double> controlPoints(const TtupleVector& x) const;
-    void measure(const TtupleVector& x, const DoubleVec& parameters, CurveFitReport& report) const;
-
-  private:
-    double inUnits(double value, int k) const
-    {
-        return std::ldexp(value, exponents_[static_cast<std::size_t>(k)]);
-    }
-
-    BsplineBasis basis_;
-    int dataRows_;
-    BasisRows rows_;
-    TtupleVector rhs_;
-    std::vector<int> exponents_;  // of each coordinate's scale
-};
-
-int parameterExponent(const BsplineBasis& basis)
-{
-    return exponentOf(basis.last() - basis.first());
-}
-
-BsplineBasis scaledBasis(const BsplineBasis& basis)
-{
-    std::vector<double> knots = basis.knots();
-    for (double& knot : knots) knot = std::ldexp(knot, -parameterExponent(basis));
-    return BsplineBasis(basis.degree(), std::move(knots));
-}
-
-ScaledProblem::ScaledProblem(const TtupleVector& points, const DoubleVec& parameters,
-                             const BsplineBasis& basis,
-                             const std::vector<CurveConstraint>& constraints)
-    : basis_(scaledBasis(basis)),
-      dataRows_(points.points()),
-      rows_(basis_),
-      rhs_(points.size(), points.points() + static_cast<int>(constraints.size()), 0.0),
-      exponents_(static_cast<std::size_t>(points.size()))
-{
-    const int parameterScale = parameterExponent(basis);
-    rows_.reserve(static_cast<std::size_t>(rhs_.points()));
-    for (int i = 0; i < dataRows_; ++i) rows_.append(std::ldexp(parameters(i), -parameterScale), 0);
-    rhs_.setPoints(0, dataRows_, points);
-
-    for (const CurveConstraint& constraint : constraints) {
-        // By the chain rule a derivative grows with the parameter's scale; its row is brought to
-        // about unit length, the value along with it.
-        rows_.append(std::ldexp(constraint.parameter, -parameterScale), constraint.derivative);
-        const int shrink = exponentOf(rows_.lastLength());
-        rows_.scaleLast(std::ldexp(1.0, -shrink));
-        const int row = rows_.count() - 1;
-        for (int k = 0; k < rhs_.size(); ++k)
-            rhs_.point(row)(k) = std::ldexp(constraint.value[static_cast<std::size_t>(k)],
-                                            parameterScale * constraint.derivative - shrink);
-    }
-    for (int k = 0; k < rhs_.size(); ++k) {
-        DoubleVec coordinate(rhs_.component(k));
-        exponents_[static_cast<std::size_t>(k)] = exponentOf(maxValue(abs(coordinate)));
-        for (int i = 0; i < rhs_.points(); ++i)
-            coordinate(i) = std::ldexp(coordinate(i), -exponents_[static_cast<std::size_t>(k)]);
-    }
-}
-
-TtupleVector ScaledProblem::residuals(const TtupleVector& x) const
-{
-    TtupleVector unknowns(x);
-    TtupleVector target(rhs_);
-    TtupleVector left(x.size(), rows(), 0.0);
-    const double* numbers = unknowns.data().data();
-    for (int k = 0; k < x.size(); ++k) {
-        const DoubleVec wanted(target.component(k));
-        DoubleVec coordinate(left.component(k));
-        for (int i = 0; i < rows(); ++i)
-            coordinate(i) = static_cast<double>(wanted(i) - rows_.times(i, numbers + k, x.size()));
-    }
-    return left;
-}
-
-DoubleVec ScaledProblem::combined(int first, const DoubleVec& factors) const
-{
-    std::vector<long double> totals(static_cast<std::size_t>(basis_.count()));
-    for (int i = 0; i < static_cast<int>(factors.length()); ++i)
-        rows_.addTo(totals, first + i, factors(i));
-    DoubleVec sums(static_cast<unsigned>(basis_.count()));
-    for (int j = 0; j < basis_.count(); ++j)
-        sums(j) = static_cast<double>(totals[static_cast<std::size_t>(j)]);
-    return sums;
-}
-
-std::vector<double> ScaledProblem::controlPoints(const TtupleVector& x) const
-{
-    std::vector<double> points;
-    points.reserve(static_cast<std::size_t>(x.points()) * static_cast<std::size_t>(x.size()));
-    for (int i = 0; i < x.points(); ++i)
-        for (int k = 0; k < x.size(); ++k) points.push_back(inUnits(x.point(i)(k), k));
-    return points;
-}
-
-void ScaledProblem::measure(const TtupleVector& x, const DoubleVec& parameters,
-                            CurveFitReport& report) const
-{
-    TtupleVector left(residuals(x));
-    long double total = 0.0L;
-    long double largest = -1.0L;
-    for (int i = 0; i < rows(); ++i) {
-        long double squares = 0.0L;
-        for (int k = 0; k < x.size(); ++k) {
-            const double residual = inUnits(left.point(i)(k), k);
-            squares += static_cast<long double>(residual) * residual;
-            if (i >= dataRows_)
-                report.constraintResidual =
-                    std::max(report.constraintResidual, std::fabs(residual));
-        }
-        if (i >= dataRows_) continue;
-        total += squares;
-        if (squares <= largest) continue;
-        largest = squares;
-        report.maxResidualAt = parameters(i);
-    }
-    report.rms = static_cast<double>(std::sqrt(total / dataRows_));
-    report.maxResidual = static_cast<double>(std::sqrt(largest));
-}
 
 bool allFinite(const DoubleVec& v)
 {
@@ -228,7 +86,7 @@ double largestMagnitude(TtupleVector x)
 
 /// One more pass with what the first one left. Returns the largest correction, as a share of the
 /// largest unknown of its coordinate: how far rounding, or a raised cut-off, had moved the answer.
-double polish(const Thouseholder& solver, const ScaledProblem& problem, TtupleVector& x)
+double polish(const Thouseholder& solver, const ScaledCurve& problem, TtupleVector& x)
 {
     TtupleVector left(problem.residuals(x));
     std::vector<int> exponents;
@@ -257,10 +115,10 @@ double polish(const Thouseholder& solver, const ScaledProblem& problem, TtupleVe
 /// What the residuals still pull at the unknowns where the constraints let them give way, as a
 /// share of what residuals of their size could pull. A solver that skips small updates does not
 /// see this in its own second pass.
-double pullLeft(const ScaledProblem& problem, const TtupleVector& x)
+double pullLeft(const ScaledCurve& problem, const TtupleVector& x)
 {
     const int count = problem.constraints();
-    const int dataRows = problem.rows() - count;
+    const int dataRows = problem.dataRows();
     DoubleGenMat across(static_cast<unsigned>(x.points()), static_cast<unsigned>(count));
     for (int c = 0; c < count; ++c)
         across.col(c) = problem.combined(dataRows + c, DoubleVec(1, 1.0));
@@ -285,11 +143,11 @@ double pullLeft(const ScaledProblem& problem, const TtupleVector& x)
     return worst;
 }
 
-double worstConstraint(const ScaledProblem& problem, const TtupleVector& x)
+double worstConstraint(const ScaledCurve& problem, const TtupleVector& x)
 {
     const int count = problem.constraints();
     TtupleVector left(problem.residuals(x));
-    return count == 0 ? 0.0 : largestMagnitude(left.lPoints(problem.rows() - count, count));
+    return count == 0 ? 0.0 : largestMagnitude(left.lPoints(problem.dataRows(), count));
 }
 
 void refuse(CurveFitReport& report, FitVerdict verdict, const std::string& reason)
@@ -307,7 +165,7 @@ bool isFinite(const FittedCurve& curve)
                        [](double x) { return std::isfinite(x); });
 }
 
-void explainDependence(const DoubleGenMat& matrix, const ScaledProblem& problem,
+void explainDependence(const DoubleGenMat& matrix, const ScaledCurve& problem,
                        const BsplineBasis& basis, const DoubleVec& parameters,
                        CurveFitReport& report)
 {
@@ -328,7 +186,45 @@ const char* whyInaccurate(const CurveFitOptions& options, const CurveFitReport& 
                : "the system is too close to dependent for a trustworthy answer";
 }
 
-void solveProblem(const ScaledProblem& problem, const DoubleVec& parameters,
+/// The figures come from evaluating the curve that is handed out.
+void measureData(const TtupleVector& points, const DoubleVec& parameters, FittedCurve& curve)
+{
+    std::vector<double> value(static_cast<std::size_t>(curve.dimension));
+    long double total = 0.0L;
+    long double largest = -1.0L;
+    for (int i = 0; i < points.points(); ++i) {
+        curve.spline->eval(value.data(), parameters(i), 0);
+        const DoubleVec point(points.point(i));
+        long double squares = 0.0L;
+        for (int k = 0; k < curve.dimension; ++k) {
+            const long double residual = point(k) - value[static_cast<std::size_t>(k)];
+            squares += residual * residual;
+        }
+        total += squares;
+        if (squares <= largest) continue;
+        largest = squares;
+        curve.report.maxResidualAt = parameters(i);
+    }
+    curve.report.rms = static_cast<double>(std::sqrt(total / points.points()));
+    curve.report.maxResidual = static_cast<double>(std::sqrt(largest));
+}
+
+void measureConstraints(const ScaledCurve& problem, const std::vector<CurveConstraint>& constraints,
+                        FittedCurve& curve)
+{
+    double worst = 0.0;
+    for (int c = 0; c < static_cast<int>(constraints.size()); ++c) {
+        const CurveConstraint& asked = constraints[static_cast<std::size_t>(c)];
+        const std::vector<double> value = curve.at(asked.parameter, asked.derivative);
+        for (std::size_t k = 0; k < value.size(); ++k)
+            worst =
+                std::max(worst, std::fabs(problem.constraintInUnits(c, value[k] - asked.value[k])));
+    }
+    curve.report.constraintResidual = worst;
+}
+
+void solveProblem(const ScaledCurve& problem, const TtupleVector& points,
+                  const DoubleVec& parameters, const std::vector<CurveConstraint>& constraints,
                   const CurveFitOptions& options, FittedCurve& curve)
 {
     CurveFitReport& report = curve.report;
@@ -354,10 +250,13 @@ void solveProblem(const ScaledProblem& problem, const DoubleVec& parameters,
         !(worstConstraint(problem, x) <= kConstraintMet))
         return refuse(report, FitVerdict::kInaccurate, whyInaccurate(options, report));
     curve.controlPoints = problem.controlPoints(x);
-    problem.measure(x, parameters, report);
+    curve.spline = makeSpline(curve.basis, curve.dimension, curve.controlPoints);
+    measureData(points, parameters, curve);
+    measureConstraints(problem, constraints, curve);
     report.verdict = FitVerdict::kMet;
     if (isFinite(curve)) return;
     curve.controlPoints.clear();
+    curve.spline.reset();
     refuse(report, FitVerdict::kInaccurate, "the curve leaves the range of numbers");
 }
 
@@ -366,8 +265,8 @@ void solveWithinMemory(const TtupleVector& points, const DoubleVec& parameters,
                        const CurveFitOptions& options, FittedCurve& curve)
 {
     try {
-        const ScaledProblem problem(points, parameters, curve.basis, constraints);
-        solveProblem(problem, parameters, options, curve);
+        const ScaledCurve problem(points, parameters, curve.basis, constraints);
+        solveProblem(problem, points, parameters, constraints, options, curve);
     } catch (const std::bad_alloc&) {
         curve.controlPoints.clear();
         refuse(curve.report, FitVerdict::kTooLarge, kNoRoom);
@@ -411,16 +310,11 @@ FittedCurve fitCurve(const TtupleVector& points, const DoubleVec& parameters,
 
 std::vector<double> FittedCurve::at(double t, int derivative) const
 {
-    std::vector<double> value;
-    if (controlPoints.empty() || derivative < 0) return value;
-    double row[BsplineBasis::kMostDegree + 1];
-    const int first = basis.row(t, derivative, row);
-    value.assign(static_cast<std::size_t>(dimension), 0.0);
-    for (int j = 0; j <= basis.degree(); ++j)
-        for (int k = 0; k < dimension; ++k)
-            value[static_cast<std::size_t>(k)] +=
-                row[j] * controlPoints[static_cast<std::size_t>((first + j) * dimension + k)];
-    return value;
+    if (spline == nullptr || derivative < 0) return {};
+    std::vector<double> rows(static_cast<std::size_t>(spline->WorkspaceSize(derivative)));
+    spline->eval(rows.data(), t, derivative);
+    const auto first = rows.begin() + std::ptrdiff_t{derivative} * dimension;
+    return std::vector<double>(first, first + dimension);
 }
 
 }  // namespace knotwork
