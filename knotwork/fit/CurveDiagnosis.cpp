@@ -3,6 +3,8 @@
 
 #include <algorithm>
 
+#include "knotwork/solvers/Thouseholder.h"
+
 namespace knotwork {
 
 namespace {
@@ -83,6 +85,18 @@ std::string whyUndetermined(const BsplineBasis& basis, std::vector<double> param
         return "the data do not fix " + listed("control point", free) + " of " +
                std::to_string(basis.count());
     return "data and constraints together do not fix every control point";
+}
+
+bool constraintRowsDepend(const DoubleGenMat& matrix, int constraints, double tolerance)
+{
+    const int free = static_cast<int>(matrix.rows()) - constraints;
+    if (constraints == 0) return false;
+    if (constraints > static_cast<int>(matrix.cols())) return true;
+    DoubleGenMat rows(static_cast<unsigned>(constraints), matrix.cols());
+    for (int j = 0; j < static_cast<int>(matrix.cols()); ++j)
+        rows.col(j) = matrix.col(j).slice(free, rows.rows(), 1);
+    Thouseholder alone(tolerance, 0, false);
+    return alone.setMatrix(rows, constraints, false, false, false) != 0;
 }
 
 }  // namespace knotwork

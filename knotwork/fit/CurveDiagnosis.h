@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "knotwork/fit/BsplineBasis.h"
+#include "knotwork/linalg/DoubleGenMat.h"
 
 namespace knotwork {
 
@@ -12,5 +13,8 @@ namespace knotwork {
 /// are any ("spans 5 to 7 hold no data", counted from 0), otherwise the control points that no
 /// parameter is left for (Schoenberg and Whitney's condition), otherwise that rows repeat.
 std::string whyUndetermined(const BsplineBasis& basis, std::vector<double> parameters);
+
+/// Whether the last `constraints` rows of a system depend on each other.
+bool constraintRowsDepend(const DoubleGenMat& matrix, int constraints, double tolerance);
 
 }  // namespace knotwork

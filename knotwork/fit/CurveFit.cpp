@@ -67,18 +67,6 @@ bool fitsIntoMemory(std::uint64_t rows, std::uint64_t cols)
     return room != nullptr;
 }
 
-bool constraintsDepend(const DoubleGenMat& matrix, int constraints, double tolerance)
-{
-    const int free = static_cast<int>(matrix.rows()) - constraints;
-    if (constraints == 0) return false;
-    if (constraints > static_cast<int>(matrix.cols())) return true;
-    DoubleGenMat rows(static_cast<unsigned>(constraints), matrix.cols());
-    for (int j = 0; j < static_cast<int>(matrix.cols()); ++j)
-        rows.col(j) = matrix.col(j).slice(free, rows.rows(), 1);
-    Thouseholder alone(tolerance, 0, false);
-    return alone.setMatrix(rows, constraints, false, false, false) != 0;
-}
-
 double largestMagnitude(TtupleVector x)
 {
     return maxValue(abs(x.data()));
@@ -169,7 +157,7 @@ void explainDependence(const DoubleGenMat& matrix, const ScaledCurve& problem,
                        const BsplineBasis& basis, const DoubleVec& parameters,
                        CurveFitReport& report)
 {
-    if (constraintsDepend(matrix, problem.constraints(), report.tolerance))
+    if (constraintRowsDepend(matrix, problem.constraints(), report.tolerance))
         return refuse(report, FitVerdict::kDependentConstraints,
                       "the constraints depend on each other");
     std::vector<double> values;
