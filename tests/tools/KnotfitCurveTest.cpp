@@ -1,0 +1,235 @@
+// SPDX-License-Identifier: MIT
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdio>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "tests/fit/Reference.h"
+#include "tests/support/XmlCheck.h"
+#include "tests/tools/KnotfitRun.h"
+
+namespace {
+
+using knotwork_test::KnotfitRun;
+using knotwork_test::Outcome;
+using nlohmann::json;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using Numbers = std::vector<double>;
+
+const std::string kTitanium = "'" KNOTWORK_EXAMPLE_DATA "/titanium.csv'";
+const std::string kAirfoil = "'" KNOTWORK_EXAMPLE_DATA "/rae2822.csv'";
+
+/// The curve of a JSON text, evaluated by the recursion.
+Numbers at(const json& fit, double t, int derivative = 0)
+{
+    const Numbers knots = fit["knots"];
+    const std::vector<Numbers> points = fit["control_points"];
+    std::vector<long double> total(points[0].size());
+    for (std::size_t j = 0; j < points.size(); ++j)
+        for (std::size_t k = 0; k < total.size(); ++k)
+            total[k] += points[j][k] * knotwork_test::basisFunction<long double>(
+                                           knots, j, fit["degree"], t, derivative);
+    return Numbers(total.begin(), total.end());
+}
+
+json fitOf(const KnotfitRun& run, const std::string& arguments)
+{
+    const Outcome outcome = run.knotfit("curve " + arguments + " -o fit.json");
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_THAT(outcome.err, IsEmpty());
+    return json::parse(run.read("fit.json"));
+}
+
+Numbers sumAndLargest(const json& fit, const std::vector<Numbers>& points, const Numbers& t)
+{
+    double squares = 0.0;
+    double largest = 0.0;
+    double largestAt = 0.0;
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        const Numbers value = at(fit, t[i]);
+        double distance = 0.0;
+        for (std::size_t k = 0; k < value.size(); ++k)
+            distance += std::pow(value[k] - points[i][k], 2);
+        squares += distance;
+        if (distance <= largest) continue;
+        largest = distance;
+        largestAt = t[i];
+    }
+    return {std::sqrt(squares / static_cast<double>(points.size())), std::sqrt(largest), largestAt};
+}
+
+std::vector<Numbers> dataSet(const char* name)
+{
+    std::ifstream file(std::string(KNOTWORK_EXAMPLE_DATA "/") + name);
+    std::vector<Numbers> rows;
+    for (std::string line; std::getline(file, line);) {
+        double x = 0.0;
+        double y = 0.0;
+        if (std::sscanf(line.c_str(), "%lf,%lf", &x, &y) == 2) rows.push_back({x, y});
+    }
+    return rows;
+}
+
+}  // namespace
+
+TEST(KnotfitCurveTest, DefaultsAreACubicOfEightSpansAndTheReportHolds)
+{
+    const KnotfitRun run;
+    const json fit = fitOf(run, kTitanium);
+    EXPECT_EQ(fit["degree"], 3);
+    EXPECT_EQ(fit["knots"], (Numbers{595, 595, 595, 595, 655, 715, 775, 835, 895, 955, 1015, 1075,
+                                     1075, 1075, 1075}));
+    EXPECT_EQ(fit["control_points"].size(), 11U);
+    const json& report = fit["report"];
+    EXPECT_EQ(report["verdict"], "met");
+    EXPECT_EQ(report["data_points"], 49);
+    EXPECT_EQ(report["unknowns"], 11);
+    EXPECT_EQ(report["columns_used"], 11);
+    EXPECT_EQ(report["constraints"], 0);
+    EXPECT_EQ(report["constraint_residual"], 0.0);
+    EXPECT_EQ(report["tolerance"], 1e-14);
+    EXPECT_GE(report["read_seconds"], 0.0);
+    EXPECT_GE(report["fit_seconds"], 0.0);
+
+    std::vector<Numbers> points;
+    Numbers t;
+    for (const Numbers& row : dataSet("titanium.csv")) {
+        t.push_back(row[0]);
+        points.push_back({row[1]});
+    }
+    const Numbers found = sumAndLargest(fit, points, t);
+    EXPECT_NEAR(report["rms"], found[0], 1e-14);
+    EXPECT_NEAR(report["max_residual"], found[1], 1e-14);
+    EXPECT_EQ(report["max_residual_at"], found[2]);
+
+    const std::string text = run.read("fit.json");
+    for (const json& point : fit["control_points"]) {
+        char digits[40];
+        std::snprintf(digits, sizeof digits, "[%.17g]", point[0].get<double>());
+        EXPECT_THAT(text, HasSubstr(digits));
+    }
+}
+
+TEST(KnotfitCurveTest, ConstraintsRepeatAndComeInLists)
+{
+    const KnotfitRun run;
+    const json fit = fitOf(run, kTitanium +
+                                    " --pass first,last --pass 30 --slope 895=0 "
+                                    "--value 700=0.66 --value 1000=6.05e-1 --slope 600=+0.001");
+    EXPECT_EQ(fit["report"]["constraints"], 7);
+    EXPECT_LE(fit["report"]["constraint_residual"], 1e-13);
+    EXPECT_NEAR(at(fit, 595)[0], 0.644, 1e-13);
+    EXPECT_NEAR(at(fit, 1075)[0], 0.608, 1e-13);
+    EXPECT_NEAR(at(fit, 895)[0], 2.169, 1e-13);
+    EXPECT_NEAR(at(fit, 895, 1)[0], 0.0, 1e-13);
+    EXPECT_NEAR(at(fit, 700)[0], 0.66, 1e-13);
+    EXPECT_NEAR(at(fit, 1000)[0], 0.605, 1e-13);
+    EXPECT_NEAR(at(fit, 600, 1)[0], 0.001, 1e-13);
+}
+
+TEST(KnotfitCurveTest, PlaneCurvesByEverySpread)
+{
+    const KnotfitRun run;
+    const std::vector<Numbers> points = dataSet("rae2822.csv");
+    const json uniform = fitOf(run, kAirfoil + " --parameter uniform -n 17 --pass 0,64,128");
+    Numbers t;
+    for (std::size_t i = 0; i < points.size(); ++i)
+        t.push_back(static_cast<double>(i) / static_cast<double>(points.size() - 1));
+    const Numbers found = sumAndLargest(uniform, points, t);
+    EXPECT_NEAR(uniform["report"]["rms"], found[0], 1e-14);
+    EXPECT_NEAR(uniform["report"]["max_residual"], found[1], 1e-14);
+    for (const std::size_t i : {std::size_t{0}, std::size_t{64}, std::size_t{128}})
+        for (std::size_t k = 0; k < 2; ++k) EXPECT_NEAR(at(uniform, t[i])[k], points[i][k], 1e-13);
+
+    for (const char* mode : {"chord", "centripetal"}) {
+        const json fit = fitOf(run, kAirfoil + " -d 4 -n 17 --pass first,last --slope 0.5=0:-1 " +
+                                        "--parameter " + mode);
+        EXPECT_EQ(fit["degree"], 4);
+        EXPECT_EQ(fit["knots"].front(), 0.0);
+        EXPECT_EQ(fit["knots"].back(), 1.0);
+        EXPECT_NEAR(at(fit, 0.5, 1)[0], 0.0, 1e-12);
+        EXPECT_NEAR(at(fit, 0.5, 1)[1], -1.0, 1e-12);
+        EXPECT_NEAR(at(fit, 1.0)[0], points.back()[0], 1e-13);
+    }
+}
+
+/// Two columns hold a parameter and a coordinate, other tables points for the chord's length.
+TEST(KnotfitCurveTest, TheParameterFollowsTheColumns)
+{
+    const KnotfitRun run;
+    run.write("two.csv", "0,5\n1,6\n10,7\n");
+    run.write("three.csv", "0,0,0\n0,3,0\n4,3,0\n");
+    const std::string line = " -d 1 -n 1";
+    EXPECT_EQ(fitOf(run, "two.csv" + line)["knots"], (Numbers{0, 0, 10, 10}));
+    EXPECT_EQ(fitOf(run, "two.csv --parameter chord" + line)["knots"], (Numbers{0, 0, 1, 1}));
+    EXPECT_EQ(fitOf(run, "two.csv --parameter chord" + line)["control_points"][0].size(), 2U);
+    const json chord = fitOf(run, "three.csv -d 1 --knots 0.42857142857142855 --pass 0,1,2");
+    EXPECT_NEAR(at(chord, 3.0 / 7)[1], 3.0, 1e-12);
+    const json column = fitOf(run, "three.csv --parameter column --knots 2 -d 1 --value 2=1:1");
+    EXPECT_EQ(column["knots"], (Numbers{0, 0, 2, 4, 4}));
+    EXPECT_EQ(column["control_points"][1].size(), 2U);
+    run.write("one.csv", "0\n1\n8\n27\n");
+    EXPECT_EQ(fitOf(run, "one.csv -d 1 -n 1")["control_points"][0].size(), 1U);
+}
+
+TEST(KnotfitCurveTest, TablesOfEveryMannerReadTheSame)
+{
+    const KnotfitRun run;
+    run.write("plain.csv", "0,1\n1,2.5\n2,-3\n3,0\n");
+    const json expected = fitOf(run, "plain.csv -d 2 -n 1")["control_points"];
+    const char* const tables[] = {
+        "\xEF\xBB\xBF# mark\n0,1\n1,2.5\n2,-3\n3,0\n",  // a byte order mark
+        "0,1\r\n1,2.5\r\n2,-3\r\n3,0\r\n",              // CR LF
+        "  0 ,\t1 \n\n 1, +2.5\n #x,y\n2 ,-3.0\n3,0",   // blanks, comments, no last line end
+        "0,1\n1,25e-1\n2,-3.\n3,-0",
+    };
+    for (const char* table : tables) {
+        run.write("other.csv", table);
+        EXPECT_EQ(fitOf(run, "other.csv -d 2 -n 1")["control_points"], expected) << table;
+    }
+    EXPECT_EQ(run.knotfit("curve - -d 2 -n 1 -o in.json <plain.csv").status, 0);
+    EXPECT_EQ(json::parse(run.read("in.json"))["control_points"], expected);
+    const Outcome outcome = run.knotfit("curve plain.csv -d 2 -n 1 -o -");
+    EXPECT_EQ(json::parse(outcome.out)["control_points"], expected);  // and nothing beside it
+}
+
+TEST(KnotfitCurveTest, PicturesAreWellFormedWhateverTheFileIsCalled)
+{
+    const KnotfitRun run;
+    run.write("a & b\x01\xFF<.csv", "0,1\n1,2\n2,4\n3,3\n");
+    const Outcome outcome =
+        run.knotfit("curve *.csv -n 1 -d 2 --pass first --slope 3=0 --svg fit.svg -o fit.json");
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(knotwork_test::xmlFault(run.read("fit.svg")), "");
+    EXPECT_THAT(run.read("fit.svg"), HasSubstr("a &amp; b"));
+    const Outcome direct = run.knotfit("curve *.csv -n 1 -d 2 --svg -");
+    EXPECT_EQ(knotwork_test::xmlFault(direct.out), "");
+}
+
+TEST(KnotfitCurveTest, SpeaksWhenAskedTo)
+{
+    const KnotfitRun run;
+    const Outcome plain = run.knotfit("curve " + kTitanium + " --pass first");
+    EXPECT_THAT(plain.err, IsEmpty());
+    for (const char* words : {"data points          49", "unknowns             11 (11 used)",
+                              "constraints          1", "verdict              met"})
+        EXPECT_THAT(plain.out, HasSubstr(words));
+    const Outcome verbose = run.knotfit("curve " + kTitanium + " -v --cutoff --tolerance 1e-12");
+    EXPECT_EQ(verbose.status, 0);
+    EXPECT_THAT(verbose.err, HasSubstr("Report: ( Region cutoff value set to"));
+    EXPECT_THAT(verbose.out, HasSubstr("tolerance            1e-12"));
+
+    for (const char* help : {"--help", "-h", "curve --help"}) {
+        const Outcome outcome = run.knotfit(help);
+        EXPECT_EQ(outcome.status, 0);
+        EXPECT_THAT(outcome.out, HasSubstr(help[0] == 'c' ? "--slope" : "curve"));
+    }
+    for (const char* version : {"--version", "curve --version"})
+        EXPECT_EQ(run.knotfit(version).out, KNOTFIT_VERSION "\n");
+}

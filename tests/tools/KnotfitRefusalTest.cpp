@@ -1,0 +1,156 @@
+// SPDX-License-Identifier: MIT
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <ostream>
+#include <string>
+
+#include "tests/support/CaseName.h"
+#include "tests/tools/KnotfitRun.h"
+
+namespace {
+
+using knotwork_test::KnotfitRun;
+using knotwork_test::Outcome;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+constexpr int kRefused = 1;
+constexpr int kBadUsage = 2;
+
+/// One sentence on standard error and nothing else, anywhere.
+void expectSentence(const Outcome& outcome, int status, const std::string& sentence)
+{
+    EXPECT_EQ(outcome.status, status) << outcome.err;
+    EXPECT_THAT(outcome.err, StartsWith("knotfit: "));
+    EXPECT_THAT(outcome.err, HasSubstr(sentence));
+    EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << outcome.err;
+    EXPECT_THAT(outcome.out, IsEmpty());
+}
+
+const std::string kGood = "0,0\n1,2\n2,1\n3,0\n4,-1\n5,1\n6,3\n";
+
+struct RefusalCase {
+    const char* name;
+    std::string data;
+    const char* arguments;
+    int status;
+    const char* sentence;
+    friend void PrintTo(const RefusalCase& c, std::ostream* os) { *os << c.name; }
+};
+
+class KnotfitRefusalTest : public testing::TestWithParam<RefusalCase> {};
+
+const RefusalCase kInputs[] = {
+    {"Empty", "", "", kBadUsage, "data.csv: holds no points"},
+    {"OnlyComments", "# a\n\n  # b\n \t\n", "", kBadUsage, "data.csv: holds no points"},
+    {"RaggedMore", "1,2\n# c\n3,4,5\n", "", kBadUsage,
+     "data.csv:3:5: more numbers than the 2 of line 1"},
+    {"RaggedFewer", "#\n1,2,3\n4,5\n", "", kBadUsage,
+     "data.csv:3:4: fewer numbers than the 3 of line 2"},
+    {"NotANumber", "1,2\n3,nan\n", "", kBadUsage, "data.csv:2:3: 'nan' is no finite number"},
+    {"Infinite", "1,2\n-inf,4\n", "", kBadUsage, "data.csv:2:1: '-inf' is no finite number"},
+    {"BeyondDoubles", "1,2\n3,1e999\n", "", kBadUsage, "data.csv:2:3: '1e999'"},
+    {"Words", "x,y\n1,2\n", "", kBadUsage, "data.csv:1:1: 'x' is no finite number"},
+    {"Hexadecimal", "1,0x10\n", "", kBadUsage, "data.csv:1:3: '0x10'"},
+    {"TwoSigns", "1,+-2\n", "", kBadUsage, "data.csv:1:3: '+-2'"},
+    {"Blanks", "1 2\n", "", kBadUsage, "data.csv:1:1: '1 2'"},
+    {"Garbage", "1,2\n\xFF\xFE\x01,3\n", "", kBadUsage, "data.csv:2:1: '\?\?\?'"},
+    {"ZeroBytes", std::string("1,2\n3,\0\0\n", 9), "", kBadUsage, "data.csv:2:3: '\?\?'"},
+    {"EndlessCell", "1,2\n3," + std::string(100000, 'z') + "\n", "", kBadUsage, "zzz...'"},
+    {"MissingNumber", "1,,2\n", "", kBadUsage, "data.csv:1:3: a number is missing"},
+    {"MissingLast", "1,2\n3,\n", "", kBadUsage, "data.csv:2:3: a number is missing"},
+    {"OldLineEnds", "1,2\r3,4\r", "", kBadUsage, "data.csv:1:3: '2?3'"},
+    {"OnePoint", "1,2\n", "", kBadUsage, "one point alone is no curve"},
+    {"EqualParameters", "3,1\n3,2\n3,5\n", "", kBadUsage, "all parameters are equal"},
+    {"CoincidingPoints", "1,1,1\n1,1,1\n", "", kBadUsage, "all parameters are equal"},
+    {"RangeTooWide", "-1.7e308,1\n1.7e308,2\n", "", kBadUsage, "the parameter range is too wide"},
+};
+
+const RefusalCase kRequests[] = {
+    {"DegreeZero", kGood, "-d 0", kBadUsage, "--degree: must be 1 to 30"},
+    {"DegreeNegative", kGood, "-d -1", kBadUsage, "--degree: must be 1 to 30"},
+    {"DegreeHuge", kGood, "-d 2147483647", kBadUsage, "--degree: must be 1 to 30"},
+    {"DegreeBeyondIntegers", kGood, "-d 99999999999", kBadUsage, "--degree"},
+    {"DegreeNoNumber", kGood, "-d cubic", kBadUsage, "--degree"},
+    {"SpansZero", kGood, "-n 0", kBadUsage, "--spans: must be 1 or more"},
+    {"SpansNegative", kGood, "-n -1", kBadUsage, "--spans: must be 1 or more"},
+    {"SpansHuge", kGood, "-n 2147483647", kRefused,
+     "2147483650 unknowns are more than 7 data points can fix"},
+    {"SpansBeyondTheData", kGood, "-n 5", kRefused, "8 unknowns are more than 7"},
+    {"SpansAndKnots", kGood, "-n 2 --knots 3", kBadUsage, "--knots"},
+    {"KnotsOutOfOrder", kGood, "--knots 3,2", kBadUsage, "the knots are out of order"},
+    {"KnotsOutside", kGood, "--knots 3,6", kBadUsage, "6 does not lie between 0 and 6"},
+    {"KnotsRepeatTooOften", kGood, "-d 2 --knots 3,3,3", kBadUsage, "more than 2 times"},
+    {"KnotsNoNumber", kGood, "--knots 1,x", kBadUsage, "'x' is no finite number"},
+    {"ParameterUnknown", kGood, "--parameter arc", kBadUsage, "--parameter"},
+    {"ParameterColumnAlone", "1\n2\n3\n", "--parameter column", kBadUsage, "second column"},
+    {"PassOutside", kGood, "-n 1 --pass 7", kBadUsage,
+     "there is no data point 7; the last one is 6"},
+    {"PassNegative", kGood, "-n 1 --pass -1", kBadUsage, "there is no data point -1"},
+    {"PassFraction", kGood, "-n 1 --pass 1.5", kBadUsage, "'1.5' is neither a number"},
+    {"PassWord", kGood, "-n 1 --pass first,middle", kBadUsage, "'middle' is neither"},
+    {"PassTwice", kGood, "-n 1 --pass first,0", kRefused, "the constraints depend on each other"},
+    {"ValueOutside", kGood, "-n 1 --value 6.5=1", kBadUsage, "lies outside 0 to 6"},
+    {"ValueBelow", kGood, "-n 1 --value -1=2", kBadUsage, "lies outside 0 to 6"},
+    {"ValueUnfinished", kGood, "-n 1 --value 3", kBadUsage, "must read T=X[:Y...]"},
+    {"ValueNoNumber", kGood, "-n 1 --value 3=x", kBadUsage, "'x' is no finite number"},
+    {"ValueAtNaN", kGood, "-n 1 --value nan=1", kBadUsage, "the parameter is no finite number"},
+    {"ValueDimension", kGood, "-n 1 --value 3=1:2", kBadUsage, "the points have 1 coordinates"},
+    {"SlopeInfinite", kGood, "-n 1 --slope 3=inf", kBadUsage, "'inf' is no finite number"},
+    {"SlopesDepend", kGood, "-n 1 -d 1 --slope 2=1 --slope 4=2", kRefused,
+     "the constraints depend on each other"},
+    {"ToleranceNegative", kGood, "-n 1 --tolerance -1e-9", kBadUsage, "--tolerance"},
+    {"SpansWithoutData", "0,1\n1,2\n2,1\n3,3\n4,4\n5,4\n6,5\n7,1\n8,3\n9,3\n10,2\n20,1\n", "-n 8",
+     kRefused, "spans 5 to 6 hold no data"},
+    {"UnknownOption", kGood, "--colour red", kBadUsage, "--colour"},
+};
+
+}  // namespace
+
+/// Both outputs are asked for, and one of them is there already: nothing of it may change.
+TEST_P(KnotfitRefusalTest, SaysWhyAndLeavesEveryFileAlone)
+{
+    const KnotfitRun run;
+    run.write("data.csv", GetParam().data);
+    run.write("fit.json", "an earlier fit");
+    const Outcome outcome = run.knotfit("curve data.csv -o fit.json --svg fit.svg " +
+                                        std::string(GetParam().arguments));
+    expectSentence(outcome, GetParam().status, GetParam().sentence);
+    EXPECT_EQ(run.files(), (std::set<std::string>{"data.csv", "fit.json"}));
+    EXPECT_EQ(run.read("fit.json"), "an earlier fit");
+}
+
+INSTANTIATE_TEST_SUITE_P(Inputs, KnotfitRefusalTest, testing::ValuesIn(kInputs),
+                         knotwork_test::caseName<RefusalCase>);
+INSTANTIATE_TEST_SUITE_P(Requests, KnotfitRefusalTest, testing::ValuesIn(kRequests),
+                         knotwork_test::caseName<RefusalCase>);
+
+TEST(KnotfitUsageTest, WrongCallsSayWhatIsMissing)
+{
+    const KnotfitRun run;
+    expectSentence(run.knotfit(""), kBadUsage, "subcommand");
+    expectSentence(run.knotfit("curve"), kBadUsage, "POINTS.csv");
+    expectSentence(run.knotfit("surface x"), kBadUsage, "");
+    expectSentence(run.knotfit("curve ."), kBadUsage, ".: cannot be read");
+    expectSentence(run.knotfit("curve nowhere.csv"), kBadUsage, "nowhere.csv: cannot be opened");
+    expectSentence(run.knotfit("curve -"), kBadUsage, "standard input: holds no points");
+    expectSentence(run.knotfit("curve - <<END\n1,2\n2,q\nEND"), kBadUsage, "standard input:2:3: ");
+}
+
+TEST(KnotfitUsageTest, WhatCannotBeWrittenLeavesNothingBehind)
+{
+    const KnotfitRun run;
+    run.write("data.csv", kGood);
+    const std::set<std::string> before = run.files();
+    for (const char* outputs :
+         {"-o missing/fit.json", "-o .", "--svg fit.svg -o missing/fit.json", "-o fit.json --svg .",
+          "-o fit.json >/dev/full", "-o fit.json >&-", "-o /dev/full"}) {
+        SCOPED_TRACE(outputs);
+        expectSentence(run.knotfit(std::string("curve data.csv -n 2 ") + outputs), kBadUsage, "");
+        EXPECT_EQ(run.files(), before);
+        EXPECT_EQ(run.read("data.csv"), kGood);
+    }
+}
