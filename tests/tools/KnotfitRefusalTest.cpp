@@ -85,6 +85,7 @@ const RefusalCase kRequests[] = {
     {"KnotsOutside", kGood, "--knots 3,6", kBadUsage, "6 does not lie between 0 and 6"},
     {"KnotsRepeatTooOften", kGood, "-d 2 --knots 3,3,3", kBadUsage, "more than 2 times"},
     {"KnotsNoNumber", kGood, "--knots 1,x", kBadUsage, "'x' is no finite number"},
+    {"KnotsEmpty", kGood, "--knots ''", kBadUsage, "--knots"},
     {"ParameterUnknown", kGood, "--parameter arc", kBadUsage, "--parameter"},
     {"ParameterColumnAlone", "1\n2\n3\n", "--parameter column", kBadUsage, "second column"},
     {"PassOutside", kGood, "-n 1 --pass 7", kBadUsage,
@@ -100,8 +101,10 @@ const RefusalCase kRequests[] = {
     {"ValueAtNaN", kGood, "-n 1 --value nan=1", kBadUsage, "the parameter is no finite number"},
     {"ValueDimension", kGood, "-n 1 --value 3=1:2", kBadUsage, "the points have 1 coordinates"},
     {"SlopeInfinite", kGood, "-n 1 --slope 3=inf", kBadUsage, "'inf' is no finite number"},
+    {"SlopeTooLarge", kGood, "-n 1 --slope 3=1.7e308", kBadUsage, "leaves the range of numbers"},
     {"SlopesDepend", kGood, "-n 1 -d 1 --slope 2=1 --slope 4=2", kRefused,
      "the constraints depend on each other"},
+    {"ToleranceNaN", kGood, "-n 1 --tolerance nan", kBadUsage, "--tolerance"},
     {"ToleranceNegative", kGood, "-n 1 --tolerance -1e-9", kBadUsage, "--tolerance"},
     {"SpansWithoutData", "0,1\n1,2\n2,1\n3,3\n4,4\n5,4\n6,5\n7,1\n8,3\n9,3\n10,2\n20,1\n", "-n 8",
      kRefused, "spans 5 to 6 hold no data"},
@@ -147,7 +150,7 @@ TEST(KnotfitUsageTest, WhatCannotBeWrittenLeavesNothingBehind)
     const std::set<std::string> before = run.files();
     for (const char* outputs :
          {"-o missing/fit.json", "-o .", "--svg fit.svg -o missing/fit.json", "-o fit.json --svg .",
-          "-o fit.json >/dev/full", "-o fit.json >&-", "-o /dev/full"}) {
+          "-o ''", "--svg ''", "-o fit.json >/dev/full", "-o fit.json >&-", "-o /dev/full"}) {
         SCOPED_TRACE(outputs);
         expectSentence(run.knotfit(std::string("curve data.csv -n 2 ") + outputs), kBadUsage, "");
         EXPECT_EQ(run.files(), before);

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <ctime>
 #include <memory>
+#include <optional>
 #include <sstream>
 
 #include "knotwork/fit/CurvePicture.h"
@@ -87,6 +88,18 @@ std::string titleOf(const CurveOptions& options)
            std::to_string(options.degree);
 }
 
+/// Checks of option texts: what is wrong with one, or nothing.
+std::string notEmpty(const std::string& text)
+{
+    return text.empty() ? "must not be empty" : "";
+}
+
+std::string asTolerance(const std::string& text)
+{
+    const std::optional<double> number = parseNumber(text);
+    return number && *number >= 0.0 && *number <= 1.0 ? "" : "must be a number from 0 to 1";
+}
+
 void runCurve(const CurveOptions& options)
 {
     const Stopwatch reading;
@@ -103,7 +116,10 @@ void runCurve(const CurveOptions& options)
     const FittedCurve curve = knotwork::fitCurve(request.points, request.parameters, request.basis,
                                                  request.constraints, fitOptions);
     const Times times = {readSeconds, fitting.seconds()};
-    if (!curve.met()) throw Failure(kRefused, curve.report.reason);
+    if (!curve.met()) {
+        const bool bad = curve.report.verdict == knotwork::FitVerdict::kBadInput;
+        throw Failure(bad ? kBadUsage : kRefused, curve.report.reason);
+    }
 
     OutputFiles files;
     if (!options.output.empty()) files.add(options.output, jsonOf(curve, times));
@@ -134,6 +150,7 @@ void addCurveCommand(CLI::App& app)
         curve->add_option("-n,--spans", options->spans, "Equal spans over the parameter range")
             ->capture_default_str();
     curve->add_option("--knots", options->knots, "Interior knots T1,T2,... instead of --spans")
+        ->check(notEmpty)
         ->excludes(spans);
     curve
         ->add_option(
@@ -153,11 +170,13 @@ void addCurveCommand(CLI::App& app)
     curve
         ->add_option("--tolerance", options->tolerance, "What counts as zero on the scaled problem")
         ->capture_default_str()
-        ->check(CLI::Range(0.0, 1.0));
-    curve->add_option("-o,--output", options->output,
-                      "Write the fit as JSON; - for standard output");
-    curve->add_option("--svg", options->svg,
-                      "Draw data, curve, control polygon, knots, constraints");
+        ->check(asTolerance);
+    curve
+        ->add_option("-o,--output", options->output, "Write the fit as JSON; - for standard output")
+        ->check(notEmpty);
+    curve
+        ->add_option("--svg", options->svg, "Draw data, curve, control polygon, knots, constraints")
+        ->check(notEmpty);
     curve->add_flag("-v,--verbose", options->verbose, "Let the solver report on standard error");
     curve->set_version_flag("--version", KNOTFIT_VERSION);
     curve->callback([options] { runCurve(*options); });
