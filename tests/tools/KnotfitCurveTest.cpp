@@ -184,9 +184,9 @@ TEST(KnotfitCurveTest, TablesOfEveryMannerReadTheSame)
     run.write("plain.csv", "0,1\n1,2.5\n2,-3\n3,0\n");
     const json expected = fitOf(run, "plain.csv -d 2 -n 1")["control_points"];
     const char* const tables[] = {
-        "\xEF\xBB\xBF# mark\n0,1\n1,2.5\n2,-3\n3,0\n",  // a byte order mark
-        "0,1\r\n1,2.5\r\n2,-3\r\n3,0\r\n",              // CR LF
-        "  0 ,\t1 \n\n 1, +2.5\n #x,y\n2 ,-3.0\n3,0",   // blanks, comments, no last line end
+        "\xEF\xBB\xBF# mark\n0,1\n1,2.5\n2,-3\n3,0\n",      // a byte order mark
+        "0,1\r\n1,2.5\r\n2,-3\r\n3,0\r\n",                  // CR LF
+        "  0 ,\t1 \n\n 1, +2.5\n #x,y\n2 ,-3.0\n3,0",  // blanks, comments, no last line end
         "0,1\n1,25e-1\n2,-3.\n3,-0",
     };
     for (const char* table : tables) {
@@ -210,6 +210,18 @@ TEST(KnotfitCurveTest, PicturesAreWellFormedWhateverTheFileIsCalled)
     EXPECT_THAT(run.read("fit.svg"), HasSubstr("a &amp; b"));
     const Outcome direct = run.knotfit("curve *.csv -n 1 -d 2 --svg -");
     EXPECT_EQ(knotwork_test::xmlFault(direct.out), "");
+}
+
+TEST(KnotfitCurveTest, OutputsGoThroughLinksAndKeepTheirMode)
+{
+    const KnotfitRun run;
+    run.write("data.csv", "0,1\n1,2\n2,4\n3,3\n");
+    run.write("target.json", "old");
+    EXPECT_EQ(run.shell("chmod 640 target.json; ln -s target.json link.json").status, 0);
+    EXPECT_EQ(run.knotfit("curve data.csv -n 1 -o link.json").status, 0);
+    EXPECT_EQ(json::parse(run.read("target.json"))["degree"], 3);
+    EXPECT_EQ(run.shell("test -L link.json && stat -c %a target.json").out, "640\n");
+    EXPECT_EQ(run.files(), (std::set<std::string>{"data.csv", "link.json", "target.json"}));
 }
 
 TEST(KnotfitCurveTest, SpeaksWhenAskedTo)

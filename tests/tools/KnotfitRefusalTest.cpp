@@ -150,10 +150,33 @@ TEST(KnotfitUsageTest, WhatCannotBeWrittenLeavesNothingBehind)
     const std::set<std::string> before = run.files();
     for (const char* outputs :
          {"-o missing/fit.json", "-o .", "--svg fit.svg -o missing/fit.json", "-o fit.json --svg .",
-          "-o ''", "--svg ''", "-o fit.json >/dev/full", "-o fit.json >&-", "-o /dev/full"}) {
+          "-o ''", "--svg ''", "-o fit.json --svg fit.json", "-o fit.json --svg ./fit.json",
+          "-o - --svg -", "-o data.csv", "--svg ./data.csv", "-o fit.json >/dev/full",
+          "-o fit.json >&-", "-o /dev/full"}) {
         SCOPED_TRACE(outputs);
         expectSentence(run.knotfit(std::string("curve data.csv -n 2 ") + outputs), kBadUsage, "");
         EXPECT_EQ(run.files(), before);
         EXPECT_EQ(run.read("data.csv"), kGood);
     }
+}
+
+TEST(KnotfitUsageTest, AReaderThatLeavesIsAnErrorNotASignal)
+{
+    const KnotfitRun run;
+    run.write("data.csv", kGood);
+    run.shell("{ sleep 0.2; '" KNOTFIT_PROGRAM
+              "' curve data.csv -n 2 -o fit.json 2>message; echo $? >status; } | true; sleep 0.4");
+    EXPECT_EQ(run.read("status"), "2\n");
+    EXPECT_EQ(run.read("message"), "knotfit: standard output: cannot be written\n");
+    EXPECT_EQ(run.files(), (std::set<std::string>{"data.csv", "message", "status"}));
+}
+
+TEST(KnotfitUsageTest, FilesOfOtherNamesAreNotTouched)
+{
+    const KnotfitRun run;
+    run.write("data.csv", kGood);
+    run.write("fit.json.partial", "mine");
+    EXPECT_EQ(run.knotfit("curve data.csv -n 2 -o fit.json").status, 0);
+    EXPECT_EQ(run.read("fit.json.partial"), "mine");
+    EXPECT_EQ(run.files(), (std::set<std::string>{"data.csv", "fit.json", "fit.json.partial"}));
 }

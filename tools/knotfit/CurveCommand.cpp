@@ -121,7 +121,7 @@ void runCurve(const CurveOptions& options)
         throw Failure(bad ? kBadUsage : kRefused, curve.report.reason);
     }
 
-    OutputFiles files;
+    OutputFiles files(options.input);
     if (!options.output.empty()) files.add(options.output, jsonOf(curve, times));
     if (!options.svg.empty()) {
         std::ostringstream picture;

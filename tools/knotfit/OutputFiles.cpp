@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tools/knotfit/OutputFiles.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <filesystem>
 #include <system_error>
@@ -25,9 +26,8 @@ bool writeAll(std::FILE* file, const std::string& content)
     return std::fflush(file) == 0 && complete;
 }
 
-bool writeFile(const fs::path& path, const std::string& content)
+bool writeAndClose(std::FILE* file, const std::string& content)
 {
-    std::FILE* file = std::fopen(path.c_str(), "wb");
     if (file == nullptr) return false;
     const bool complete = writeAll(file, content);
     return std::fclose(file) == 0 && complete;
@@ -37,18 +37,32 @@ bool writeFile(const fs::path& path, const std::string& content)
 fs::path placeOf(const std::string& path)
 {
     std::error_code ignored;
-    const fs::path target = fs::weakly_canonical(path, ignored);
+    const fs::path target = fs::weakly_canonical(fs::absolute(path, ignored), ignored);
     return target.empty() ? fs::path(path) : target;
+}
+
+/// A file that was not there before, beside a place; the name it got goes to `beside`.
+std::FILE* createBeside(const fs::path& place, fs::path& beside)
+{
+    for (int i = 0; i < 100; ++i) {
+        fs::path name(place);
+        name += ".partial" + (i > 0 ? std::to_string(i) : "");
+        if (std::FILE* file = std::fopen(name.c_str(), "wbx")) {
+            beside = name;
+            return file;
+        }
+        if (errno != EEXIST) break;
+    }
+    return nullptr;
 }
 
 /// A file that waits beside its place, and goes unless it is moved there.
 class Waiting {
   public:
     Waiting(const std::string& path, const std::string& content)
-        : path_(path), place_(placeOf(path)), beside_(place_)
+        : path_(path), place_(placeOf(path))
     {
-        beside_ += ".partial";
-        if (writeFile(beside_, content)) return;
+        if (writeAndClose(createBeside(place_, beside_), content)) return;
         remove();
         refuse(path_);
     }
@@ -64,6 +78,8 @@ class Waiting {
     void move()
     {
         std::error_code fault;
+        const fs::file_status earlier = fs::status(place_, fault);
+        if (fs::exists(earlier)) fs::permissions(beside_, earlier.permissions(), fault);
         fs::rename(beside_, place_, fault);
         if (fault) refuse(path_);
         beside_.clear();
@@ -87,10 +103,20 @@ bool writtenInPlace(const std::string& path)
     return fs::exists(path, ignored) && !fs::is_regular_file(path, ignored);
 }
 
+/// Whether two paths, neither of them "-" for a stream, lead to one file that would be replaced.
+bool samePlace(const std::string& a, const std::string& b)
+{
+    return a != "-" && b != "-" && !writtenInPlace(a) && placeOf(a) == placeOf(b);
+}
+
 }  // namespace
 
 void OutputFiles::add(const std::string& path, std::string content)
 {
+    if (samePlace(path, input_)) throw Failure(kBadUsage, path + ": is the input");
+    for (const File& file : files_)
+        if (samePlace(path, file.path) || (path == "-" && file.path == "-"))
+            throw Failure(kBadUsage, path + ": cannot take two outputs");
     files_.push_back({path, std::move(content)});
 }
 
@@ -102,7 +128,8 @@ void OutputFiles::write() const
             waiting.emplace_back(file.path, file.content);
     for (const File& file : files_) {
         if (file.path == "-" && !writeAll(stdout, file.content)) refuse("standard output");
-        if (file.path != "-" && writtenInPlace(file.path) && !writeFile(file.path, file.content))
+        if (file.path != "-" && writtenInPlace(file.path) &&
+            !writeAndClose(std::fopen(file.path.c_str(), "wb"), file.content))
             refuse(file.path);
     }
     for (Waiting& file : waiting) file.move();

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace knotfit {
@@ -10,6 +11,8 @@ namespace knotfit {
 /// is complete, moved there. "-" is standard output; what is no regular file is written in place.
 class OutputFiles {
   public:
+    explicit OutputFiles(std::string input) : input_(std::move(input)) {}
+    /// Throws a Failure for a file that is the input or was added before.
     void add(const std::string& path, std::string content);
     void write() const;  ///< throws a Failure; nothing is left behind then
 
@@ -18,6 +21,7 @@ class OutputFiles {
         std::string path;
         std::string content;
     };
+    std::string input_;
     std::vector<File> files_;
 };
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <CLI/CLI.hpp>
+#include <csignal>
 #include <cstdio>
+#include <exception>
 #include <new>
 
 #include "tools/knotfit/CurveCommand.h"
@@ -18,6 +20,7 @@ int complain(const char* sentence, int status)
 
 int main(int argc, char** argv)
 {
+    std::signal(SIGPIPE, SIG_IGN);  // a reader that leaves is a write that fails
     CLI::App app("Constrained B-spline fits", "knotfit");
     app.set_version_flag("--version", KNOTFIT_VERSION);
     app.require_subcommand(1);
@@ -33,5 +36,7 @@ int main(int argc, char** argv)
         return complain(e.what(), e.status());
     } catch (const std::bad_alloc&) {
         return complain("there is not enough memory", knotfit::kRefused);
+    } catch (const std::exception& e) {
+        return complain(e.what(), knotfit::kBadUsage);
     }
 }
