@@ -186,7 +186,7 @@ TEST(KnotfitCurveTest, TablesOfEveryMannerReadTheSame)
     const char* const tables[] = {
         "\xEF\xBB\xBF# mark\n0,1\n1,2.5\n2,-3\n3,0\n",      // a byte order mark
         "0,1\r\n1,2.5\r\n2,-3\r\n3,0\r\n",                  // CR LF
-        "  0 ,\t1 \n\n 1, +2.5\n #x,y\n2 ,-3.0\n3,0",  // blanks, comments, no last line end
+        "  0 ,\t1 \n\n 1, +2.5\n #x,y\n2 ,-3.0\n3,1e-400",  // blanks, comments, no last line end
         "0,1\n1,25e-1\n2,-3.\n3,-0",
     };
     for (const char* table : tables) {

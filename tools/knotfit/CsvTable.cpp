@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <limits>
 #include <memory>
 
@@ -129,8 +130,10 @@ std::optional<double> parseNumber(std::string_view text)
     double number = 0.0;
     const char* end = text.data() + text.size();
     const std::from_chars_result result = std::from_chars(text.data(), end, number);
-    if (result.ec != std::errc() || result.ptr != end || !std::isfinite(number))
-        return std::nullopt;
+    if (result.ec == std::errc::invalid_argument || result.ptr != end) return std::nullopt;
+    // Out of range says neither too large nor too small: the latter is 0, or what is next to it.
+    if (result.ec != std::errc()) number = std::strtod(std::string(text).c_str(), nullptr);
+    if (!std::isfinite(number)) return std::nullopt;
     return number;
 }
 
