@@ -8,6 +8,8 @@ namespace knotwork {
 
 namespace {
 
+constexpr double kSameValue = 1e-10;  // largest difference of two lines' values where they cross
+
 /// The sample that lies at a parameter, or -1.
 int sampleAt(const DoubleVec& parameters, double t)
 {
@@ -106,9 +108,12 @@ void ScaledSurface::fillCrossing(const SurfaceData& data, const LineConstraint& 
         return;
     }
     for (int k = 0; k < d; ++k) {
-        const double value = sampleV >= 0   ? valueOn(lineU, sampleV, d, k)
-                             : sampleU >= 0 ? valueOn(lineV, sampleU, d, k)
-                                            : 0.0;  // two derivatives: the mixed one is 0
+        const double ofU = sampleV >= 0 ? valueOn(lineU, sampleV, d, k) : 0.0;
+        const double ofV = sampleU >= 0 ? valueOn(lineV, sampleU, d, k) : 0.0;
+        const double value = sampleV >= 0 ? ofU : ofV;  // of two derivatives the mixed one is 0
+        if (sampleU >= 0 && sampleV >= 0 &&
+            std::fabs(ofU - ofV) > kSameValue * std::max(std::fabs(ofU), std::fabs(ofV)))
+            fault_ = "lines of constraints contradict each other where they cross";
         rhs_.point(row, column)(k) = std::ldexp(value, exponent);
     }
 }

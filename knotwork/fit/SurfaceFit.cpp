@@ -221,12 +221,9 @@ void fitFreely(const SurfaceData& data, const SurfaceFitOptions& options, Fitted
     const int code = solve(problem.rhs(), &x);
     const double moved = code == kSolved ? polish(problem, x, solve) : 1.0;
     const LineDeviations deviations = problem.lineDeviations(x, solvers);
-    if (!(moved <= kBelievable))
+    if (!(moved <= kBelievable) || !(deviations.scaled <= kConstraintMet))
         return refuse(fitted, FitVerdict::kInaccurate,
                       "the system is too close to dependent for a trustworthy answer");
-    if (!(deviations.scaled <= kConstraintMet))
-        return refuse(fitted, FitVerdict::kDependentConstraints,
-                      "lines of constraints contradict each other where they cross");
     fitted.report.constraintResidual = deviations.inUnits;
     finish(data, problem, x, fitted);
 }
