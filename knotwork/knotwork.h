@@ -47,4 +47,6 @@
 #include "knotwork/fit/KernelBuild.h"
 #include "knotwork/fit/Parameters.h"
 #include "knotwork/fit/SurfaceFit.h"
+#include "knotwork/fit/SurfaceMesh.h"
+#include "knotwork/fit/SurfacePicture.h"
 // clang-format on

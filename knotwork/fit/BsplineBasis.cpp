@@ -92,4 +92,11 @@ double BsplineBasis::greville(int i) const
     return mean;
 }
 
+std::vector<double> BsplineBasis::breakpoints() const
+{
+    std::vector<double> values(knots_.begin() + degree_, knots_.begin() + count() + 1);
+    values.erase(std::unique(values.begin(), values.end()), values.end());
+    return values;
+}
+
 }  // namespace knotwork

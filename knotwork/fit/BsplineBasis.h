@@ -36,6 +36,8 @@ class KNOTWORK_EXPORT BsplineBasis {
     double first() const { return knots_[static_cast<std::size_t>(degree_)]; }
     double last() const { return knots_[static_cast<std::size_t>(count())]; }
 
+    std::vector<double> breakpoints() const;  ///< each knot of the range once, the ends too
+
     /// The s with knots[s] <= t < knots[s + 1], within first() and last().
     int span(double t) const;
 

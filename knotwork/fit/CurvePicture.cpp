@@ -11,6 +11,10 @@ namespace knotwork {
 
 namespace {
 
+constexpr double kWidth = 900.0;
+constexpr double kHeight = 600.0;
+constexpr PlotFrame kFrame{80.0, 56.0, kWidth - 20.0, kHeight - 84.0};
+
 constexpr int kPiecesPerSpan = 24;
 constexpr std::size_t kMostDots = 5000;  // more data points than these are thinned in the picture
 
@@ -56,17 +60,6 @@ class CurveView {
     const FittedCurve& curve_;
     bool graph_;
 };
-
-/// Each knot once, from the first of the range to the last.
-std::vector<double> breakpoints(const BsplineBasis& basis)
-{
-    std::vector<double> values;
-    for (int i = basis.degree(); i <= basis.count(); ++i) {
-        const double knot = basis.knots()[static_cast<std::size_t>(i)];
-        if (values.empty() || knot != values.back()) values.push_back(knot);
-    }
-    return values;
-}
 
 std::vector<PlotPoint> tracedCurve(const CurveView& view, const std::vector<double>& breaks)
 {
@@ -124,7 +117,7 @@ void writeCurveSvg(std::ostream& os, const FittedCurve& curve, const TtupleVecto
 {
     if (!curve.met()) return;
     const CurveView view(curve);
-    const std::vector<double> breaks = breakpoints(curve.basis);
+    const std::vector<double> breaks = curve.basis.breakpoints();
     const std::vector<PlotPoint> trace = tracedCurve(view, breaks);
     const std::vector<PlotPoint> data = placedData(view, points, parameters);
     std::vector<PlotPoint> polygon;
@@ -135,11 +128,12 @@ void writeCurveSvg(std::ostream& os, const FittedCurve& curve, const TtupleVecto
     for (const PlotPoint& p : data) range.include(p);
     for (const PlotPoint& p : polygon) range.include(p);
     range.widen(0.04);
-    if (!view.graph()) range.keepAspect(SvgPlot::aspect());
+    if (!view.graph()) range.keepAspect(kFrame.aspect());
 
-    SvgPlot plot(os, range);
+    SvgCanvas canvas(os, kWidth, kHeight);
+    canvas.title(kFrame.left, title, figures(curve.report));
+    SvgPlot plot(canvas, kFrame, range);
     plot.axes(view.graph() ? "parameter" : "x", view.graph() ? "value" : "y");
-    plot.title(title, figures(curve.report));
     plot.polyline(polygon, kPolygonStyle);
     for (const PlotPoint& p : polygon) plot.dot(p, 2.5, kControlStyle);
     for (const PlotPoint& p : data) plot.dot(p, 3, kDataStyle);

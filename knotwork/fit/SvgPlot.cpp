@@ -3,67 +3,12 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdint>
-#include <cstdio>
 
 namespace knotwork {
 
 namespace {
 
-constexpr double kLeft = 80.0;
-constexpr double kRight = 20.0;
-constexpr double kTop = 56.0;
-constexpr double kBottom = 84.0;
-
-std::string pixels(double value)
-{
-    char digits[32];
-    std::snprintf(digits, sizeof digits, "%.2f", value);
-    return digits;
-}
-
-/// The bytes of the character at a place: 0 for what is no UTF-8, or no character of XML.
-std::size_t characterLength(const std::string& words, std::size_t at)
-{
-    const auto lead = static_cast<unsigned char>(words[at]);
-    if (lead < 0x80) return lead >= 0x20 || lead == '\t' || lead == '\n' ? 1 : 0;
-    const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
-    if (lead < 0xC0 || lead >= 0xF8 || at + length > words.size()) return 0;
-    std::uint32_t code = lead & (0xFFU >> (length + 1));
-    for (std::size_t i = at + 1; i < at + length; ++i) {
-        const auto trail = static_cast<unsigned char>(words[i]);
-        if ((trail & 0xC0U) != 0x80) return 0;
-        code = code << 6 | (trail & 0x3FU);
-    }
-    constexpr std::uint32_t kLeast[] = {0, 0, 0x80, 0x800, 0x10000};  // by length
-    const bool surrogate = code >= 0xD800 && code < 0xE000;
-    return code < kLeast[length] || code > 0x10FFFF || surrogate || (code & 0xFFFEU) == 0xFFFE
-               ? 0
-               : length;
-}
-
-std::string escaped(const std::string& words)
-{
-    std::string out;
-    for (std::size_t i = 0; i < words.size();) {
-        const std::size_t length = characterLength(words, i);
-        const char c = words[i];
-        if (length == 0)
-            out += '?';
-        else if (c == '&')
-            out += "&amp;";
-        else if (c == '<')
-            out += "&lt;";
-        else if (c == '>')
-            out += "&gt;";
-        else if (c == '"')
-            out += "&quot;";
-        else
-            out.append(words, i, length);
-        i += std::max<std::size_t>(length, 1);
-    }
-    return out;
-}
+constexpr const char* kGridStyle = "stroke=\"#eeeeee\"";
 
 /// Round numbers inside [low, high]: multiples of 1, 2 or 5 times a power of ten.
 std::vector<double> ticks(double low, double high)
@@ -84,11 +29,9 @@ std::vector<double> ticks(double low, double high)
     return values;
 }
 
-std::string number(double value)
+std::string place(PlotPoint p)
 {
-    char digits[32];
-    std::snprintf(digits, sizeof digits, "%.6g", value);
-    return digits;
+    return pixels(p.x) + ' ' + pixels(p.y);
 }
 
 }  // namespace
@@ -126,125 +69,92 @@ void PlotRange::keepAspect(double widthToHeight)
     high.y += moreHeight;
 }
 
-double SvgPlot::aspect()
+SvgPlot::SvgPlot(SvgCanvas& canvas, const PlotFrame& frame, const PlotRange& range)
+    : canvas_(canvas), frame_(frame), range_(range), keyAt_(frame.left)
 {
-    return (kWidth - kLeft - kRight) / (kHeight - kTop - kBottom);
 }
 
-SvgPlot::SvgPlot(std::ostream& os, const PlotRange& range) : os_(os), range_(range), keyAt_(kLeft)
+PlotPoint SvgPlot::onPaper(PlotPoint p) const
 {
-    os_ << "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" << kWidth << "\" height=\""
-        << kHeight << "\" viewBox=\"0 0 " << kWidth << ' ' << kHeight
-        << "\" font-family=\"sans-serif\" fill=\"none\">\n"
-        << "<rect width=\"100%\" height=\"100%\" fill=\"#ffffff\"/>\n";
-}
-
-SvgPlot::~SvgPlot()
-{
-    os_ << "</svg>\n";
-}
-
-double SvgPlot::px(double x) const
-{
-    return kLeft + (x - range_.low.x) / (range_.high.x - range_.low.x) * (kWidth - kLeft - kRight);
-}
-
-double SvgPlot::py(double y) const
-{
-    return kHeight - kBottom -
-           (y - range_.low.y) / (range_.high.y - range_.low.y) * (kHeight - kTop - kBottom);
-}
-
-void SvgPlot::text(double x, double y, const char* anchor, int size, const std::string& words)
-{
-    os_ << "<text x=\"" << pixels(x) << "\" y=\"" << pixels(y) << "\" text-anchor=\"" << anchor
-        << "\" font-size=\"" << size << "\" fill=\"#333333\">" << escaped(words) << "</text>\n";
+    const double x = (p.x - range_.low.x) / (range_.high.x - range_.low.x);
+    const double y = (p.y - range_.low.y) / (range_.high.y - range_.low.y);
+    return {frame_.left + x * frame_.width(), frame_.bottom - y * frame_.height()};
 }
 
 void SvgPlot::axes(const std::string& xName, const std::string& yName)
 {
-    const double bottom = kHeight - kBottom;
-    const double right = kWidth - kRight;
     for (const double x : ticks(range_.low.x, range_.high.x)) {
-        os_ << "<path d=\"M" << pixels(px(x)) << ' ' << pixels(kTop) << 'V' << pixels(bottom)
-            << "\" stroke=\"#eeeeee\"/>\n";
-        text(px(x), bottom + 16, "middle", 12, number(x));
+        const double at = onPaper({x, range_.low.y}).x;
+        canvas_.path('M' + place({at, frame_.top}) + 'V' + pixels(frame_.bottom), kGridStyle);
+        canvas_.text({at, frame_.bottom + 16}, "middle", 12, number(x));
     }
-    for (const double y : ticks(range_.low.y, range_.high.y)) {
-        os_ << "<path d=\"M" << pixels(kLeft) << ' ' << pixels(py(y)) << 'H' << pixels(right)
-            << "\" stroke=\"#eeeeee\"/>\n";
-        text(kLeft - 6, py(y) + 4, "end", 12, number(y));
-    }
-    os_ << "<path d=\"M" << pixels(kLeft) << ' ' << pixels(kTop) << 'V' << pixels(bottom) << 'H'
-        << pixels(right) << "\" stroke=\"#333333\"/>\n";
-    text((kLeft + right) / 2, bottom + 34, "middle", 13, xName);
-    os_ << "<g transform=\"rotate(-90 18 " << pixels((kTop + bottom) / 2) << ")\">";
-    text(18, (kTop + bottom) / 2, "middle", 13, yName);
-    os_ << "</g>\n";
+    uprightNumbers();
+    canvas_.path('M' + place({frame_.left, frame_.top}) + 'V' + pixels(frame_.bottom) + 'H' +
+                     pixels(frame_.right),
+                 "stroke=\"#333333\"");
+    canvas_.text({(frame_.left + frame_.right) / 2, frame_.bottom + 34}, "middle", 13, xName);
+    canvas_.uprightText({frame_.left - 62, (frame_.top + frame_.bottom) / 2}, 13, yName);
 }
 
-void SvgPlot::title(const std::string& words, const std::string& subtitle)
+void SvgPlot::uprightNumbers()
 {
-    text(kLeft, 22, "start", 16, words);
-    text(kLeft, 42, "start", 12, subtitle);
+    for (const double y : ticks(range_.low.y, range_.high.y)) {
+        const double at = onPaper({range_.low.x, y}).y;
+        canvas_.path('M' + place({frame_.left, at}) + 'H' + pixels(frame_.right), kGridStyle);
+        canvas_.text({frame_.left - 6, at + 4}, "end", 12, number(y));
+    }
 }
 
 void SvgPlot::polyline(const std::vector<PlotPoint>& points, const char* style)
 {
     if (points.empty()) return;
-    os_ << "<path d=\"";
-    char command = 'M';
-    for (const PlotPoint& p : points) {
-        os_ << command << pixels(px(p.x)) << ' ' << pixels(py(p.y));
-        command = 'L';
-    }
-    os_ << "\" " << style << "/>\n";
+    std::string steps;
+    for (const PlotPoint& p : points) steps += (steps.empty() ? 'M' : 'L') + place(onPaper(p));
+    canvas_.path(steps, style);
 }
 
 void SvgPlot::dot(PlotPoint p, double radius, const char* style)
 {
-    os_ << "<circle cx=\"" << pixels(px(p.x)) << "\" cy=\"" << pixels(py(p.y)) << "\" r=\""
-        << pixels(radius) << "\" " << style << "/>\n";
+    canvas_.circle(onPaper(p), radius, style);
 }
 
 void SvgPlot::diamond(PlotPoint p, double size, const char* style)
 {
-    os_ << "<path d=\"M" << pixels(px(p.x)) << ' ' << pixels(py(p.y) - size) << 'l' << pixels(size)
-        << ' ' << pixels(size) << 'l' << pixels(-size) << ' ' << pixels(size) << 'l'
-        << pixels(-size) << ' ' << pixels(-size) << "z\" " << style << "/>\n";
+    const PlotPoint at = onPaper(p);
+    canvas_.path('M' + place({at.x, at.y - size}) + 'l' + place({size, size}) + 'l' +
+                     place({-size, size}) + 'l' + place({-size, -size}) + 'z',
+                 style);
 }
 
 void SvgPlot::tangent(PlotPoint p, PlotPoint direction, double length, const char* style)
 {
     // Not from the ends' places: a direction can be small beside the point.
-    const double dx = direction.x / (range_.high.x - range_.low.x) * (kWidth - kLeft - kRight);
-    const double dy = -direction.y / (range_.high.y - range_.low.y) * (kHeight - kTop - kBottom);
+    const double dx = direction.x / (range_.high.x - range_.low.x) * frame_.width();
+    const double dy = -direction.y / (range_.high.y - range_.low.y) * frame_.height();
     const double size = std::hypot(dx, dy);
     if (!(size > 0.0) || !std::isfinite(size)) return;
     const double hx = dx / size * length / 2;
     const double hy = dy / size * length / 2;
-    os_ << "<path d=\"M" << pixels(px(p.x) - hx) << ' ' << pixels(py(p.y) - hy) << 'l'
-        << pixels(2 * hx) << ' ' << pixels(2 * hy) << "\" " << style << "/>\n";
+    const PlotPoint at = onPaper(p);
+    canvas_.path('M' + place({at.x - hx, at.y - hy}) + 'l' + place({2 * hx, 2 * hy}), style);
 }
 
 void SvgPlot::axisMark(double x, const char* style)
 {
-    const double bottom = kHeight - kBottom;
-    os_ << "<path d=\"M" << pixels(px(x)) << ' ' << pixels(bottom) << "v-9\" " << style << "/>\n";
+    const double at = onPaper({x, range_.low.y}).x;
+    canvas_.path('M' + place({at, frame_.bottom}) + "v-9", style);
 }
 
 void SvgPlot::key(const std::string& shape, const char* style, const std::string& words)
 {
-    const double y = kHeight - 18;
+    const double y = frame_.bottom + 66;
     if (shape == "dot")
-        os_ << "<circle cx=\"" << pixels(keyAt_ + 10) << "\" cy=\"" << y << "\" r=\"4\" " << style
-            << "/>\n";
+        canvas_.circle({keyAt_ + 10, y}, 4, style);
     else if (shape == "diamond")
-        os_ << "<path d=\"M" << pixels(keyAt_ + 10) << ' ' << y - 6 << "l6 6l-6 6l-6 -6z\" "
-            << style << "/>\n";
+        canvas_.path('M' + place({keyAt_ + 10, y - 6}) + "l6 6l-6 6l-6 -6z", style);
     else
-        os_ << "<path d=\"M" << pixels(keyAt_) << ' ' << y << "h20\" " << style << "/>\n";
-    text(keyAt_ + 26, y + 4, "start", 12, words);
+        canvas_.path('M' + place({keyAt_, y}) + "h20", style);
+    canvas_.text({keyAt_ + 26, y + 4}, "start", 12, words);
     keyAt_ += 46 + 7.0 * static_cast<double>(words.size());
 }
 

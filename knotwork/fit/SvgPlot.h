@@ -1,16 +1,12 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <ostream>
 #include <string>
 #include <vector>
 
-namespace knotwork {
+#include "knotwork/fit/SvgCanvas.h"
 
-struct PlotPoint {
-    double x;
-    double y;
-};
+namespace knotwork {
 
 /// The rectangle of data that a plot shows.
 struct PlotRange {
@@ -23,20 +19,26 @@ struct PlotRange {
     void keepAspect(double widthToHeight);  ///< grows one side until units are equal on both axes
 };
 
-/// A plot with numbered axes, written to a stream as SVG. Coordinates are the data's own.
+/// The rectangle of paper that a plot fills; names and numbers of the axes stand outside it.
+struct PlotFrame {
+    double left;
+    double top;
+    double right;
+    double bottom;
+
+    double width() const { return right - left; }
+    double height() const { return bottom - top; }
+    double aspect() const { return width() / height(); }
+};
+
+/// A plot with numbered axes in a part of a canvas. Coordinates are the data's own.
 class SvgPlot {
   public:
-    static constexpr double kWidth = 900.0;
-    static constexpr double kHeight = 600.0;
-    static double aspect();  ///< of the area between the axes
+    SvgPlot(SvgCanvas& canvas, const PlotFrame& frame, const PlotRange& range);
 
-    SvgPlot(std::ostream& os, const PlotRange& range);
-    ~SvgPlot();  ///< closes the picture
-    SvgPlot(const SvgPlot&) = delete;
-    SvgPlot& operator=(const SvgPlot&) = delete;
-
+    PlotPoint onPaper(PlotPoint p) const;
     void axes(const std::string& xName, const std::string& yName);
-    void title(const std::string& text, const std::string& subtitle);
+    void uprightNumbers();  ///< of the upright axis alone
     void polyline(const std::vector<PlotPoint>& points, const char* style);
     void dot(PlotPoint p, double radius, const char* style);
     void diamond(PlotPoint p, double size, const char* style);
@@ -47,11 +49,8 @@ class SvgPlot {
     void key(const std::string& shape, const char* style, const std::string& text);
 
   private:
-    double px(double x) const;
-    double py(double y) const;
-    void text(double x, double y, const char* anchor, int size, const std::string& words);
-
-    std::ostream& os_;
+    SvgCanvas& canvas_;
+    PlotFrame frame_;
     PlotRange range_;
     double keyAt_;
 };
