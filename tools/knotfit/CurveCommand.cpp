@@ -3,7 +3,6 @@
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
-#include <ctime>
 #include <memory>
 #include <optional>
 #include <sstream>
@@ -12,6 +11,7 @@
 #include "tools/knotfit/ConsoleReporter.h"
 #include "tools/knotfit/CurveRequest.h"
 #include "tools/knotfit/Failure.h"
+#include "tools/knotfit/FitText.h"
 #include "tools/knotfit/JsonText.h"
 #include "tools/knotfit/OutputFiles.h"
 
@@ -22,20 +22,6 @@ namespace {
 using knotwork::CurveFitReport;
 using knotwork::FittedCurve;
 
-/// Processor seconds since it was made.
-class Stopwatch {
-  public:
-    double seconds() const { return static_cast<double>(std::clock() - start_) / CLOCKS_PER_SEC; }
-
-  private:
-    std::clock_t start_ = std::clock();
-};
-
-struct Times {
-    double read;
-    double fit;
-};
-
 std::string jsonOf(const FittedCurve& curve, const Times& times)
 {
     const CurveFitReport& report = curve.report;
@@ -44,54 +30,9 @@ std::string jsonOf(const FittedCurve& curve, const Times& times)
     json.member("degree", curve.basis.degree());
     json.member("knots", curve.basis.knots());
     json.points("control_points", curve.controlPoints, curve.dimension);
-    json.openObject("report");
-    json.member("verdict", std::string("met"));
-    json.member("rms", report.rms);
-    json.member("max_residual", report.maxResidual);
-    json.member("max_residual_at", report.maxResidualAt);
-    json.member("constraint_residual", report.constraintResidual);
-    json.member("tolerance", report.tolerance);
-    json.member("columns_used", report.columnsUsed);
-    json.member("data_points", report.dataPoints);
-    json.member("unknowns", report.unknowns);
-    json.member("constraints", report.constraints);
-    json.member("read_seconds", times.read);
-    json.member("fit_seconds", times.fit);
-    json.closeObject();
+    addReport(json, report, {report.maxResidualAt}, times);
     json.closeObject();
     return json.text();
-}
-
-std::string summaryOf(const CurveFitReport& report, const Times& times)
-{
-    char text[600];
-    std::snprintf(text, sizeof text,
-                  "data points          %d\n"
-                  "unknowns             %d (%d used)\n"
-                  "constraints          %d\n"
-                  "RMS residual         %.6g\n"
-                  "largest residual     %.6g at %.6g\n"
-                  "constraint residual  %.3g\n"
-                  "tolerance            %.3g\n"
-                  "verdict              met\n"
-                  "processor time       %.4f s reading, %.4f s fitting\n",
-                  report.dataPoints, report.unknowns, report.columnsUsed, report.constraints,
-                  report.rms, report.maxResidual, report.maxResidualAt, report.constraintResidual,
-                  report.tolerance, times.read, times.fit);
-    return text;
-}
-
-std::string titleOf(const CurveOptions& options)
-{
-    const std::string name = options.input == "-" ? "standard input" : options.input;
-    return "Fit of " + name.substr(name.find_last_of('/') + 1) + ", degree " +
-           std::to_string(options.degree);
-}
-
-/// Checks of option texts: what is wrong with one, or nothing.
-std::string notEmpty(const std::string& text)
-{
-    return text.empty() ? "must not be empty" : "";
 }
 
 std::string asTolerance(const std::string& text)
@@ -126,10 +67,12 @@ void runCurve(const CurveOptions& options)
     if (!options.svg.empty()) {
         std::ostringstream picture;
         knotwork::writeCurveSvg(picture, curve, request.points, request.parameters,
-                                request.constraints, titleOf(options));
+                                request.constraints,
+                                titleOf(options.input, "degree " + std::to_string(options.degree)));
         files.add(options.svg, picture.str());
     }
-    if (options.output != "-" && options.svg != "-") files.add("-", summaryOf(curve.report, times));
+    if (options.output != "-" && options.svg != "-")
+        files.add("-", summaryOf(curve.report, {curve.report.maxResidualAt}, times));
     files.write();
 }
 

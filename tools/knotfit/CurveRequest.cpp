@@ -6,37 +6,20 @@
 #include <optional>
 #include <string_view>
 
+#include "tools/knotfit/BasisRequest.h"
 #include "tools/knotfit/Failure.h"
+#include "tools/knotfit/TextNumbers.h"
 
 namespace knotfit {
 
 namespace {
 
-using knotwork::BsplineBasis;
 using knotwork::CurveConstraint;
 using knotwork::Parameterisation;
 
 [[noreturn]] void refuse(const std::string& sentence)
 {
     throw Failure(kBadUsage, sentence);
-}
-
-std::vector<std::string_view> split(std::string_view text, char separator)
-{
-    std::vector<std::string_view> parts;
-    while (true) {
-        const std::size_t at = text.find(separator);
-        parts.push_back(text.substr(0, at));
-        if (at == std::string_view::npos) return parts;
-        text.remove_prefix(at + 1);
-    }
-}
-
-std::string shortest(double value)
-{
-    char digits[40];
-    std::snprintf(digits, sizeof digits, "%.10g", value);
-    return digits;
 }
 
 /// The table's columns: parameters in the first one, or coordinates in all.
@@ -75,56 +58,6 @@ void placePoints(const std::string& asked, const CsvTable& table, CurveRequest& 
     if (t.length() < 2 || !(minValue(t) < maxValue(t)))
         refuse(table.rows < 2 ? "one point alone is no curve" : "all parameters are equal");
     if (!std::isfinite(maxValue(t) - minValue(t))) refuse("the parameter range is too wide");
-}
-
-std::vector<double> interiorKnots(const std::string& text, double first, double last)
-{
-    std::vector<double> knots;
-    for (const std::string_view part : split(text, ',')) {
-        const std::optional<double> knot = parseNumber(part);
-        if (!knot) refuse("--knots: '" + std::string(part) + "' is no finite number");
-        if (!knots.empty() && *knot < knots.back()) refuse("--knots: the knots are out of order");
-        if (!(*knot > first && *knot < last))
-            refuse("--knots: " + shortest(*knot) + " does not lie between " + shortest(first) +
-                   " and " + shortest(last));
-        knots.push_back(*knot);
-    }
-    return knots;
-}
-
-/// A span more than that cannot be fixed by the data; found before its knots fill the memory.
-void checkCount(int spans, const CurveOptions& options, const CsvTable& table)
-{
-    const std::size_t equations =
-        static_cast<std::size_t>(table.rows) + options.values.size() + options.slopes.size();
-    const std::size_t unknowns =
-        static_cast<std::size_t>(spans) + static_cast<std::size_t>(options.degree);
-    if (unknowns > equations)
-        throw Failure(kRefused, std::to_string(unknowns) + " unknowns are more than " +
-                                    std::to_string(table.rows) + " data points can fix");
-}
-
-BsplineBasis basisFor(const CurveOptions& options, const CsvTable& table, const DoubleVec& t)
-{
-    const double first = minValue(t);
-    const double last = maxValue(t);
-    if (options.degree < 1 || options.degree > BsplineBasis::kMostDegree)
-        refuse("--degree: must be 1 to " + std::to_string(BsplineBasis::kMostDegree));
-    if (!options.knots.empty()) {
-        const BsplineBasis basis = BsplineBasis::clamped(options.degree, first, last,
-                                                         interiorKnots(options.knots, first, last));
-        if (!basis.valid())
-            refuse("--knots: a knot stands there more than " + std::to_string(options.degree) +
-                   " times");
-        checkCount(basis.count() - options.degree, options, table);
-        return basis;
-    }
-    if (options.spans < 1) refuse("--spans: must be 1 or more");
-    checkCount(options.spans, options, table);
-    const BsplineBasis basis = BsplineBasis::uniform(options.degree, first, last, options.spans);
-    if (!basis.valid())
-        refuse("--spans: so many spans cannot be told apart in the parameter range");
-    return basis;
 }
 
 void addPasses(const std::vector<std::string>& texts, CurveRequest& request)
@@ -184,7 +117,10 @@ CurveRequest makeCurveRequest(const CurveOptions& options, const CsvTable& table
 {
     CurveRequest request;
     placePoints(options.parameter, table, request);
-    request.basis = basisFor(options, table, request.parameters);
+    const int equations = static_cast<int>(options.values.size() + options.slopes.size());
+    request.basis = basisFor({options.degree, options.spans, options.knots, "--knots",
+                              minValue(request.parameters), maxValue(request.parameters),
+                              table.rows, equations});
     addPasses(options.pass, request);
     addConstraints("--value", options.values, 0, request);
     addConstraints("--slope", options.slopes, 1, request);

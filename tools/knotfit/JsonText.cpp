@@ -100,4 +100,21 @@ void JsonText::points(const char* key, const std::vector<double>& numbers, int d
     text_ += "\n" + std::string(static_cast<std::size_t>(2 * depth_), ' ') + "]";
 }
 
+void JsonText::rows(const char* key, const std::vector<double>& numbers, int dimension, int perRow)
+{
+    begin(key);
+    text_ += "[";
+    const auto d = static_cast<std::size_t>(dimension);
+    const std::size_t rowLength = d * static_cast<std::size_t>(perRow);
+    const std::string indent(static_cast<std::size_t>(2 * depth_), ' ');
+    for (std::size_t i = 0; i < numbers.size(); i += d) {
+        if (i % rowLength == 0)
+            text_ += (i > 0 ? "],\n" : "\n") + indent + "  [";
+        else
+            text_ += ", ";
+        text_ += list(&numbers[i], d);
+    }
+    text_ += "]\n" + indent + "]";
+}
+
 }  // namespace knotfit

@@ -19,6 +19,9 @@ class JsonText {
     /// Points of `dimension` numbers, a list each, a line each.
     void points(const char* key, const std::vector<double>& numbers, int dimension);
 
+    /// Rows of `perRow` points of `dimension` numbers each, a row a line.
+    void rows(const char* key, const std::vector<double>& numbers, int dimension, int perRow);
+
     std::string text() const { return text_ + "\n"; }
 
     static std::string number(double value);

@@ -6,7 +6,9 @@
 #include <new>
 
 #include "tools/knotfit/CurveCommand.h"
+#include "tools/knotfit/EvalCommand.h"
 #include "tools/knotfit/Failure.h"
+#include "tools/knotfit/SurfaceCommand.h"
 
 namespace {
 
@@ -25,6 +27,8 @@ int main(int argc, char** argv)
     app.set_version_flag("--version", KNOTFIT_VERSION);
     app.require_subcommand(1);
     knotfit::addCurveCommand(app);
+    knotfit::addSurfaceCommand(app);
+    knotfit::addEvalCommand(app);
     try {
         app.parse(argc, argv);
         return knotfit::kDone;

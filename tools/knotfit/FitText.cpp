@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: MIT
+#include "tools/knotfit/FitText.h"
+
+#include <cstdio>
+
+#include "tools/knotfit/TextNumbers.h"
+
+namespace knotfit {
+
+void addReport(JsonText& json, const knotwork::FitReport& report, const std::vector<double>& at,
+               const Times& times)
+{
+    json.openObject("report");
+    json.member("verdict", std::string("met"));
+    json.member("rms", report.rms);
+    json.member("max_residual", report.maxResidual);
+    if (at.size() == 1)
+        json.member("max_residual_at", at[0]);
+    else
+        json.member("max_residual_at", at);
+    json.member("constraint_residual", report.constraintResidual);
+    json.member("tolerance", report.tolerance);
+    json.member("columns_used", report.columnsUsed);
+    json.member("data_points", report.dataPoints);
+    json.member("unknowns", report.unknowns);
+    json.member("constraints", report.constraints);
+    json.member("read_seconds", times.read);
+    json.member("fit_seconds", times.fit);
+    json.closeObject();
+}
+
+std::string summaryOf(const knotwork::FitReport& report, const std::vector<double>& at,
+                      const Times& times)
+{
+    std::string where;
+    for (const double t : at) where += (where.empty() ? "" : ", ") + shortest(t);
+    char text[600];
+    std::snprintf(text, sizeof text,
+                  "data points          %d\n"
+                  "unknowns             %d (%d used)\n"
+                  "constraints          %d\n"
+                  "RMS residual         %.6g\n"
+                  "largest residual     %.6g at %s\n"
+                  "constraint residual  %.3g\n"
+                  "tolerance            %.3g\n"
+                  "verdict              met\n"
+                  "processor time       %.4f s reading, %.4f s fitting\n",
+                  report.dataPoints, report.unknowns, report.columnsUsed, report.constraints,
+                  report.rms, report.maxResidual, where.c_str(), report.constraintResidual,
+                  report.tolerance, times.read, times.fit);
+    return text;
+}
+
+std::string titleOf(const std::string& input, const std::string& what)
+{
+    const std::string name = input == "-" ? "standard input" : input;
+    return "Fit of " + name.substr(name.find_last_of('/') + 1) + ", " + what;
+}
+
+std::string notEmpty(const std::string& text)
+{
+    return text.empty() ? "must not be empty" : "";
+}
+
+}  // namespace knotfit

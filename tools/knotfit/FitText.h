@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <ctime>
+#include <string>
+#include <vector>
+
+#include "knotwork/fit/FitReport.h"
+#include "tools/knotfit/JsonText.h"
+
+namespace knotfit {
+
+/// Processor seconds since it was made.
+class Stopwatch {
+  public:
+    double seconds() const { return static_cast<double>(std::clock() - start_) / CLOCKS_PER_SEC; }
+
+  private:
+    std::clock_t start_ = std::clock();
+};
+
+struct Times {
+    double read;
+    double fit;
+};
+
+/// Writes "report"; `at` is where the largest residual lies, one parameter or two.
+void addReport(JsonText& json, const knotwork::FitReport& report, const std::vector<double>& at,
+               const Times& times);
+
+/// The figures for people.
+std::string summaryOf(const knotwork::FitReport& report, const std::vector<double>& at,
+                      const Times& times);
+
+/// "Fit of NAME, ...": a picture's title.
+std::string titleOf(const std::string& input, const std::string& what);
+
+/// A check of option texts: what is wrong with one, or nothing.
+std::string notEmpty(const std::string& text);
+
+}  // namespace knotfit
