@@ -55,13 +55,15 @@ std::string inputFault(const TtupleVector& points, const DoubleVec& parameters,
     return "";
 }
 
-/// Whether the dense system and the solver's two copies of it find room. The arrays end the
-/// process when memory runs out, so it is tried here first.
-bool fitsIntoMemory(std::uint64_t rows, std::uint64_t cols)
+/// Whether the dense system, the solver's two copies of it, a look at the constraints alone and
+/// the right-hand sides with their residuals find room. The arrays end the process when memory
+/// runs out, so it is tried here first.
+bool fitsIntoMemory(std::uint64_t rows, std::uint64_t cols, std::uint64_t constraints,
+                    std::uint64_t coordinates)
 {
-    const std::uint64_t entries = rows * cols;
-    if (entries > std::numeric_limits<unsigned>::max()) return false;
-    const std::uint64_t bytes = (3 * entries + 16 * (rows + cols)) * sizeof(double);
+    if (rows * cols > std::numeric_limits<unsigned>::max()) return false;
+    const std::uint64_t vectors = (16 + 8 * coordinates) * (rows + cols);
+    const std::uint64_t bytes = (3 * (rows + constraints) * cols + vectors) * sizeof(double);
     void* room = ::operator new(static_cast<std::size_t>(bytes), std::nothrow);
     ::operator delete(room);
     return room != nullptr;
@@ -289,7 +291,8 @@ FittedCurve fitCurve(const TtupleVector& points, const DoubleVec& parameters,
         refuse(report, FitVerdict::kUndetermined,
                std::to_string(report.unknowns) + " unknowns are more than " + std::to_string(rows) +
                    " equations can fix");
-    else if (!fitsIntoMemory(rows, static_cast<std::uint64_t>(report.unknowns)))
+    else if (!fitsIntoMemory(rows, static_cast<std::uint64_t>(report.unknowns), constraints.size(),
+                             static_cast<std::uint64_t>(curve.dimension)))
         refuse(report, FitVerdict::kTooLarge, kNoRoom);
     else
         solveWithinMemory(points, parameters, constraints, options, curve);

@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 #include <cmath>
+#include <cstdlib>
+#include <fstream>
 #include <functional>
 #include <limits>
 #include <ostream>
@@ -208,6 +212,39 @@ TEST(CurveVerdictTest, SystemsBeyondTheArraysCountsAreTooLarge)
     EXPECT_EQ(curve.report.verdict, FitVerdict::kTooLarge);
     EXPECT_EQ(curve.report.reason, "the system does not fit into memory");
 }
+
+#ifndef KNOTWORK_SANITIZED  // sanitizers need address space of their own
+namespace {
+
+/// Fits within so many bytes more than are in use, and ends the process: 0 for a fit or a refusal.
+[[noreturn]] void fitWithin(std::size_t bytes, const FitProblem& p)
+{
+    std::size_t pages = 0;
+    std::ifstream("/proc/self/statm") >> pages;
+    const rlim_t most = pages * static_cast<std::size_t>(sysconf(_SC_PAGESIZE)) + bytes;
+    const rlimit limit = {most, most};
+    setrlimit(RLIMIT_AS, &limit);
+    const int n = static_cast<int>(p.parameters.size());
+    const TtupleVector points(p.dimension, n, p.points.data());
+    const DoubleVec t(p.parameters.data(), static_cast<unsigned>(n));
+    const FitVerdict verdict = knotwork::fitCurve(points, t, p.basis, p.constraints).report.verdict;
+    std::_Exit(verdict == FitVerdict::kMet || verdict == FitVerdict::kTooLarge ? 0 : 1);
+}
+
+}  // namespace
+
+TEST(CurveVerdictDeathTest, LackOfMemoryIsAVerdictNotAnEnd)
+{
+    FitProblem p;
+    p.dimension = 100;
+    p.basis = BsplineBasis::uniform(3, 0.0, 1.0, 100);
+    for (int i = 0; i <= 3000; ++i) p.parameters.push_back(i / 3000.0);
+    p.points.assign(3001 * 100, 1.0);
+    for (int i = 0; i < 50; ++i) p.constraints.push_back({i / 50.0, 0, Numbers(100, 1.0)});
+    for (std::size_t bytes = 6000000; bytes < 40000000; bytes += bytes / 10)
+        EXPECT_EXIT(fitWithin(bytes, p), testing::ExitedWithCode(0), "") << bytes;
+}
+#endif
 
 /// What is left of the data reaches less and less far under the last basis function.
 TEST(CurveVerdictTest, NearlyUndeterminedIsRefusedOrRight)
