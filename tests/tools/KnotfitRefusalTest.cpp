@@ -180,3 +180,54 @@ TEST(KnotfitUsageTest, FilesOfOtherNamesAreNotTouched)
     EXPECT_EQ(run.read("fit.json.partial"), "mine");
     EXPECT_EQ(run.files(), (std::set<std::string>{"data.csv", "fit.json", "fit.json.partial"}));
 }
+
+struct MemoryCase {
+    const char* name;
+    int rows;
+    int cols;
+    friend void PrintTo(const MemoryCase& c, std::ostream* os) { *os << c.name; }
+};
+
+class KnotfitMemoryTest : public testing::TestWithParam<MemoryCase> {};
+
+/// From hardly enough to start with to plenty: never an abort, and a sentence whenever it fails.
+TEST_P(KnotfitMemoryTest, LittleMemoryIsSaidSo)
+{
+#ifdef KNOTWORK_SANITIZED
+    GTEST_SKIP() << "sanitizers need address space of their own";
+#endif
+    const KnotfitRun run;
+    std::string rows;
+    for (int i = 0; i < GetParam().rows; ++i)
+        for (int k = 0; k < GetParam().cols; ++k)
+            rows +=
+                std::to_string(k == 0 ? i : i * k % 13) + (k + 1 < GetParam().cols ? "," : "\n");
+    run.write("data.csv", rows);
+    const auto limited = [&run](int kilobytes, const std::string& arguments) {
+        return run.knotfit(arguments, "ulimit -v " + std::to_string(kilobytes) + ";");
+    };
+    int start = 8000;  // what loading alone takes depends on the BLAS
+    while (limited(start, "--version").status != 0) start += 1000;
+    int done = 0;
+    int refused = 0;
+    for (int more = 0; done < 2 && more < 200000; more += 250 + more / 12) {
+        SCOPED_TRACE(std::to_string(start) + " + " + std::to_string(more));
+        const Outcome outcome =
+            limited(start + more,
+                    "curve data.csv --parameter column -n 40 --pass 0,1 -o fit.json --svg fit.svg");
+        if (outcome.status == 0) {
+            ++done;
+            continue;
+        }
+        ++refused;
+        expectSentence(outcome, kRefused, "memory");
+        EXPECT_EQ(run.files().size(), 1U);
+    }
+    EXPECT_EQ(done, 2);
+    EXPECT_GT(refused, 5);
+}
+
+INSTANTIATE_TEST_SUITE_P(Tables, KnotfitMemoryTest,
+                         testing::Values(MemoryCase{"Long", 20000, 2},
+                                         MemoryCase{"Wide", 500, 300}),
+                         knotwork_test::caseName<MemoryCase>);

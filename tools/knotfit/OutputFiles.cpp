@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
+#include <new>
 #include <system_error>
 #include <utility>
 
@@ -122,6 +123,7 @@ void OutputFiles::add(const std::string& path, std::string content)
 
 void OutputFiles::write() const
 {
+    std::set_new_handler(nullptr);  // from here on whatever fails must clear away what waits
     std::vector<Waiting> waiting;
     for (const File& file : files_)
         if (file.path != "-" && !writtenInPlace(file.path))

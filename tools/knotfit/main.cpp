@@ -2,6 +2,7 @@
 #include <CLI/CLI.hpp>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <new>
 
@@ -18,10 +19,17 @@ int complain(const char* sentence, int status)
     return status;
 }
 
+/// The library's arrays end the process when memory runs out; the tool ends first, with a sentence.
+void endForLackOfMemory()
+{
+    std::_Exit(complain("there is not enough memory", knotfit::kRefused));
+}
+
 }  // namespace
 
 int main(int argc, char** argv)
 {
+    std::set_new_handler(endForLackOfMemory);
     std::signal(SIGPIPE, SIG_IGN);  // a reader that leaves is a write that fails
     CLI::App app("Constrained B-spline fits", "knotfit");
     app.set_version_flag("--version", KNOTFIT_VERSION);
