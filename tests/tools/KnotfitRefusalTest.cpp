@@ -127,9 +127,9 @@ TEST_P(KnotfitRefusalTest, SaysWhyAndLeavesEveryFileAlone)
 }
 
 INSTANTIATE_TEST_SUITE_P(Inputs, KnotfitRefusalTest, testing::ValuesIn(kInputs),
-                         knotwork_test::caseName<RefusalCase>);
+                         knotwork_test::CaseName());
 INSTANTIATE_TEST_SUITE_P(Requests, KnotfitRefusalTest, testing::ValuesIn(kRequests),
-                         knotwork_test::caseName<RefusalCase>);
+                         knotwork_test::CaseName());
 
 TEST(KnotfitUsageTest, WrongCallsSayWhatIsMissing)
 {
@@ -230,4 +230,4 @@ TEST_P(KnotfitMemoryTest, LittleMemoryIsSaidSo)
 INSTANTIATE_TEST_SUITE_P(Tables, KnotfitMemoryTest,
                          testing::Values(MemoryCase{"Long", 20000, 2},
                                          MemoryCase{"Wide", 500, 300}),
-                         knotwork_test::caseName<MemoryCase>);
+                         knotwork_test::CaseName());
