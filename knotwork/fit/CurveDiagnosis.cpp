@@ -84,10 +84,10 @@ std::string whyUndetermined(const BsplineBasis& basis, std::vector<double> param
     if (!free.empty())
         return "the data do not fix " + listed("control point", free) + " of " +
                std::to_string(basis.count());
-    return "data and constraints together do not fix every control point";
+    return "";
 }
 
-bool constraintRowsDepend(const DoubleGenMat& matrix, int constraints, double tolerance)
+bool constraintRowsDepend(const DoubleGenMat& matrix, int constraints)
 {
     const int free = static_cast<int>(matrix.rows()) - constraints;
     if (constraints == 0) return false;
@@ -95,7 +95,7 @@ bool constraintRowsDepend(const DoubleGenMat& matrix, int constraints, double to
     DoubleGenMat rows(static_cast<unsigned>(constraints), matrix.cols());
     for (int j = 0; j < static_cast<int>(matrix.cols()); ++j)
         rows.col(j) = matrix.col(j).slice(free, rows.rows(), 1);
-    Thouseholder alone(tolerance, 0, false);
+    Thouseholder alone(kFitTolerance, 0, false);
     return alone.setMatrix(rows, constraints, false, false, false) != 0;
 }
 

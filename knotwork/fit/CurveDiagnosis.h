@@ -11,10 +11,15 @@ namespace knotwork {
 
 /// Why points at these parameters do not fix every control point: the spans without data when there
 /// are any ("spans 5 to 7 hold no data", counted from 0), otherwise the control points that no
-/// parameter is left for (Schoenberg and Whitney's condition), otherwise that rows repeat.
+/// parameter is left for (Schoenberg and Whitney's condition), otherwise nothing: they do, if only
+/// just.
 std::string whyUndetermined(const BsplineBasis& basis, std::vector<double> parameters);
 
-/// Whether the last `constraints` rows of a system depend on each other.
-bool constraintRowsDepend(const DoubleGenMat& matrix, int constraints, double tolerance);
+constexpr const char* kNotFixed = "data and constraints together do not fix every control point";
+
+constexpr double kFitTolerance = 1e-14;  ///< what counts as zero in a problem of unit size
+
+/// Whether the last `constraints` rows of a system of unit size depend on each other.
+bool constraintRowsDepend(const DoubleGenMat& matrix, int constraints);
 
 }  // namespace knotwork

@@ -155,18 +155,6 @@ bool isFinite(const FittedCurve& curve)
                        [](double x) { return std::isfinite(x); });
 }
 
-void explainDependence(const DoubleGenMat& matrix, const ScaledCurve& problem,
-                       const BsplineBasis& basis, const DoubleVec& parameters,
-                       CurveFitReport& report)
-{
-    if (constraintRowsDepend(matrix, problem.constraints(), report.tolerance))
-        return refuse(report, FitVerdict::kDependentConstraints,
-                      "the constraints depend on each other");
-    std::vector<double> values;
-    for (int i = 0; i < report.dataPoints; ++i) values.push_back(parameters(i));
-    refuse(report, FitVerdict::kUndetermined, whyUndetermined(basis, values));
-}
-
 const char* whyInaccurate(const CurveFitOptions& options, const CurveFitReport& report)
 {
     if (report.tolerance > options.tolerance)
@@ -174,6 +162,21 @@ const char* whyInaccurate(const CurveFitOptions& options, const CurveFitReport& 
     return options.tolerance > CurveFitOptions().tolerance
                ? "the tolerance is too coarse for this system"
                : "the system is too close to dependent for a trustworthy answer";
+}
+
+void explainDependence(const DoubleGenMat& matrix, const ScaledCurve& problem,
+                       const BsplineBasis& basis, const DoubleVec& parameters,
+                       const CurveFitOptions& options, CurveFitReport& report)
+{
+    if (constraintRowsDepend(matrix, problem.constraints()))
+        return refuse(report, FitVerdict::kDependentConstraints,
+                      "the constraints depend on each other");
+    std::vector<double> values;
+    for (int i = 0; i < report.dataPoints; ++i) values.push_back(parameters(i));
+    const std::string why = whyUndetermined(basis, values);
+    if (why.empty() && report.tolerance > CurveFitOptions().tolerance)
+        return refuse(report, FitVerdict::kInaccurate, whyInaccurate(options, report));
+    refuse(report, FitVerdict::kUndetermined, why.empty() ? kNotFixed : why);
 }
 
 /// The figures come from evaluating the curve that is handed out.
@@ -231,7 +234,8 @@ void solveProblem(const ScaledCurve& problem, const TtupleVector& points,
             solver.setMatrix(matrix, report.constraints, false, false, options.estimateCutoff);
         report.tolerance = solver.tolerance();
         report.columnsUsed = solver.usedCols();
-        if (code != 0) return explainDependence(matrix, problem, curve.basis, parameters, report);
+        if (code != 0)
+            return explainDependence(matrix, problem, curve.basis, parameters, options, report);
     }
     TtupleVector x(rhs.size(), report.unknowns, 0.0);
     solver.solve(rhs, &x, false);

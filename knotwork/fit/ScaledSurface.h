@@ -4,14 +4,13 @@
 #include <string>
 #include <vector>
 
+#include "knotwork/fit/CurveDiagnosis.h"
 #include "knotwork/fit/ScaledRows.h"
 #include "knotwork/fit/SurfaceFit.h"
 #include "knotwork/solvers/Thouseholder.h"
 #include "knotwork/solvers/TsolveTensorProductLsq.h"
 
 namespace knotwork {
-
-constexpr double kFitTolerance = 1e-14;  // what counts as zero in a problem of unit size
 
 /// What a surface is fitted to and with.
 struct SurfaceData {

@@ -168,16 +168,17 @@ void explainDirection(const char* name, const ScaledRows& direction, const Bspli
                       const DoubleVec& parameters, FittedSurface& fitted)
 {
     const std::string where = std::string("in ") + name + ", ";
-    if (constraintRowsDepend(direction.rows().dense(), direction.constraints(), kFitTolerance))
+    if (constraintRowsDepend(direction.rows().dense(), direction.constraints()))
         refuse(fitted, FitVerdict::kDependentConstraints,
                where + "the constraints depend on each other");
     else if (tooFew(direction))
         refuse(fitted, FitVerdict::kUndetermined,
                where + std::to_string(basis.count()) + " unknowns are more than " +
                    std::to_string(direction.rows().count()) + " lines can fix");
-    else
-        refuse(fitted, FitVerdict::kUndetermined,
-               where + whyUndetermined(basis, toStandard(parameters)));
+    else {
+        const std::string why = whyUndetermined(basis, toStandard(parameters));
+        refuse(fitted, FitVerdict::kUndetermined, where + (why.empty() ? kNotFixed : why));
+    }
 }
 
 template <class Fit>
