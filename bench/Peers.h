@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+/// The routines ours are timed against: by address, column-major, as their standards publish them.
+extern "C" {
+void dgemm_(const char* transA, const char* transB, const int* m, const int* n, const int* k,
+            const double* alpha, const double* a, const int* lda, const double* b, const int* ldb,
+            const double* beta, double* c, const int* ldc);
+#ifdef KNOTWORK_BENCH_LAPACK
+void dgglse_(const int* m, const int* n, const int* p, double* a, const int* lda, double* b,
+             const int* ldb, double* c, double* d, double* x, double* work, const int* lwork,
+             int* info);
+#endif
+}

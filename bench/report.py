@@ -1,0 +1,114 @@
+# SPDX-License-Identifier: MIT
+"""Puts the benchmark results, and what they were measured on, into a Markdown file.
+
+Usage: report.py BUILD_FOLDER MARKDOWN_FILE
+
+Reads results.json in the build folder; replaces what stands between the marker lines of the file.
+"""
+import json
+import os
+import pathlib
+import re
+import statistics
+import subprocess
+import sys
+
+BEGIN = "<!-- measured: begin -->"
+END = "<!-- measured: end -->"
+
+# Benchmark: what it does, its peer.
+TITLES = {
+    "BM_SplineSystem": ("cubic B-spline system", "`dgglse`"),
+    "BM_DenseSystem": ("dense random system", "`dgglse`"),
+    "BM_Product": ("`product(a, b)`, n x n", "`dgemm`"),
+    "BM_Sum": ("`a + b`", "plain loop"),
+    "BM_Scale": ("`a *= s`", "plain loop"),
+    "BM_AddTo": ("`a += b`", "plain loop"),
+}
+
+
+def output(*command):
+    environment = dict(os.environ, LC_ALL="C")
+    return subprocess.run(command, capture_output=True, text=True, check=False, env=environment).stdout
+
+
+def found(pattern, text):
+    match = re.search(pattern, text, re.MULTILINE)
+    return match.group(1).strip() if match else "unknown"
+
+
+def machine(build):
+    """CPU, compiler and BLAS provider, a list item each."""
+    cpu = output("lscpu")
+    cache = (build / "CMakeCache.txt").read_text()
+    compiler = output(found(r"^CMAKE_CXX_COMPILER:\w+=(.+)$", cache), "--version").splitlines()
+    blas = found(r"libblas\.so\S* => (\S+)", output("ldd", str(build / "bench/knotwork_bench")))
+    package = found(r"^([^:\s]+)", output("dpkg-query", "-S", os.path.realpath(blas)))
+    version = output("dpkg-query", "-W", "-f", "${Version}", package) or "unknown"
+    vectors = [name for name in ("avx2", "avx512f") if re.search(rf"\b{name}\b", cpu)]
+    return [
+        f"- CPU: {found(r'^Model name:(.+)$', cpu)}, family {found(r'^CPU family:(.+)$', cpu)}, "
+        f"model {found(r'^Model:(.+)$', cpu)}, {found(r'^CPU.s.:(.+)$', cpu)} logical CPUs, "
+        f"vectors: {', '.join(vectors) or 'baseline'}",
+        f"- Compiler: {compiler[0] if compiler else 'unknown'}",
+        f"- BLAS and LAPACK: {package} {version}, "
+        f"OPENBLAS_CORETYPE={os.environ.get('OPENBLAS_CORETYPE', 'not set')}",
+    ]
+
+
+def samples(results):
+    """(benchmark, arguments) -> {"Ours": CPU times in ns, "Peer": ...}, in order of appearance."""
+    scale = {"ns": 1.0, "us": 1e3, "ms": 1e6, "s": 1e9}
+    table = {}
+    for run in results["benchmarks"]:
+        if run["run_type"] != "iteration":
+            continue
+        if run.get("error_occurred"):
+            sys.exit(f"{run['run_name']}: {run['error_message']}")
+        name, side, arguments = re.fullmatch(r"(\w+)<(\w+)>/(.*)", run["run_name"]).groups()
+        times = table.setdefault((name, arguments), {})
+        times.setdefault(side, []).append(run["cpu_time"] * scale[run["time_unit"]])
+    return table
+
+
+def in_units(times):
+    """The median, and the quartiles around it, in a unit that suits."""
+    lower, median, upper = statistics.quantiles(times, n=4)
+    size, unit = next((s, u) for s, u in ((1e9, "s"), (1e6, "ms"), (1e3, "us"), (1.0, "ns")) if median >= s or u == "ns")
+    return f"{median / size:.3g} {unit} ({lower / size:.3g} to {upper / size:.3g})"
+
+
+def order(key):
+    name, arguments = key
+    return list(TITLES).index(name), [int(n) for n in re.findall(r"\d+", arguments)]
+
+
+def table(results):
+    lines = [
+        "| | size | ours: median (quartiles) | peer | peer: median (quartiles) | peer / ours |",
+        "|---|---|---|---|---|---|",
+    ]
+    measured = samples(results)
+    for key in sorted(measured, key=order):
+        title, peer = TITLES[key[0]]
+        size = key[1].replace("/", ", ").replace(":", " = ")
+        times = measured[key]
+        cells = [title, size, in_units(times["Ours"]), "not installed", "", ""]
+        if "Peer" in times:
+            ratio = statistics.median(times["Peer"]) / statistics.median(times["Ours"])
+            cells[3:] = [peer, in_units(times["Peer"]), f"{ratio:.2f}"]
+        lines.append(f"| {' | '.join(cells)} |")
+    return lines
+
+
+def main():
+    build, target = (pathlib.Path(p) for p in sys.argv[1:3])
+    results = json.loads((build / "results.json").read_text())
+    before, _, rest = target.read_text().partition(BEGIN)
+    _, _, after = rest.partition(END)
+    measured = machine(build) + [f"- Date: {results['context']['date'][:10]}", ""] + table(results)
+    target.write_text("\n".join([before + BEGIN, *measured, END + after]))
+    print("\n".join(measured))
+
+
+main()
