@@ -7,6 +7,10 @@
 
 #include "knotwork/linalg/LXBlock.h"
 
+// The tile's helpers are always inlined: no vector crosses a call, so no calling convention is at
+// stake.
+#pragma GCC diagnostic ignored "-Wpsabi"
+
 namespace knotwork {
 
 namespace {
@@ -23,106 +27,149 @@ struct Lane<int> {
     using Type = unsigned;
 };
 
+// A block of a stays in the second-level cache while the columns of b go by; within it, one packed
+// panel of rows and one panel of columns share the first-level cache.
 constexpr std::size_t kDepth = 256;  // values of k that a packed panel holds
-constexpr std::size_t kPackedRows = 192;
-constexpr std::size_t kPackedCols = 1536;
+constexpr std::size_t kPackedRows = 128;
 
 /// One tile of results: 2 vectors of `Bytes` bytes down, `Cols` columns across.
 template <class T, int Bytes, int Cols>
 struct Tile {
-    typedef typename Lane<T>::Type Vector __attribute__((vector_size(Bytes)));
+    using Number = typename Lane<T>::Type;
+    typedef Number Vector __attribute__((vector_size(Bytes)));
+    // The same vector anywhere in an array of T.
+    typedef Number Stored __attribute__((vector_size(Bytes), aligned(alignof(T)), may_alias));
     static constexpr int kLanes = Bytes / static_cast<int>(sizeof(T));
     static constexpr int kRows = 2 * kLanes;
     static constexpr int kCols = Cols;
 
-    /// c := c + a b over `depth` values of k, in order. a and b are packed, so that the tile's rows
-    /// and columns lie together for each k.
-    [[gnu::always_inline]] static inline void advance(std::size_t depth, const T* a, const T* b,
-                                                      T* c, std::ptrdiff_t columnStep)
+    [[gnu::always_inline]] static inline Vector load(const T* p)
     {
-        Vector upper[Cols];
-        Vector lower[Cols];
-        for (int j = 0; j < Cols; ++j) {
-            std::memcpy(&upper[j], c + j * columnStep, Bytes);
-            std::memcpy(&lower[j], c + j * columnStep + kLanes, Bytes);
-        }
-        for (std::size_t k = 0; k < depth; ++k, a += kRows, b += Cols) {
-            Vector aUpper;
-            Vector aLower;
-            std::memcpy(&aUpper, a, Bytes);
-            std::memcpy(&aLower, a + kLanes, Bytes);
+        return *reinterpret_cast<const Stored*>(p);
+    }
+    [[gnu::always_inline]] static inline void store(T* p, const Vector& v)
+    {
+        *reinterpret_cast<Stored*>(p) = v;
+    }
+
+    /// c := c + a b over `depth` values of k, in order; c := 0 + a b when the sums begin here. a is
+    /// packed, so that the tile's rows lie together for each k; b has a pointer for each column.
+    [[gnu::always_inline]] static inline void advance(std::size_t depth, const T* a,
+                                                      const T* const* b, bool begin, T* c,
+                                                      std::ptrdiff_t columnStep)
+    {
+        Vector upper[Cols] = {};
+        Vector lower[Cols] = {};
+        const T* column[Cols];
+#pragma GCC unroll 8
+        for (int j = 0; j < Cols; ++j) column[j] = b[j];
+        if (!begin) {
 #pragma GCC unroll 8
             for (int j = 0; j < Cols; ++j) {
-                const auto factor = static_cast<typename Lane<T>::Type>(b[j]);
+                upper[j] = load(c + j * columnStep);
+                lower[j] = load(c + j * columnStep + kLanes);
+            }
+        }
+        for (std::size_t k = 0; k < depth; ++k, a += kRows) {
+            const Vector aUpper = load(a);
+            const Vector aLower = load(a + kLanes);
+#pragma GCC unroll 8
+            for (int j = 0; j < Cols; ++j) {
+                const auto factor = static_cast<Number>(column[j][k]);
                 upper[j] += aUpper * factor;
                 lower[j] += aLower * factor;
             }
         }
+#pragma GCC unroll 8
         for (int j = 0; j < Cols; ++j) {
-            std::memcpy(c + j * columnStep, &upper[j], Bytes);
-            std::memcpy(c + j * columnStep + kLanes, &lower[j], Bytes);
+            store(c + j * columnStep, upper[j]);
+            store(c + j * columnStep + kLanes, lower[j]);
         }
     }
 };
 
-template <class T>
-using TileFunction = void (*)(std::size_t, const T*, const T*, T*, std::ptrdiff_t);
+/// Lays out rows [row, row + rows) of a for k in [k, k + depth): panels of Width rows, k by k. The
+/// last panel is filled up with zeros, whose results nobody reads.
+template <class T, int Width>
+void pack(const MatrixOperand<T>& a, std::size_t row, std::size_t rows, std::size_t k,
+          std::size_t depth, T* packed)
+{
+    const T* corner = a.at(row, k);
+    for (; rows >= Width; rows -= Width, corner += Width * a.rowStep) {
+        const T* p = corner;
+        for (std::size_t l = 0; l < depth; ++l, p += a.colStep, packed += Width)
+            if (a.rowStep == 1)
+                std::memcpy(packed, p, Width * sizeof(T));
+            else
+                for (int i = 0; i < Width; ++i) packed[i] = p[i * a.rowStep];
+    }
+    if (rows == 0) return;
+    for (std::size_t l = 0; l < depth; ++l, corner += a.colStep, packed += Width) {
+        std::fill_n(packed, Width, T{0});
+        const T* p = corner;
+        for (std::size_t i = 0; i < rows; ++i, p += a.rowStep) packed[i] = *p;
+    }
+}
 
-/// A tile's shape and the function that advances it, chosen once for the CPU at hand.
+/// A tile's shape and its functions, chosen once for the CPU at hand.
 template <class T>
 struct TileKernel {
-    int rows;
-    int cols;
-    TileFunction<T> advance;
+    std::size_t rows;
+    std::size_t cols;
+    void (*pack)(const MatrixOperand<T>&, std::size_t row, std::size_t rows, std::size_t k,
+                 std::size_t depth, T* packed);
+    void (*advance)(std::size_t depth, const T* a, const T* const* b, bool begin, T* c,
+                    std::ptrdiff_t columnStep);
 };
+constexpr std::size_t kMostCols = 8;
+constexpr std::size_t kMostElements = 128;
 
 template <class T>
-void advancePlain(std::size_t depth, const T* a, const T* b, T* c, std::ptrdiff_t columnStep)
+using PlainTile = Tile<T, 16, 4>;
+template <class T>
+void advancePlain(std::size_t depth, const T* a, const T* const* b, bool begin, T* c,
+                  std::ptrdiff_t columnStep)
 {
-    Tile<T, 16, 4>::advance(depth, a, b, c, columnStep);
+    PlainTile<T>::advance(depth, a, b, begin, c, columnStep);
 }
 
 #if defined(__x86_64__)
 template <class T>
-[[gnu::target("avx2")]] void advanceAvx2(std::size_t depth, const T* a, const T* b, T* c,
-                                         std::ptrdiff_t columnStep)
+using Avx2Tile = Tile<T, 32, 6>;
+template <class T>
+[[gnu::target("avx2")]] void advanceAvx2(std::size_t depth, const T* a, const T* const* b,
+                                         bool begin, T* c, std::ptrdiff_t columnStep)
 {
-    Tile<T, 32, 6>::advance(depth, a, b, c, columnStep);
+    Avx2Tile<T>::advance(depth, a, b, begin, c, columnStep);
 }
 #endif
+
+template <class T, class TileT>
+TileKernel<T> kernelOf(decltype(TileKernel<T>::advance) advance)
+{
+    static_assert(TileT::kCols <= kMostCols && TileT::kRows * TileT::kCols <= kMostElements);
+    return {TileT::kRows, TileT::kCols, pack<T, TileT::kRows>, advance};
+}
 
 template <class T>
 TileKernel<T> tileKernel()
 {
 #if defined(__x86_64__)
-    if (__builtin_cpu_supports("avx2"))
-        return {Tile<T, 32, 6>::kRows, Tile<T, 32, 6>::kCols, advanceAvx2<T>};
+    if (__builtin_cpu_supports("avx2")) return kernelOf<T, Avx2Tile<T>>(advanceAvx2<T>);
 #endif
-    return {Tile<T, 16, 4>::kRows, Tile<T, 16, 4>::kCols, advancePlain<T>};
-}
-
-/// Lays out rows [row, row + rows) of a for k in [k, k + depth): panels of `width` rows, k by k.
-/// The last panel is filled up with zeros, whose results nobody reads.
-template <class T>
-void pack(const MatrixOperand<T>& a, std::size_t row, std::size_t rows, std::size_t k,
-          std::size_t depth, std::size_t width, T* packed)
-{
-    const T* corner = a.data + static_cast<std::ptrdiff_t>(row) * a.rowStep +
-                      static_cast<std::ptrdiff_t>(k) * a.colStep;
-    for (std::size_t first = 0; first < rows; first += width) {
-        const std::size_t here = std::min(width, rows - first);
-        for (std::size_t l = 0; l < depth; ++l, packed += width) {
-            const T* p = corner + static_cast<std::ptrdiff_t>(first) * a.rowStep +
-                         static_cast<std::ptrdiff_t>(l) * a.colStep;
-            for (std::size_t i = 0; i < here; ++i, p += a.rowStep) packed[i] = *p;
-            std::fill(packed + here, packed + width, T{0});
-        }
-    }
+    return kernelOf<T, PlainTile<T>>(advancePlain<T>);
 }
 
 std::size_t roundedUp(std::size_t n, std::size_t step)
 {
     return (n + step - 1) / step * step;
+}
+
+/// n in equal parts of at most `most`, each but the last one a multiple of `step`.
+std::size_t equalPart(std::size_t n, std::size_t most, std::size_t step)
+{
+    const std::size_t parts = (n + most - 1) / most;
+    return roundedUp((n + parts - 1) / parts, step);
 }
 
 /// Uninitialised scratch on a cache line's boundary.
@@ -141,35 +188,50 @@ class Scratch {
     LXBlock block_;
 };
 
-/// One packed block of a against one of b: every tile of c that they reach advances by `depth`.
+/// The columns of b that a tile reads, from some k on: where they lie when each is contiguous, else
+/// as copies. Columns past the last one repeat it; nobody reads their results.
 template <class T>
-void advanceBlock(const TileKernel<T>& kernel, std::size_t rows, std::size_t cols,
-                  std::size_t depth, const T* packedA, const T* packedB, T* c,
-                  std::ptrdiff_t columnStep)
+class ColumnPanel {
+  public:
+    ColumnPanel(const MatrixOperand<T>& b, std::size_t k, std::size_t depth, T* copies)
+        : b_(b), k_(k), depth_(depth), copies_(copies)
+    {
+    }
+    const T* const* at(std::size_t j, std::size_t cols, std::size_t tileCols)
+    {
+        for (std::size_t l = 0; l < tileCols; ++l)
+            columns_[l] = l < cols ? column(j + l, l) : columns_[l - 1];
+        return columns_;
+    }
+
+  private:
+    const T* column(std::size_t j, std::size_t l)
+    {
+        const T* p = b_.at(k_, j);
+        if (b_.rowStep == 1) return p;
+        T* copy = copies_ + l * depth_;
+        for (std::size_t i = 0; i < depth_; ++i, p += b_.rowStep) copy[i] = *p;
+        return copy;
+    }
+
+    const MatrixOperand<T>& b_;
+    const std::size_t k_;
+    const std::size_t depth_;
+    T* const copies_;
+    const T* columns_[kMostCols];
+};
+
+/// Advances a tile of which only rows x cols elements are there.
+template <class T>
+void advanceEdge(const TileKernel<T>& kernel, std::size_t rows, std::size_t cols, std::size_t depth,
+                 const T* a, const T* const* b, bool begin, T* c, std::ptrdiff_t columnStep)
 {
-    constexpr int kMostElements = 128;
-    T edge[kMostElements] = {};
-    const auto tileRows = static_cast<std::size_t>(kernel.rows);
-    const auto tileCols = static_cast<std::size_t>(kernel.cols);
-    for (std::size_t j = 0; j < cols; j += tileCols)
-        for (std::size_t i = 0; i < rows; i += tileRows) {
-            T* corner = c + static_cast<std::ptrdiff_t>(j) * columnStep + i;
-            const T* a = packedA + i * depth;
-            const T* b = packedB + j * depth;
-            if (i + tileRows <= rows && j + tileCols <= cols) {
-                kernel.advance(depth, a, b, corner, columnStep);
-                continue;
-            }
-            const std::size_t hereRows = std::min(tileRows, rows - i);
-            const std::size_t hereCols = std::min(tileCols, cols - j);
-            for (std::size_t l = 0; l < hereCols; ++l)
-                std::copy_n(corner + static_cast<std::ptrdiff_t>(l) * columnStep, hereRows,
-                            edge + l * tileRows);
-            kernel.advance(depth, a, b, edge, kernel.rows);
-            for (std::size_t l = 0; l < hereCols; ++l)
-                std::copy_n(edge + l * tileRows, hereRows,
-                            corner + static_cast<std::ptrdiff_t>(l) * columnStep);
-        }
+    T whole[kMostElements] = {};
+    for (std::size_t l = 0; l < cols && !begin; ++l)
+        std::copy_n(c + static_cast<std::ptrdiff_t>(l) * columnStep, rows, whole + l * kernel.rows);
+    kernel.advance(depth, a, b, begin, whole, static_cast<std::ptrdiff_t>(kernel.rows));
+    for (std::size_t l = 0; l < cols; ++l)
+        std::copy_n(whole + l * kernel.rows, rows, c + static_cast<std::ptrdiff_t>(l) * columnStep);
 }
 
 }  // namespace
@@ -180,30 +242,40 @@ void multiply(const MatrixOperand<T>& a, const MatrixOperand<T>& b, T* c)
     const std::size_t m = a.rows;
     const std::size_t n = b.cols;
     const std::size_t inner = a.cols;
-    std::fill_n(c, m * n, T{0});
-    if (m == 0 || n == 0 || inner == 0) return;
+    if (m == 0 || n == 0) return;
+    if (inner == 0) {
+        std::fill_n(c, m * n, T{0});
+        return;
+    }
 
     static const TileKernel<T> kernel = tileKernel<T>();
-    const std::size_t depth = std::min(inner, kDepth);
-    const std::size_t blockRows = std::min(m, kPackedRows);
-    const std::size_t blockCols = std::min(n, kPackedCols);
-    const Scratch<T> scratchA(roundedUp(blockRows, static_cast<std::size_t>(kernel.rows)) * depth);
-    const Scratch<T> scratchB(roundedUp(blockCols, static_cast<std::size_t>(kernel.cols)) * depth);
-    T* packedA = scratchA.data();
-    T* packedB = scratchB.data();
-    if (packedA == nullptr || packedB == nullptr) return;
+    const std::size_t depth = equalPart(inner, kDepth, 1);
+    const std::size_t blockRows = equalPart(m, kPackedRows, kernel.rows);
+    const Scratch<T> scratchA(blockRows * depth);
+    const Scratch<T> scratchB(b.rowStep == 1 ? 0 : kernel.cols * depth);
+    T* packed = scratchA.data();
+    if (packed == nullptr || scratchB.data() == nullptr) return;
 
-    for (std::size_t j = 0; j < n; j += blockCols) {
-        const std::size_t cols = std::min(blockCols, n - j);
-        for (std::size_t k = 0; k < inner; k += depth) {
-            const std::size_t depthHere = std::min(depth, inner - k);
-            pack(b.transposed(), j, cols, k, depthHere, static_cast<std::size_t>(kernel.cols),
-                 packedB);
-            for (std::size_t i = 0; i < m; i += blockRows) {
-                const std::size_t rows = std::min(blockRows, m - i);
-                pack(a, i, rows, k, depthHere, static_cast<std::size_t>(kernel.rows), packedA);
-                advanceBlock(kernel, rows, cols, depthHere, packedA, packedB, c + j * m + i,
-                             static_cast<std::ptrdiff_t>(m));
+    const auto columnStep = static_cast<std::ptrdiff_t>(m);
+    for (std::size_t k = 0; k < inner; k += depth) {
+        const std::size_t depthHere = std::min(depth, inner - k);
+        ColumnPanel<T> panel(b, k, depthHere, scratchB.data());
+        for (std::size_t row = 0; row < m; row += blockRows) {
+            const std::size_t rowsHere = std::min(blockRows, m - row);
+            kernel.pack(a, row, rowsHere, k, depthHere, packed);
+            for (std::size_t j = 0; j < n; j += kernel.cols) {
+                const std::size_t cols = std::min(kernel.cols, n - j);
+                const T* const* columns = panel.at(j, cols, kernel.cols);
+                for (std::size_t i = 0; i < rowsHere; i += kernel.rows) {
+                    const std::size_t rows = std::min(kernel.rows, rowsHere - i);
+                    T* corner = c + j * m + row + i;
+                    if (rows == kernel.rows && cols == kernel.cols)
+                        kernel.advance(depthHere, packed + i * depthHere, columns, k == 0, corner,
+                                       columnStep);
+                    else
+                        advanceEdge(kernel, rows, cols, depthHere, packed + i * depthHere, columns,
+                                    k == 0, corner, columnStep);
+                }
             }
         }
     }

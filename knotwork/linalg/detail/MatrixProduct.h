@@ -14,6 +14,11 @@ struct MatrixOperand {
     unsigned rows;
     unsigned cols;
 
+    const T* at(std::size_t i, std::size_t j) const
+    {
+        return data + static_cast<std::ptrdiff_t>(i) * rowStep +
+               static_cast<std::ptrdiff_t>(j) * colStep;
+    }
     MatrixOperand transposed() const { return {data, colStep, rowStep, cols, rows}; }
 };
 
