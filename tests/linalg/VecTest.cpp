@@ -241,7 +241,7 @@ TYPED_TEST(VecTest, ArithmeticIsThatOfAPlainLoopInEveryLayout)
 {
     using T = typename TypeParam::Element;
     const T x = 3;
-    for (const unsigned n : {0u, 1u, 2u, 7u, 33u})
+    for (const unsigned n : {0u, 1u, 2u, 7u, 33u, 67u})  // with and without the CPU's wide vectors
         for (const auto& [sa, sb] : {std::pair{1, 1}, std::pair{2, 1}, std::pair{-1, 3}}) {
             SCOPED_TRACE(testing::Message() << n << " elements, strides " << sa << ' ' << sb);
             auto p = randomNumbers<T>(n, 1);
@@ -281,6 +281,30 @@ TYPED_TEST(VecTest, ArithmeticIsThatOfAPlainLoopInEveryLayout)
             run("a /= -1", w /= T{-1}, each(p, [=](T e) { return Plain<T>::multiply(e, T{-1}); }));
             run("++a", ++w, each(p, [](T e) { return Plain<T>::add(e, T{1}); }));
             run("--a", --w, each(p, [](T e) { return Plain<T>::subtract(e, T{1}); }));
+        }
+}
+
+TYPED_TEST(VecTest, OverlappingViewsAreWorkedInIndexOrder)
+{
+    using T = typename TypeParam::Element;
+    for (const unsigned n : {5u, 100u})
+        for (const unsigned shift : {1u, 2u, 3u}) {
+            SCOPED_TRACE(testing::Message() << n << " elements, shifted by " << shift);
+            auto expected = randomNumbers<T>(n, 5);
+            TypeParam ahead = vecFrom(expected);
+            TypeParam behind = ahead.copy();
+            auto expectedBehind = expected;
+            for (std::size_t i = 0; i + shift < n; ++i) {  // later sums see the earlier ones
+                expected[i + shift] = Plain<T>::add(expected[i + shift], expected[i]);
+                expectedBehind[i] = Plain<T>::add(expectedBehind[i], expectedBehind[i + shift]);
+            }
+            const int by = static_cast<int>(shift);
+            TypeParam tail = ahead.slice(by, n - shift, 1);
+            tail += ahead.slice(0, n - shift, 1);
+            expectBits("from behind", ahead, expected);
+            TypeParam head = behind.slice(0, n - shift, 1);
+            head += behind.slice(by, n - shift, 1);
+            expectBits("from ahead", behind, expectedBehind);
         }
 }
 

@@ -5,6 +5,32 @@
 
 namespace knotwork::detail {
 
+#if defined(__x86_64__) && !defined(__clang__)
+template <class Loop>
+[[gnu::target("avx2")]] void inAvx2(Loop& loop)
+{
+    loop();
+}
+
+/// Runs a loop over n elements, vectorised for the CPU at hand. Every element is computed by itself
+/// and nothing is contracted, so the bits are the plain loop's.
+template <class Loop>
+void inWideVectors(std::size_t n, Loop loop)
+{
+    constexpr std::size_t kFew = 8;  // elements that are not worth another call
+    if (n > kFew && __builtin_cpu_supports("avx2"))
+        inAvx2(loop);
+    else
+        loop();
+}
+#else
+template <class Loop>
+void inWideVectors(std::size_t, Loop loop)
+{
+    loop();
+}
+#endif
+
 // The element loops. Contiguous operands get a loop of their own, which the compiler vectorises;
 // operands may overlap, and then the order of the elements is part of the result.
 
@@ -13,7 +39,9 @@ void mapElements(T* out, std::ptrdiff_t outStride, const T* in, std::ptrdiff_t i
                  std::size_t n, Operation operation)
 {
     if (outStride == 1 && inStride == 1) {
-        for (std::size_t i = 0; i < n; ++i) out[i] = operation(in[i]);
+        inWideVectors(n, [=]() mutable {
+            for (std::size_t i = 0; i < n; ++i) out[i] = operation(in[i]);
+        });
         return;
     }
     for (std::size_t i = 0; i < n; ++i, out += outStride, in += inStride) *out = operation(*in);
@@ -24,7 +52,9 @@ void zipElements(T* out, std::ptrdiff_t outStride, const T* a, std::ptrdiff_t aS
                  std::ptrdiff_t bStride, std::size_t n, Operation operation)
 {
     if (outStride == 1 && aStride == 1 && bStride == 1) {
-        for (std::size_t i = 0; i < n; ++i) out[i] = operation(a[i], b[i]);
+        inWideVectors(n, [=]() mutable {
+            for (std::size_t i = 0; i < n; ++i) out[i] = operation(a[i], b[i]);
+        });
         return;
     }
     for (std::size_t i = 0; i < n; ++i, out += outStride, a += aStride, b += bStride)
