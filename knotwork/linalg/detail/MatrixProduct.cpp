@@ -70,6 +70,7 @@ struct Tile {
                 lower[j] = load(c + j * columnStep + kLanes);
             }
         }
+#pragma GCC unroll 4
         for (std::size_t k = 0; k < depth; ++k, a += kRows) {
             const Vector aUpper = load(a);
             const Vector aLower = load(a + kLanes);
