@@ -7,6 +7,14 @@ void dgemm_(const char* transA, const char* transB, const int* m, const int* n, 
             const double* alpha, const double* a, const int* lda, const double* b, const int* ldb,
             const double* beta, double* c, const int* ldc);
 #ifdef KNOTWORK_BENCH_LAPACK
+void dgeqrf_(const int* m, const int* n, double* a, const int* lda, double* tau, double* work,
+             const int* lwork, int* info);
+void dormqr_(const char* side, const char* trans, const int* m, const int* n, const int* k,
+             const double* a, const int* lda, const double* tau, double* c, const int* ldc,
+             double* work, const int* lwork, int* info);
+void dtrsm_(const char* side, const char* uplo, const char* trans, const char* diag, const int* m,
+            const int* n, const double* alpha, const double* a, const int* lda, double* b,
+            const int* ldb);
 void dgglse_(const int* m, const int* n, const int* p, double* a, const int* lda, double* b,
              const int* ldb, double* c, double* d, double* x, double* work, const int* lwork,
              int* info);
