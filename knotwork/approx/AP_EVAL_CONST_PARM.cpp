@@ -6,7 +6,13 @@
 #include "knotwork/approx/detail/SpanSearch.h"
 
 AP_EVAL_CONST_PARM::AP_EVAL_CONST_PARM(AP_SURFACE& s)
-    : AP_EVAL_CONTEXT(knotwork::evaluatorSize(s)), surface_(s), v_(0.0), count_(0), spanU_(0)
+    : AP_EVAL_CONTEXT(knotwork::evaluatorSize(s)),
+      surface_(s),
+      v_(0.0),
+      count_(0),
+      spanU_(0),
+      line_(),
+      job_()
 {
 }
 
@@ -15,7 +21,9 @@ AP_EVAL_CONST_PARM::AP_EVAL_CONST_PARM(const AP_EVAL_CONST_PARM& other)
       surface_(other.surface_),
       v_(other.v_),
       count_(0),
-      spanU_(other.spanU_)
+      spanU_(other.spanU_),
+      line_(),
+      job_()
 {
 }
 
@@ -26,6 +34,7 @@ void AP_EVAL_CONST_PARM::setv(double v)
     const int needed = knotwork::evaluatorSize(surface_);
     if (needed > size()) remake(needed);
     v_ = v;
+    line_ = {};
     count_ = surface_.uCount();
     const int row = count_ * surface_.Coords();
     const int span = knotwork::findSpan(surface_.vKnots_, v);
@@ -36,11 +45,17 @@ void AP_EVAL_CONST_PARM::setv(double v)
 void AP_EVAL_CONST_PARM::eval(double u)
 {
     if (count_ != surface_.uCount()) setv(v_);
+    if (!line_.holds(u)) enter(u);
+    line_.run(knotwork::SpanEnd::kLeft, u, &job_, 1);
+}
+
+void AP_EVAL_CONST_PARM::enter(double u)
+{
     const int coords = surface_.Coords();
     spanU_ = knotwork::findSpan(surface_.uKnots_, u, spanU_);
-    knotwork::runDeBoor(surface_.uKnots_, spanU_, u, knotwork::SpanEnd::kLeft,
-                        {workspace() + std::ptrdiff_t{spanU_} * coords, coords, coords, 0,
-                         workspace() + std::ptrdiff_t{count_} * coords, coords});
+    line_ = knotwork::enterSpan(surface_.uKnots_, spanU_, 0, coords);
+    job_ = {workspace() + std::ptrdiff_t{spanU_} * coords, coords, coords, 0,
+            workspace() + std::ptrdiff_t{count_} * coords, coords};
 }
 
 double* AP_EVAL_CONST_PARM::operator()()

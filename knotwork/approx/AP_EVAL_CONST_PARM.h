@@ -3,6 +3,7 @@
 
 #include "knotwork/approx/AP_EVAL_CONTEXT.h"
 #include "knotwork/approx/AP_SURFACE.h"
+#include "knotwork/approx/detail/LineSpan.h"
 #include "knotwork/export.h"
 
 /// Points of a surface along a line of constant v: setv once, then eval for any number of u.
@@ -26,8 +27,12 @@ class KNOTWORK_EXPORT AP_EVAL_CONST_PARM : public AP_EVAL_CONTEXT {
     AP_SURFACE& obj() { return surface_; }
 
   private:
+    void enter(double u);
+
     AP_SURFACE& surface_;
     double v_;
     int count_;  // points of the iso-curve in the workspace, 0 before there is one
     int spanU_;
+    knotwork::LineSpan line_;  // holds no parameter after setv, to be entered anew
+    knotwork::DeBoorJob job_;
 };

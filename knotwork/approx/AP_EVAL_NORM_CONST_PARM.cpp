@@ -1,13 +1,23 @@
 // SPDX-License-Identifier: MIT
 #include "knotwork/approx/AP_EVAL_NORM_CONST_PARM.h"
 
-#include <algorithm>
 #include <cmath>
 
 #include "knotwork/approx/detail/CrossProduct.h"
 #include "knotwork/approx/detail/DeBoor.h"
 #include "knotwork/approx/detail/EvaluatorSize.h"
 #include "knotwork/approx/detail/SpanSearch.h"
+
+namespace {
+
+/// The first three numbers; those that a surface in fewer dimensions lacks are 0.
+knotwork::Triple triple(const double* numbers, int count)
+{
+    if (count >= 3) return knotwork::Triple::read(numbers);
+    return {knotwork::Triple::Pair{numbers[0], count > 1 ? numbers[1] : 0.0}, 0.0};
+}
+
+}  // namespace
 
 AP_EVAL_NORM_CONST_PARM::AP_EVAL_NORM_CONST_PARM(AP_SURFACE& s)
     : AP_EVAL_CONTEXT(knotwork::evaluatorSize(s)),
@@ -16,7 +26,9 @@ AP_EVAL_NORM_CONST_PARM::AP_EVAL_NORM_CONST_PARM(AP_SURFACE& s)
       side_(0),
       count_(0),
       spanU_(0),
-      spanV_(0)
+      spanV_(0),
+      line_(),
+      jobs_()
 {
 }
 
@@ -27,7 +39,9 @@ AP_EVAL_NORM_CONST_PARM::AP_EVAL_NORM_CONST_PARM(const AP_EVAL_NORM_CONST_PARM& 
       side_(other.side_),
       count_(0),
       spanU_(other.spanU_),
-      spanV_(other.spanV_)
+      spanV_(other.spanV_),
+      line_(),
+      jobs_()
 {
 }
 
@@ -39,6 +53,7 @@ void AP_EVAL_NORM_CONST_PARM::setv(double v, int side)
     if (needed > size()) remake(needed);
     v_ = v;
     side_ = side;
+    line_ = {};
     count_ = surface_.uCount();
     const knotwork::KnotTable& knots = surface_.vKnots_;
     const int row = count_ * surface_.Coords();
@@ -50,28 +65,31 @@ void AP_EVAL_NORM_CONST_PARM::setv(double v, int side)
 void AP_EVAL_NORM_CONST_PARM::eval(double u, int side)
 {
     if (count_ != surface_.uCount()) setv(v_, side_);
-    const knotwork::KnotTable& knots = surface_.uKnots_;
+    if (!line_.holds(u)) enter(u, side);
+    line_.run(line_.nearerEnd(u), u, jobs_, 2);
+
+    const int coords = jobs_[0].length;
+    const double* du = jobs_[0].out + coords;
+    const double* dv = jobs_[1].out;
+    knotwork::Triple normal = knotwork::crossProduct(triple(du, coords), triple(dv, coords));
+    const double length =
+        std::sqrt(normal.xy[0] * normal.xy[0] + normal.xy[1] * normal.xy[1] + normal.z * normal.z);
+    if (length != 0.0) {
+        normal.xy /= length;
+        normal.z /= length;
+    }
+    normal.write(jobs_[1].out + coords);
+}
+
+void AP_EVAL_NORM_CONST_PARM::enter(double u, int side)
+{
     const int coords = surface_.Coords();
     const std::ptrdiff_t row = std::ptrdiff_t{count_} * coords;
-    spanU_ = knotwork::findSpanOnSide(knots, u, side, spanU_);
+    spanU_ = knotwork::findSpanOnSide(surface_.uKnots_, u, side, spanU_);
+    line_ = knotwork::enterSpan(surface_.uKnots_, spanU_, 1, coords);
     const double* isoCurve = workspace() + std::ptrdiff_t{spanU_} * coords;
-    double* point = workspace() + 2 * row;
-    double* dv = workspace() + 3 * row;
-    const knotwork::DeBoorJob jobs[] = {{isoCurve, coords, coords, 1, point, coords},
-                                        {isoCurve + row, coords, coords, 0, dv, coords}};
-    knotwork::runDeBoor(knots, spanU_, u, knotwork::nearerEnd(knots, spanU_, u), jobs, 2);
-
-    double a[3] = {};  // coordinates that a surface in fewer dimensions lacks are 0
-    double b[3] = {};
-    const int given = std::min(coords, 3);
-    std::copy_n(point + coords, given, a);
-    std::copy_n(dv, given, b);
-    double* normal = dv + coords;
-    knotwork::crossProduct(a, b, normal);
-    const double length =
-        std::sqrt(normal[0] * normal[0] + normal[1] * normal[1] + normal[2] * normal[2]);
-    if (length == 0.0) return;
-    for (int c = 0; c < 3; ++c) normal[c] /= length;
+    jobs_[0] = {isoCurve, coords, coords, 1, workspace() + 2 * row, coords};
+    jobs_[1] = {isoCurve + row, coords, coords, 0, workspace() + 3 * row, coords};
 }
 
 double* AP_EVAL_NORM_CONST_PARM::operator()(int i)

@@ -3,6 +3,7 @@
 
 #include "knotwork/approx/AP_EVAL_CONTEXT.h"
 #include "knotwork/approx/AP_SURFACE.h"
+#include "knotwork/approx/detail/LineSpan.h"
 #include "knotwork/export.h"
 
 /// Points, first derivatives and unit normals of a surface along a line of constant v. On a knot,
@@ -29,10 +30,14 @@ class KNOTWORK_EXPORT AP_EVAL_NORM_CONST_PARM : public AP_EVAL_CONTEXT {
     AP_SURFACE& obj() { return surface_; }
 
   private:
+    void enter(double u, int side);
+
     AP_SURFACE& surface_;
     double v_;
     int side_;
     int count_;  // points of the iso-curve in the workspace, 0 before there is one
     int spanU_;
     int spanV_;
+    knotwork::LineSpan line_;  // as AP_EVAL_CONST_PARM's
+    knotwork::DeBoorJob jobs_[2];
 };

@@ -19,51 +19,50 @@ constexpr int kPairs = kLanes / 2;
 
 constexpr int ratioCount(int degree)
 {
-    return degree * (degree + 1) / 2;
+    return KnotTable::triangleSize(degree);
 }
 
-/// The 2p knots around a span. The mirror image is the same text on negated knots in reverse order;
-/// which end is nearer to t is random, so the choice is made without a branch.
-struct Window {
-    const double* from;
-    std::ptrdiff_t step;
-    double sign;
-    double x;
-    double operator[](int j) const { return sign * from[j * step]; }
-};
-
-/// Numerators and denominators of all ratios of the triangle, level after level: alpha, and behind
-/// all of them (p - r + 1) / (right - left) for the levels at which derivatives come up.
-template <class Knots>
-[[gnu::always_inline]] inline void fillRatios(const Knots& knots, const Window& window, int p,
-                                              int orders, double* numerator, double* denominator)
+SpanWindow windowOf(const KnotTable& knots, int span, SpanEnd end)
 {
-    const int slopes = ratioCount(p);
+    const int p = knots.degree();
+    const bool mirrored = end == SpanEnd::kRight;
+    if (p < 1) return {p, mirrored, nullptr, nullptr};
+    return {p, mirrored, knots.at(mirrored ? span + p : span + 1 - p), knots.reciprocals(span)};
+}
+
+/// All ratios of the triangle, level after level: alpha, and (p - r + 1) / (right - left) for the
+/// levels at which derivatives come up. Which end is nearer to a random t is random, so that choice
+/// is made without a branch.
+[[gnu::always_inline]] inline void fillRatios(const SpanWindow& window, bool mirrored, double t,
+                                              int p, int orders, double* alpha, double* slope)
+{
+    const std::ptrdiff_t step = mirrored ? -1 : 1;
+    const double sign = mirrored ? -1.0 : 1.0;
     int level = 0;
 #pragma GCC unroll 5
     for (int r = 1; r <= p; ++r) {
+        const int windows = p - r + 1;
+        const double* reciprocal = window.reciprocals + (mirrored ? level + windows - 1 : level);
+        const double factor = sign * windows;
 #pragma GCC unroll 5
-        for (int i = 0; i <= p - r; ++i) {
-            const double left = knots[r - 1 + i];
-            const double width = knots[p + i] - left;
-            numerator[level + i] = window.x - left;
-            denominator[level + i] = width;
-            if (r > orders) continue;
-            numerator[slopes + level + i] = window.sign * (p - r + 1);
-            denominator[slopes + level + i] = width;
+        for (int i = 0; i < windows; ++i) {
+            const double width = reciprocal[i * step];
+            const double left = window.left[(r - 1 + i) * step];
+            alpha[level + i] = sign * (t - left) * width;
+            if (r <= orders) slope[level + i] = factor * width;
         }
-        level += p - r + 1;
+        level += windows;
     }
 }
 
 [[gnu::always_inline]] inline void load(const double* from, int live, Pair* to)
 {
-    if (live == kLanes) {
-        std::memcpy(to, from, kLanes * sizeof(double));
-        return;
-    }
-    to[0] = Pair{from[0], live > 1 ? from[1] : 0.0};
-    to[1] = Pair{live > 2 ? from[2] : 0.0, 0.0};
+    std::memcpy(to, from, (live < 2 ? 1 : 2) * sizeof(double));
+    if (live < 2) to[0][1] = 0.0;
+    if (live == kLanes)
+        std::memcpy(to + 1, from + 2, sizeof(Pair));
+    else
+        to[1] = Pair{live > 2 ? from[2] : 0.0, 0.0};
 }
 
 [[gnu::always_inline]] inline void store(const Pair* from, int live, double* to)
@@ -72,8 +71,11 @@ template <class Knots>
         std::memcpy(to, from, kLanes * sizeof(double));
         return;
     }
-    to[0] = from[0][0];
-    if (live > 1) to[1] = from[0][1];
+    if (live < 2) {
+        to[0] = from[0][0];
+        return;
+    }
+    std::memcpy(to, from, sizeof(Pair));
     if (live > 2) to[2] = from[1][0];
 }
 
@@ -111,90 +113,78 @@ template <class Knots>
     for (int m = 0; m <= orders; ++m) store(scratch + m * row, live, out + m * outStride);
 }
 
-/// Cuts the points of a job into blocks.
-template <class Run>
-[[gnu::always_inline]] inline void forBlocks(const DeBoorJob& job, int p, bool mirrored, Run&& run)
+/// Runs one job, cut into blocks; none is needed for a known length below kLanes.
+[[gnu::always_inline]] inline void runJob(const DeBoorJob& job, int p, int orders, bool mirrored,
+                                          int knownLength, const double* alpha, const double* slope,
+                                          Pair* scratch)
 {
     const std::ptrdiff_t step = mirrored ? -job.stride : job.stride;
     const double* points = mirrored ? job.points + p * job.stride : job.points;
     double* out = job.out;
+    if (knownLength > 0)
+        return runBlock(p, orders, alpha, slope, points, step, knownLength, out, job.outStride,
+                        scratch);
     int left = job.length;
     for (; left >= kLanes; left -= kLanes, points += kLanes, out += kLanes)
-        run(points, step, kLanes, out);
-    if (left > 0) run(points, step, left, out);
+        runBlock(p, orders, alpha, slope, points, step, kLanes, out, job.outStride, scratch);
+    if (left > 0)
+        runBlock(p, orders, alpha, slope, points, step, left, out, job.outStride, scratch);
 }
 
-/// The common degrees and orders, unrolled, in registers as far as they reach.
-template <int kDegree, int kOrders>
-void runFixed(const Window& window, const DeBoorJob* jobs, int count)
+enum class Ends { kLeft, kRight, kEither };
+
+/// The common degrees and orders, unrolled, in registers as far as they reach. Length 0: any.
+template <int kDegree, int kOrders, int kLength, Ends kEnds>
+void runFixed(const SpanWindow& window, double t, const DeBoorJob* jobs, int count)
 {
-    constexpr int kAlphas = ratioCount(kDegree);
-    constexpr int kRatios = kAlphas + kAlphas - ratioCount(kDegree - kOrders);
-    constexpr int kEven = (kRatios + 1) / 2 * 2;
-    double knots[2 * kDegree];
-    double ratio[kEven];
-    double width[kEven];
-    ratio[kEven - 1] = width[kEven - 1] = 1.0;
-#pragma GCC unroll 10
-    for (int j = 0; j < 2 * kDegree; ++j) knots[j] = window[j];
-    fillRatios(knots, window, kDegree, kOrders, ratio, width);
-    // Divisions take most of the time and come two for the price of one.
-#pragma GCC unroll 15
-    for (int i = 0; i < kEven; i += 2) {
-        const Pair quotients = Pair{ratio[i], ratio[i + 1]} / Pair{width[i], width[i + 1]};
-        ratio[i] = quotients[0];
-        ratio[i + 1] = quotients[1];
+    const bool mirrored = kEnds == Ends::kEither ? window.mirrored : kEnds == Ends::kRight;
+    double alpha[ratioCount(kDegree)];
+    double slope[ratioCount(kDegree)];
+    fillRatios(window, mirrored, t, kDegree, kOrders, alpha, slope);
+    for (const DeBoorJob* job = jobs; job != jobs + count; ++job) {
+        Pair scratch[(kOrders + 1) * (kDegree + 1) * kPairs];
+        if (job->orders >= kOrders)
+            runJob(*job, kDegree, kOrders, mirrored, kLength, alpha, slope, scratch);
+        else if (kOrders > 1 && job->orders == 1)
+            runJob(*job, kDegree, std::min(1, kOrders), mirrored, kLength, alpha, slope, scratch);
+        else
+            runJob(*job, kDegree, 0, mirrored, kLength, alpha, slope, scratch);
     }
-    const double* alpha = ratio;
-    const double* slope = ratio + kAlphas;
-    for (const DeBoorJob* job = jobs; job != jobs + count; ++job)
-        forBlocks(*job, kDegree, window.step < 0,
-                  [&](const double* points, std::ptrdiff_t stride, int live, double* out) {
-                      Pair scratch[(kOrders + 1) * (kDegree + 1) * kPairs];
-                      const auto runTo = [&](int orders) {
-                          runBlock(kDegree, orders, alpha, slope, points, stride, live, out,
-                                   job->outStride, scratch);
-                      };
-                      if (job->orders >= kOrders) return runTo(kOrders);
-                      if constexpr (kOrders > 1)
-                          if (job->orders == 1) return runTo(1);
-                      runTo(0);
-                  });
 }
 
-void runAny(int p, const Window& window, const DeBoorJob* jobs, int count)
+void runAny(const SpanWindow& window, double t, const DeBoorJob* jobs, int count)
 {
+    const int p = window.degree;
     const int most = std::min(p, jobs[0].orders);
     const auto ratios = static_cast<std::size_t>(ratioCount(p));
     LocalArray<kRatiosOnStack> local(2 * ratios);
-    LocalArray<kRatiosOnStack> widths(2 * ratios);
     double* alpha = local.data();
     double* slope = alpha + ratios;
-    fillRatios(window, window, p, most, alpha, widths.data());
-    const int announced = ratioCount(p) - ratioCount(p - most);
-    for (int i = 0; i < ratioCount(p) + announced; ++i) alpha[i] /= widths.data()[i];
+    fillRatios(window, window.mirrored, t, p, most, alpha, slope);
     LocalArray<kScratchOnStack> scratch(static_cast<std::size_t>((most + 1) * (p + 1) * kLanes));
     for (const DeBoorJob* job = jobs; job != jobs + count; ++job)
-        forBlocks(*job, p, window.step < 0,
-                  [&](const double* points, std::ptrdiff_t stride, int live, double* out) {
-                      runBlock(p, std::min(p, job->orders), alpha, slope, points, stride, live, out,
-                               job->outStride, reinterpret_cast<Pair*>(scratch.data()));
-                  });
+        runJob(*job, p, std::min(p, job->orders), window.mirrored, 0, alpha, slope,
+               reinterpret_cast<Pair*>(scratch.data()));
 }
-
-using Runner = void (*)(const Window& window, const DeBoorJob* jobs, int count);
 
 constexpr int kMostDegree = 5;
 constexpr int kMostOrders = 2;
+constexpr int kSpace = 3;  // the length with texts of its own
 
 /// The unrolled texts by degree and most orders, neither of them above the degree.
-constexpr Runner kRunners[kMostDegree + 1][kMostOrders + 1] = {
+template <int kLength, Ends kEnds>
+constexpr DeBoorRunner kRunners[kMostDegree + 1][kMostOrders + 1] = {
     {},
-    {runFixed<1, 0>, runFixed<1, 1>, runFixed<1, 1>},
-    {runFixed<2, 0>, runFixed<2, 1>, runFixed<2, 2>},
-    {runFixed<3, 0>, runFixed<3, 1>, runFixed<3, 2>},
-    {runFixed<4, 0>, runFixed<4, 1>, runFixed<4, 2>},
-    {runFixed<5, 0>, runFixed<5, 1>, runFixed<5, 2>},
+    {runFixed<1, 0, kLength, kEnds>, runFixed<1, 1, kLength, kEnds>,
+     runFixed<1, 1, kLength, kEnds>},
+    {runFixed<2, 0, kLength, kEnds>, runFixed<2, 1, kLength, kEnds>,
+     runFixed<2, 2, kLength, kEnds>},
+    {runFixed<3, 0, kLength, kEnds>, runFixed<3, 1, kLength, kEnds>,
+     runFixed<3, 2, kLength, kEnds>},
+    {runFixed<4, 0, kLength, kEnds>, runFixed<4, 1, kLength, kEnds>,
+     runFixed<4, 2, kLength, kEnds>},
+    {runFixed<5, 0, kLength, kEnds>, runFixed<5, 1, kLength, kEnds>,
+     runFixed<5, 2, kLength, kEnds>},
 };
 
 /// The derivatives above the degree.
@@ -205,6 +195,20 @@ void clearRows(int p, const DeBoorJob* jobs, int count)
             std::fill_n(job->out + m * job->outStride, job->length, 0.0);
 }
 
+template <Ends kEnds>
+DeBoorRunner runnerFor(int p, int orders, int length)
+{
+    if (p < 1 || p > kMostDegree || (orders > kMostOrders && p > kMostOrders)) return runAny;
+    const int known = std::min(orders, kMostOrders);
+    return length == kSpace ? kRunners<kSpace, kEnds>[p][known] : kRunners<0, kEnds>[p][known];
+}
+
+void runWithZeros(const SpanWindow& window, double t, const DeBoorJob* jobs, int count)
+{
+    clearRows(window.degree, jobs, count);
+    runnerFor<Ends::kEither>(window.degree, jobs[0].orders, jobs[0].length)(window, t, jobs, count);
+}
+
 }  // namespace
 
 void runDeBoor(const KnotTable& knots, int span, double t, SpanEnd end, const DeBoorJob* jobs,
@@ -212,15 +216,25 @@ void runDeBoor(const KnotTable& knots, int span, double t, SpanEnd end, const De
 {
     const int p = knots.degree();
     const int orders = jobs[0].orders;
-    if (orders > p) clearRows(p, jobs, count);
-    const bool mirrored = end == SpanEnd::kRight;
-    const double sign = mirrored ? -1.0 : 1.0;
-    const Window window = {p < 1 ? nullptr : knots.at(mirrored ? span + p : span + 1 - p),
-                           mirrored ? -1 : 1, sign, sign * t};
-    if (p >= 1 && p <= kMostDegree && (orders <= kMostOrders || p <= kMostOrders))
-        kRunners[p][std::min(orders, kMostOrders)](window, jobs, count);
-    else
-        runAny(p, window, jobs, count);
+    const SpanWindow window = windowOf(knots, span, end);
+    if (orders > p) return runWithZeros(window, t, jobs, count);
+    runnerFor<Ends::kEither>(p, orders, jobs[0].length)(window, t, jobs, count);
+}
+
+LineSpan enterSpan(const KnotTable& knots, int span, int orders, int length)
+{
+    LineSpan line;
+    const int p = knots.degree();
+    if (p > 0) {
+        line.low = knots(span);
+        line.high = knots(span + 1);
+    }
+    line.windows[0] = windowOf(knots, span, SpanEnd::kLeft);
+    line.windows[1] = windowOf(knots, span, SpanEnd::kRight);
+    const bool zeros = orders > p;
+    line.runners[0] = zeros ? runWithZeros : runnerFor<Ends::kLeft>(p, orders, length);
+    line.runners[1] = zeros ? runWithZeros : runnerFor<Ends::kRight>(p, orders, length);
+    return line;
 }
 
 }  // namespace knotwork

@@ -4,12 +4,9 @@
 #include <cstddef>
 
 #include "knotwork/approx/detail/KnotTable.h"
+#include "knotwork/approx/detail/LineSpan.h"
 
 namespace knotwork {
-
-/// Where a span's triangle starts. The right-end scheme is the exact mirror image of the left-end
-/// one, so that a clamped curve meets its last control point exactly, as it does its first.
-enum class SpanEnd { kLeft, kRight };
 
 /// The end nearer to t, the left one on a tie.
 inline SpanEnd nearerEnd(const KnotTable& knots, int span, double t)
@@ -17,17 +14,6 @@ inline SpanEnd nearerEnd(const KnotTable& knots, int span, double t)
     if (knots.degree() < 1) return SpanEnd::kLeft;
     return knots(span + 1) - t >= t - knots(span) ? SpanEnd::kLeft : SpanEnd::kRight;
 }
-
-/// Points to run a triangle on: p + 1 of them, `length` numbers each, the one of index `span`
-/// first. Derivative j, 0 ... orders, goes to out + j outStride; those above the degree are zeros.
-struct DeBoorJob {
-    const double* points;
-    std::ptrdiff_t stride;
-    int length;
-    int orders;
-    double* out;
-    std::ptrdiff_t outStride;
-};
 
 /// Runs the de Boor triangle of one span and one parameter on `count` sets of points, the one with
 /// the most orders first. Level r replaces neighbours P, Q by P + alpha (Q - P), with
@@ -44,5 +30,9 @@ inline void runDeBoor(const KnotTable& knots, int span, double t, SpanEnd end, c
 {
     runDeBoor(knots, span, t, end, &job, 1);
 }
+
+/// Makes ready for many parameters in one span, from one end or the other: jobs with up to `orders`
+/// derivatives of points of `length` numbers.
+LineSpan enterSpan(const KnotTable& knots, int span, int orders, int length);
 
 }  // namespace knotwork

@@ -28,6 +28,7 @@ void readKnots(KnotTable& knots, const Node* node, Direction<Node> along)
         before = cell;
         node = node->*along.next;
     }
+    knots.renewReciprocals();
 }
 
 /// Points a line of nodes at fresh cells, repeated knots at their predecessor's.

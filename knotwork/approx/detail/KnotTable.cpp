@@ -24,9 +24,16 @@ KnotTable::KnotTable(int degree, int spans)
       knots_(makeArray<double>(capacity_)),
       repeats_(makeArray<unsigned char>(capacity_))
 {
+    renewReciprocals();
 }
 
-KnotTable::KnotTable(const KnotTable& other) : KnotTable(other.degree_, other.spans_)
+KnotTable::KnotTable(const KnotTable& other)
+    : degree_(other.degree_),
+      spans_(other.spans_),
+      capacity_(other.count()),
+      knots_(makeArray<double>(capacity_)),
+      repeats_(makeArray<unsigned char>(capacity_)),
+      reciprocals_(other.reciprocals_)
 {
     if (capacity_ <= 0) return;
     std::copy_n(other.knots_.get(), capacity_, knots_.get());
@@ -43,6 +50,20 @@ void KnotTable::putRepeated(int i)
 {
     put(i, (*this)(i - 1));
     repeats_.get()[i - first()] = 1;
+}
+
+void KnotTable::renewReciprocals()
+{
+    if (degree_ < 1 || spans_ < 1) return;
+    reciprocals_.resize(static_cast<std::size_t>(spans_) *
+                        static_cast<std::size_t>(triangleSize(degree_)));
+    double* next = reciprocals_.data();
+    for (int s = 0; s < spans_; ++s)
+        for (int r = 1; r <= degree_; ++r) {
+            const double* right = at(s + 1);
+            for (int i = 0; i <= degree_ - r; ++i, ++right)
+                *next++ = 1.0 / (right[0] - right[r - 1 - degree_]);
+        }
 }
 
 void KnotTable::grow(int needed)
@@ -74,6 +95,7 @@ int KnotTable::insert(double t, int r)
     std::fill_n(repeats + place, r, static_cast<unsigned char>(1));
     repeats[place] = 0;
     spans_ += r;
+    renewReciprocals();
     return q;
 }
 
