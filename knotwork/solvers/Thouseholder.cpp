@@ -18,6 +18,16 @@ unsigned workLength(const DoubleGenMat& a)
     return std::max(a.rows() & 0xFFFFu, a.cols() & 0xFFFFu);
 }
 
+/// to = factor from; rows of neighbours, the common case, go in one move.
+void copyScaled(int n, double factor, const double* from, std::ptrdiff_t fromStep, double* to,
+                std::ptrdiff_t toStep)
+{
+    if (fromStep == 1 && toStep == 1)
+        for (int c = 0; c < n; ++c) to[c] = factor * from[c];
+    else
+        for (int c = 0; c < n; ++c) to[toStep * c] = factor * from[fromStep * c];
+}
+
 }  // namespace
 
 Thouseholder::Thouseholder(TsolverReporter& reporter, double tolerance, int maxEntriesPerRow,
@@ -166,17 +176,23 @@ void Thouseholder::solveSome(TtupleVector& rhs, TtupleVector& x, int first, int 
         const int row = rowOrder_(i);
         const double factor = scaled ? rhsMult_(row) : 1.0;
         const double* numbers = right.data() + (std::ptrdiff_t{rhs.size()} * row + first) * step;
-        for (int c = 0; c < width; ++c) solve.rhs().at(i, c) = factor * numbers[step * c];
+        double* to = &solve.rhs().at(i, 0);
+        const std::ptrdiff_t toStep = width > 1 ? &solve.rhs().at(i, 1) - to : 1;
+        copyScaled(width, factor, numbers, step, to, toStep);
     }
     solve.run();
 
     DoubleVec solution(x.data());
     const std::ptrdiff_t stride = solution.stride();
-    for (int c = 0; c < width; ++c) x.component(first + c) = 0.0;
+    const auto numbersOf = [&](int unknown) {
+        return solution.data() + (std::ptrdiff_t{x.size()} * unknown + first) * stride;
+    };
+    for (int i = 0; i < x.points(); ++i)
+        for (int c = 0; c < width; ++c) numbersOf(i)[stride * c] = 0.0;
     for (int j = 0; j < layout.cols; ++j) {
-        double* numbers =
-            solution.data() + (std::ptrdiff_t{x.size()} * colOrder_(j) + first) * stride;
-        for (int c = 0; c < width; ++c) numbers[stride * c] = solve.x().at(j, c);
+        const double* from = &solve.x().at(j, 0);
+        const std::ptrdiff_t fromStep = width > 1 ? &solve.x().at(j, 1) - from : 1;
+        copyScaled(width, 1.0, from, fromStep, numbersOf(colOrder_(j)), stride);
     }
 }
 

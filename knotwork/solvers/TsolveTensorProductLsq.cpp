@@ -28,6 +28,26 @@ int solveAsGrid(DoubleGenMat* X, Solve solveGrid)
     return code;
 }
 
+/// visit(place in the grid, which lies column by column, and place if it lay row by row).
+template <class Visit>
+void forNumbers(const TtupleMatrix& grid, Visit visit)
+{
+    const int size = grid.size();
+    int at = 0;
+    for (int j = 0; j < grid.cols(); ++j)
+        for (int i = 0; i < grid.rows(); ++i)
+            for (int c = 0; c < size; ++c) visit(at++, (i * grid.cols() + j) * size + c);
+}
+
+TtupleVector sideBySide(TtupleMatrix& grid)
+{
+    TtupleVector rows(grid.size() * grid.cols(), grid.rows(), 0.0);
+    const DoubleVec from(grid.data());
+    DoubleVec to(rows.data());
+    forNumbers(grid, [&](int inColumns, int inRows) { to(inRows) = from(inColumns); });
+    return rows;
+}
+
 IntVec fixedRows(const IntGenMat& mask, int column)
 {
     return mask.col(column).valueIndex(kFixed);
@@ -57,14 +77,9 @@ int TsolveTensorProductLsq::solve(const TtupleMatrix& B, TtupleMatrix* X) const
 {
     if (X == nullptr || B.size() != X->size()) return knotwork::kBadArgument;
     TtupleMatrix T(B.size(), B.rows(), X->cols(), 0.0);
-    int code = sweepRows(B, T);
+    const int code = sweepRows(B, T);
     if (code != knotwork::kSolved && code != kNoRows) return code;
-    for (int j = 0; j < T.cols(); ++j) {
-        TtupleVector column(X->columnVector(j));
-        code = u_.solve(T.columnVector(j), &column, false);
-        if (code != knotwork::kSolved) return code;
-    }
-    return code;
+    return T.cols() == 0 ? code : sweepColumns(T, *X);
 }
 
 /// Every row of B through the v solver: the columns of B are its points, of one coordinate for each
@@ -76,6 +91,20 @@ int TsolveTensorProductLsq::sweepRows(const TtupleMatrix& B, TtupleMatrix& T) co
     const int numbersPerColumn = B.size() * B.rows();
     TtupleVector result(numbersPerColumn, T.data());
     return v_.solve(TtupleVector(numbersPerColumn, source.data()), &result, false);
+}
+
+/// Every column of T through the u solver, side by side: point i holds the numbers that all columns
+/// have in row i. What the solver leaves alone in X stays.
+int TsolveTensorProductLsq::sweepColumns(const TtupleMatrix& T, TtupleMatrix& X) const
+{
+    TtupleMatrix source(T);
+    TtupleVector rhs(sideBySide(source));
+    TtupleVector found(sideBySide(X));
+    const int code = u_.solve(rhs, &found, false);
+    const DoubleVec from(found.data());
+    DoubleVec to(X.data());
+    forNumbers(X, [&](int inColumns, int inRows) { to(inColumns) = from(inRows); });
+    return code;
 }
 
 int TsolveTensorProductLsq::solveFixed(const DoubleGenMat& Au, const DoubleGenMat& Av,

@@ -8,7 +8,8 @@
 /// Fits a grid B (samples in u x samples in v) by Au X Av^T with one solver a direction: every row
 /// of B through the v solver, then every column of what comes out through the u solver. A column of
 /// grid points is, without moving anything, one point of many coordinates, so the sweep over all
-/// rows and coordinates is one solve, with the same operations for each.
+/// rows and coordinates is one solve, with the same operations for each. The sweep over columns is
+/// one solve too, on a transposed copy.
 /// Shapes    B: rows of Au x rows of Av; X: columns of Au x columns of Av, shape given by the
 ///           caller; points of B and X have the same dimension.
 /// Codes     those of the solvers (0, 4, 5), -1 from setMatrix for a dependent direction, -1 for a
@@ -42,6 +43,7 @@ class KNOTWORK_EXPORT TsolveTensorProductLsq {
 
   private:
     int sweepRows(const TtupleMatrix& B, TtupleMatrix& T) const;
+    int sweepColumns(const TtupleMatrix& T, TtupleMatrix& X) const;
     int solveColumnAround(const DoubleGenMat& Au, const IntVec& fixed, const TtupleVector& rhs,
                           TtupleVector& column);
 
