@@ -18,6 +18,7 @@ constexpr int kLevels = 33;     // of colour; odd, so that 0 of a signed scale i
 constexpr double kScaleRoom = 90.0;
 constexpr double kScaleWidth = 18.0;
 
+constexpr const char* kCellStyle = "shape-rendering=\"crispEdges\" ";
 constexpr double kNegativeZeroPositive[3][3] = {
     {0.13, 0.40, 0.67}, {0.97, 0.97, 0.97}, {0.70, 0.09, 0.17}};
 constexpr double kNoneSomeMost[3][3] = {{1.00, 0.98, 0.90}, {0.93, 0.50, 0.18}, {0.35, 0.02, 0.10}};
@@ -169,7 +170,7 @@ void drawCells(SvgCanvas& canvas, const SvgPlot& plot, const ResidualCells& cell
                 shortRectangle(plot.onPaper({cells.u.border(from), cells.v.border(j)}),
                                plot.onPaper({cells.u.border(i), cells.v.border(j + 1)}));
         }
-    canvas.openGroup("shape-rendering=\"crispEdges\"");
+    canvas.openGroup(std::string(kCellStyle) + kInTenths);
     for (int level = 0; level < kLevels; ++level) {
         const std::string& path = paths[static_cast<std::size_t>(level)];
         if (!path.empty()) canvas.path(path, scale.fill(level));
@@ -181,7 +182,7 @@ void drawScale(SvgCanvas& canvas, const PlotFrame& frame, const ColourScale& sca
 {
     SvgPlot plot(canvas, frame, {{0.0, scale.low()}, {1.0, scale.high()}, false});
     const double step = frame.height() / kLevels;
-    canvas.openGroup("shape-rendering=\"crispEdges\"");
+    canvas.openGroup(std::string(kCellStyle) + kInTenths);
     for (int level = 0; level < kLevels; ++level)
         canvas.path(shortRectangle({frame.left, frame.bottom - level * step},
                                    {frame.right, frame.bottom - (level + 1) * step}),

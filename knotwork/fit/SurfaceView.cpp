@@ -12,14 +12,15 @@ namespace knotwork {
 
 namespace {
 
-constexpr int kMostIsoCurves = 24;     // in a direction; of more knots some are left out
-constexpr int kWantedQuads = 54;       // in a direction
+constexpr int kMostIsoCurves = 20;     // in a direction; of more knots some are left out
+constexpr int kWantedFaces = 52;       // in a direction
 constexpr double kHeightShare = 0.35;  // of the longer side of the base
 constexpr double kMostAspect = 2.5;
 
-constexpr const char* kQuadStyle =
-    "fill=\"currentColor\" stroke=\"currentColor\" stroke-width=\"0.6\" stroke-linejoin=\"round\"";
-constexpr const char* kIsoStyle = "color=\"#16324f\" stroke-width=\"0.9\"";
+constexpr const char* kFaceStyle =
+    "fill=\"currentColor\" stroke=\"currentColor\" stroke-width=\"8\" stroke-linejoin=\"round\" ";
+constexpr const char* kIsoStyle = "color=\"#135\"";
+constexpr const char* kHaloStyle = "stroke=\"#ffffff\" stroke-width=\"3\" paint-order=\"stroke\"";
 constexpr double kFront[] = {0.55, 0.76, 0.88};
 constexpr double kBack[] = {0.90, 0.75, 0.52};
 constexpr double kAmbient = 0.35;  // what a face turned from the light keeps of its colour
@@ -58,7 +59,7 @@ GridLines gridLines(const BsplineBasis& basis)
     GridLines lines;
     lines.knotsPerLine = (spans + kMostIsoCurves - 1) / kMostIsoCurves;
     const int pieces = (spans + lines.knotsPerLine - 1) / lines.knotsPerLine;
-    lines.perPiece = std::max(kWantedQuads / pieces, 1);
+    lines.perPiece = std::max(kWantedFaces / pieces, 1);
     for (int piece = 0; piece < pieces; ++piece) {
         const int first = piece * lines.knotsPerLine;
         const double from = breaks[static_cast<std::size_t>(first)];
@@ -150,7 +151,8 @@ void DrawnSurface::shape(const FittedSurface& surface)
             p[c] = half[c] > 0.0 ? size[c] * ((p[c] / 2 - middle[c] / 2) / half[c]) : 0.0;
 }
 
-/// Looks along parallel rays from 60 degrees right of the x axis' far side, 32 degrees up.
+/// Looks along parallel rays from 60 degrees to the right of the x axis and 32 degrees up, so that
+/// x runs to the right and y away. The light comes from the left, over the shoulder.
 class Camera {
   public:
     Camera()
@@ -229,14 +231,14 @@ class Faces {
 class SurfacePainter {
   public:
     SurfacePainter(SvgCanvas& canvas, const PlotFrame& frame, const DrawnSurface& surface)
-        : canvas_(canvas), surface_(surface), plot_(canvas, frame, rangeOf(frame))
+        : canvas_(canvas), surface_(surface), range_(rangeOf(frame)), plot_(canvas, frame, range_)
     {
     }
 
     void paintFaces() const
     {
         const Faces faces(surface_, camera_);
-        canvas_.openGroup(kQuadStyle);
+        canvas_.openGroup(std::string(kFaceStyle) + kInTenths);
         for (int k = 0; k < faces.count(); ++k) {
             const int i = faces.i(k);
             const int j = faces.j(k);
@@ -246,28 +248,26 @@ class SurfacePainter {
         canvas_.closeGroup();
     }
 
-    /// Parameters at the corners, as far as they leave each other room.
+    /// Parameters at the corners, outside the surface as a rule and as far as they leave each
+    /// other room.
     void nameCorners() const
     {
-        constexpr double kRoom = 40.0;
         const int lastU = surface_.u.count() - 1;
         const int lastV = surface_.v.count() - 1;
-        const std::string u = "u = ";
-        const std::string v = "v = ";
-        const std::string uFirst = u + number(surface_.u.at.front());
-        const std::string vFirst = v + number(surface_.v.at.front());
-        const std::string uLast = u + number(surface_.u.at.back());
-        const std::string vLast = v + number(surface_.v.at.back());
-        const PlotPoint origin = at(0, 0);
-        const auto apart = [](PlotPoint a, PlotPoint b) {
-            return std::hypot(a.x - b.x, a.y - b.y) > kRoom;
+        const auto name = [](const char* parameter, double value) {
+            return std::string(parameter) + " = " + number(value);
         };
-        canvas_.text({origin.x, origin.y + 18}, "middle", 12, uFirst + ", " + vFirst);
-        const PlotPoint alongU = at(lastU, 0);
-        if (apart(alongU, origin)) canvas_.text({alongU.x, alongU.y + 18}, "middle", 12, uLast);
-        const PlotPoint alongV = at(0, lastV);
+        const std::string first =
+            name("u", surface_.u.at.front()) + ", " + name("v", surface_.v.at.front());
+        const PlotPoint origin = cornerName(0, 0);
+        const PlotPoint alongU = cornerName(lastU, 0);
+        const PlotPoint alongV = cornerName(0, lastV);
+        canvas_.openGroup(kHaloStyle);
+        writeName(origin, first);
+        if (apart(alongU, origin)) writeName(alongU, name("u", surface_.u.at.back()));
         if (apart(alongV, origin) && apart(alongV, alongU))
-            canvas_.text({alongV.x, alongV.y - 10}, "middle", 12, vLast);
+            writeName(alongV, name("v", surface_.v.at.back()));
+        canvas_.closeGroup();
     }
 
   private:
@@ -285,6 +285,34 @@ class SurfacePainter {
     PlotPoint at(int i, int j) const
     {
         return plot_.onPaper(camera_.project(surface_.point(i, j)));
+    }
+
+    /// Centred, unless that would start left of the paper.
+    void writeName(PlotPoint at, const std::string& words) const
+    {
+        constexpr double kHalfACharacter = 3.5;
+        const double half = kHalfACharacter * static_cast<double>(words.size());
+        canvas_.text({std::max(at.x, half + kHalfACharacter), at.y}, "middle", 12, words);
+    }
+
+    static bool apart(PlotPoint a, PlotPoint b)
+    {
+        constexpr double kRoom = 60.0;
+        return std::hypot(a.x - b.x, a.y - b.y) > kRoom;
+    }
+
+    /// Away from the corner as seen from the middle of the drawing.
+    PlotPoint cornerName(int i, int j) const
+    {
+        constexpr double kDistance = 20.0;
+        constexpr double kHalfALetter = 4.0;
+        const PlotPoint corner = at(i, j);
+        const PlotPoint middle =
+            plot_.onPaper({(range_.low.x + range_.high.x) / 2, (range_.low.y + range_.high.y) / 2});
+        const double length = std::hypot(corner.x - middle.x, corner.y - middle.y);
+        const double share = length > 0.0 ? kDistance / length : 0.0;
+        return {corner.x + share * (corner.x - middle.x),
+                corner.y + share * (corner.y - middle.y) + kHalfALetter};
     }
 
     void paintFace(int i, int j) const
@@ -311,6 +339,7 @@ class SurfacePainter {
     SvgCanvas& canvas_;
     const Camera camera_;
     const DrawnSurface& surface_;
+    const PlotRange range_;
     const SvgPlot plot_;
 };
 

@@ -59,12 +59,10 @@ long tenths(double value)
     return std::lround(10.0 * value);
 }
 
-void appendTenths(std::string& text, char before, long x, long y)
+/// A step of a path, with a space only where the sign does not part the numbers.
+std::string step(char command, long x, long y)
 {
-    char digits[64];
-    std::snprintf(digits, sizeof digits, "%c%g %g", before, static_cast<double>(x) / 10.0,
-                  static_cast<double>(y) / 10.0);
-    text += digits;
+    return command + std::to_string(x) + (y < 0 ? "" : " ") + std::to_string(y);
 }
 
 }  // namespace
@@ -96,14 +94,12 @@ std::string colour(const double (&rgb)[3])
 std::string shortPath(const std::vector<PlotPoint>& points)
 {
     std::string path;
-    char command = 'M';
     long x = 0;
     long y = 0;
     for (const PlotPoint& p : points) {
         const long nextX = tenths(p.x);
         const long nextY = tenths(p.y);
-        appendTenths(path, command, nextX - x, nextY - y);
-        command = command == 'M' ? 'l' : ' ';
+        path += step(path.empty() ? 'M' : 'l', nextX - x, nextY - y);
         x = nextX;
         y = nextY;
     }
@@ -114,13 +110,9 @@ std::string shortRectangle(PlotPoint corner, PlotPoint opposite)
 {
     const long x = tenths(corner.x);
     const long y = tenths(corner.y);
-    const double width = static_cast<double>(tenths(opposite.x) - x) / 10.0;
-    const double height = static_cast<double>(tenths(opposite.y) - y) / 10.0;
-    std::string path;
-    appendTenths(path, 'M', x, y);
-    char digits[96];
-    std::snprintf(digits, sizeof digits, "h%gv%gh%gz", width, height, -width);
-    return path + digits;
+    const std::string width = std::to_string(tenths(opposite.x) - x);
+    const std::string height = std::to_string(tenths(opposite.y) - y);
+    return step('M', x, y) + 'h' + width + 'v' + height + "H" + std::to_string(x) + 'z';
 }
 
 SvgCanvas::SvgCanvas(std::ostream& os, double width, double height) : os_(os)
@@ -167,7 +159,7 @@ void SvgCanvas::circle(PlotPoint middle, double radius, const char* style)
         << pixels(radius) << "\" " << style << "/>\n";
 }
 
-void SvgCanvas::openGroup(const char* style)
+void SvgCanvas::openGroup(const std::string& style)
 {
     os_ << "<g " << style << ">\n";
 }

@@ -16,7 +16,10 @@ std::string pixels(double value);            ///< with two digits
 std::string number(double value);            ///< as a reader wants it
 std::string colour(const double (&rgb)[3]);  ///< of shares from 0 to 1
 
-/// The steps of a path through points, in tenths of a pixel: short where there are many.
+/// What a group of short paths says among its style.
+constexpr const char* kInTenths = "transform=\"scale(0.1)\"";
+
+/// The steps of a path through points in whole tenths of a pixel, because there are many.
 std::string shortPath(const std::vector<PlotPoint>& points);
 std::string shortRectangle(PlotPoint corner, PlotPoint opposite);
 
@@ -34,7 +37,7 @@ class SvgCanvas {
     void uprightText(PlotPoint middle, int size, const std::string& words);
     void path(const std::string& steps, const std::string& style);
     void circle(PlotPoint middle, double radius, const char* style);
-    void openGroup(const char* style);
+    void openGroup(const std::string& style);
     void closeGroup();
 
   private:
