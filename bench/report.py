@@ -16,14 +16,33 @@ import sys
 BEGIN = "<!-- measured: begin -->"
 END = "<!-- measured: end -->"
 
-# Benchmark: what it does, its peer.
+# Benchmark: what it does, its peer where the benchmark names no other.
 TITLES = {
     "BM_SplineSystem": ("cubic B-spline system", "`dgglse`"),
     "BM_DenseSystem": ("dense random system", "`dgglse`"),
+    "BM_TensorFit": ("tensor-product fit, 300 x 300 samples, 60 x 60 points", "`dgeqrf`, `dormqr` twice"),
+    "BM_CurveTwoDerivatives": ("curve, two derivatives, random parameters", ""),
+    "BM_SurfaceTwoOrders": ("bicubic surface, partials to order 2, random parameters", ""),
+    "BM_PointGrid": ("a point of a 500 x 500 grid", ""),
+    "BM_NormalGrid": ("a unit normal of a 500 x 500 grid", ""),
     "BM_Product": ("`product(a, b)`, n x n", "`dgemm`"),
     "BM_Sum": ("`a + b`", "plain loop"),
     "BM_Scale": ("`a *= s`", "plain loop"),
     "BM_AddTo": ("`a += b`", "plain loop"),
+}
+
+# Sides of the benchmarks that have several peers.
+PEERS = {
+    "OpenCascadeCurve": "Open CASCADE `Geom_BSplineCurve::D2`",
+    "OpenCascadeSurface": "Open CASCADE `Geom_BSplineSurface::D2`",
+    "OpenCascadePoints": "Open CASCADE `Geom_BSplineSurface::D0`",
+    "OpenCascadeNormals": "Open CASCADE `Geom_BSplineSurface::D1`",
+    "SislCurve": "SISL `s1227`",
+    "SislSurface": "SISL `s1424`",
+    "SislPoints": "SISL `s1421`",
+    "SislNormals": "SISL `s1421`",
+    "SislGrid<0>": "SISL `s1506`, whole grid",
+    "SislGrid<1>": "SISL `s1506`, whole grid",
 }
 
 
@@ -57,7 +76,7 @@ def machine(build):
 
 
 def samples(results):
-    """(benchmark, arguments) -> {"Ours": CPU times in ns, "Peer": ...}, in order of appearance."""
+    """(benchmark, arguments) -> {side: CPU times in ns, of one item where a run has many}."""
     scale = {"ns": 1.0, "us": 1e3, "ms": 1e6, "s": 1e9}
     table = {}
     for run in results["benchmarks"]:
@@ -65,9 +84,12 @@ def samples(results):
             continue
         if run.get("error_occurred"):
             sys.exit(f"{run['run_name']}: {run['error_message']}")
-        name, side, arguments = re.fullmatch(r"(\w+)<(\w+)>/(.*)", run["run_name"]).groups()
-        times = table.setdefault((name, arguments), {})
-        times.setdefault(side, []).append(run["cpu_time"] * scale[run["time_unit"]])
+        name, side, arguments = re.fullmatch(r"(\w+?)<(.+)>(?:/(.*))?", run["run_name"]).groups(default="")
+        side = "Ours" if side.startswith("Our") else side
+        time = run["cpu_time"] * scale[run["time_unit"]]
+        if "items_per_second" in run:
+            time = 1e9 / run["items_per_second"]
+        table.setdefault((name, arguments), {}).setdefault(side, []).append(time)
     return table
 
 
@@ -93,11 +115,14 @@ def table(results):
         title, peer = TITLES[key[0]]
         size = key[1].replace("/", ", ").replace(":", " = ")
         times = measured[key]
-        cells = [title, size, in_units(times["Ours"]), "not installed", "", ""]
-        if "Peer" in times:
-            ratio = statistics.median(times["Peer"]) / statistics.median(times["Ours"])
-            cells[3:] = [peer, in_units(times["Peer"]), f"{ratio:.2f}"]
-        lines.append(f"| {' | '.join(cells)} |")
+        ours = times.pop("Ours")
+        cells = [title, size, in_units(ours)]
+        if not times:
+            lines.append(f"| {' | '.join(cells)} | not installed | | |")
+        for side in sorted(times):
+            ratio = statistics.median(times[side]) / statistics.median(ours)
+            row = cells + [PEERS.get(side, peer), in_units(times[side]), f"{ratio:.2f}"]
+            lines.append(f"| {' | '.join(row)} |")
     return lines
 
 
