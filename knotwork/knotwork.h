@@ -2,7 +2,8 @@
 #pragma once
 
 /// Every public header of the library, from the ground up.
-// clang-format off: in the order of the rooms
+// In the order of the rooms.
+// clang-format off
 #include "knotwork/platform/base.h"
 #include "knotwork/platform/kernel.h"
 #include "knotwork/linalg/DoubleGenMat.h"

@@ -9,7 +9,8 @@ constexpr std::int32_t kWarning = 0;
 constexpr std::int32_t kFatal = 2;
 
 // The texts are what hosts match on: misspellings, double blanks and mixed conversions are theirs.
-// clang-format off: one message a line
+// One message a line.
+// clang-format off
 const ErrorEntry kCoreEntries[] = {
     /* 0x3000 */ {kFatal, "[BADORDER: %s]: Mismatch of function (%u) and rhs (%u) order"},
     /* 0x3001 */ {kFatal, "[BADPARITY: %s]: Length (%u) of a real series must be %s"},
