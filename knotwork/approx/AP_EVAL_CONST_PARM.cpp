@@ -34,9 +34,11 @@ void AP_EVAL_CONST_PARM::setv(double v)
     const int needed = knotwork::evaluatorSize(surface_);
     if (needed > size()) remake(needed);
     v_ = v;
-    line_ = {};
     count_ = surface_.uCount();
-    const int row = count_ * surface_.Coords();
+    const int coords = surface_.Coords();
+    const int row = count_ * coords;
+    line_ = knotwork::startLine(surface_.uDegree(), 0, coords);
+    job_ = {workspace(), coords, coords, 0, workspace() + row, coords};
     const int span = knotwork::findSpan(surface_.vKnots_, v);
     knotwork::runDeBoor(surface_.vKnots_, span, v, knotwork::SpanEnd::kLeft,
                         {surface_.index(span, 0), row, row, 0, workspace(), row});
@@ -51,11 +53,9 @@ void AP_EVAL_CONST_PARM::eval(double u)
 
 void AP_EVAL_CONST_PARM::enter(double u)
 {
-    const int coords = surface_.Coords();
     spanU_ = knotwork::findSpan(surface_.uKnots_, u, spanU_);
-    line_ = knotwork::enterSpan(surface_.uKnots_, spanU_, 0, coords);
-    job_ = {workspace() + std::ptrdiff_t{spanU_} * coords, coords, coords, 0,
-            workspace() + std::ptrdiff_t{count_} * coords, coords};
+    knotwork::enterSpan(line_, surface_.uKnots_, spanU_);
+    job_.points = workspace() + spanU_ * job_.stride;
 }
 
 double* AP_EVAL_CONST_PARM::operator()()

@@ -33,6 +33,6 @@ class KNOTWORK_EXPORT AP_EVAL_CONST_PARM : public AP_EVAL_CONTEXT {
     double v_;
     int count_;  // points of the iso-curve in the workspace, 0 before there is one
     int spanU_;
-    knotwork::LineSpan line_;  // holds no parameter after setv, to be entered anew
+    knotwork::LineSpan line_;  // in no span after setv
     knotwork::DeBoorJob job_;
 };

@@ -53,10 +53,13 @@ void AP_EVAL_NORM_CONST_PARM::setv(double v, int side)
     if (needed > size()) remake(needed);
     v_ = v;
     side_ = side;
-    line_ = {};
     count_ = surface_.uCount();
     const knotwork::KnotTable& knots = surface_.vKnots_;
-    const int row = count_ * surface_.Coords();
+    const int coords = surface_.Coords();
+    const int row = count_ * coords;
+    line_ = knotwork::startLine(surface_.uDegree(), 1, coords);
+    jobs_[0] = {workspace(), coords, coords, 1, workspace() + 2 * std::ptrdiff_t{row}, coords};
+    jobs_[1] = {workspace(), coords, coords, 0, workspace() + 3 * std::ptrdiff_t{row}, coords};
     spanV_ = knotwork::findSpanOnSide(knots, v, side, spanV_);
     knotwork::runDeBoor(knots, spanV_, v, knotwork::nearerEnd(knots, spanV_, v),
                         {surface_.index(spanV_, 0), row, row, 1, workspace(), row});
@@ -83,13 +86,10 @@ void AP_EVAL_NORM_CONST_PARM::eval(double u, int side)
 
 void AP_EVAL_NORM_CONST_PARM::enter(double u, int side)
 {
-    const int coords = surface_.Coords();
-    const std::ptrdiff_t row = std::ptrdiff_t{count_} * coords;
     spanU_ = knotwork::findSpanOnSide(surface_.uKnots_, u, side, spanU_);
-    line_ = knotwork::enterSpan(surface_.uKnots_, spanU_, 1, coords);
-    const double* isoCurve = workspace() + std::ptrdiff_t{spanU_} * coords;
-    jobs_[0] = {isoCurve, coords, coords, 1, workspace() + 2 * row, coords};
-    jobs_[1] = {isoCurve + row, coords, coords, 0, workspace() + 3 * row, coords};
+    knotwork::enterSpan(line_, surface_.uKnots_, spanU_);
+    jobs_[0].points = workspace() + spanU_ * jobs_[0].stride;
+    jobs_[1].points = jobs_[0].points + count_ * jobs_[0].stride;
 }
 
 double* AP_EVAL_NORM_CONST_PARM::operator()(int i)

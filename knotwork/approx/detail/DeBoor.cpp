@@ -14,8 +14,11 @@ constexpr int kLanes = 4;                       // numbers of a point that are a
 constexpr std::size_t kRatiosOnStack = 2 * 78;  // these two are for degree 12 with all orders
 constexpr std::size_t kScratchOnStack = 13 * 13 * kLanes;
 
+// The numbers advanced together are one or two vectors, as the CPU has them; the bits are the same.
 typedef double Pair __attribute__((vector_size(16)));
-constexpr int kPairs = kLanes / 2;
+typedef double Quad __attribute__((vector_size(32)));
+template <class Vector>
+constexpr int kVectors = kLanes / static_cast<int>(sizeof(Vector) / sizeof(double));
 
 constexpr int ratioCount(int degree)
 {
@@ -65,6 +68,17 @@ SpanWindow windowOf(const KnotTable& knots, int span, SpanEnd end)
         to[1] = Pair{live > 2 ? from[2] : 0.0, 0.0};
 }
 
+[[gnu::always_inline]] inline void load(const double* from, int live, Quad* to)
+{
+    if (live == kLanes) {
+        std::memcpy(to, from, sizeof(Quad));
+        return;
+    }
+    Pair halves[2];
+    load(from, live, halves);
+    *to = __builtin_shufflevector(halves[0], halves[1], 0, 1, 2, 3);
+}
+
 [[gnu::always_inline]] inline void store(const Pair* from, int live, double* to)
 {
     if (live == kLanes) {
@@ -79,16 +93,25 @@ SpanWindow windowOf(const KnotTable& knots, int span, SpanEnd end)
     if (live > 2) to[2] = from[1][0];
 }
 
+[[gnu::always_inline]] inline void store(const Quad* from, int live, double* to)
+{
+    const Pair halves[2] = {__builtin_shufflevector(*from, *from, 0, 1),
+                            __builtin_shufflevector(*from, *from, 2, 3)};
+    store(halves, live, to);
+}
+
 /// Runs the triangle on `live` neighbouring numbers of each point. Row m of the scratch holds the
 /// m-th derivative's points; it comes up at level m from the row below and shrinks from then on.
+template <class Vector>
 [[gnu::always_inline]] inline void runBlock(int p, int orders, const double* alpha,
                                             const double* slope, const double* points,
                                             std::ptrdiff_t stride, int live, double* out,
-                                            std::ptrdiff_t outStride, Pair* scratch)
+                                            std::ptrdiff_t outStride, Vector* scratch)
 {
-    const int row = (p + 1) * kPairs;
+    constexpr int kPoint = kVectors<Vector>;
+    const int row = (p + 1) * kPoint;
 #pragma GCC unroll 6
-    for (int i = 0; i <= p; ++i) load(points + i * stride, live, scratch + i * kPairs);
+    for (int i = 0; i <= p; ++i) load(points + i * stride, live, scratch + i * kPoint);
 
     int level = 0;
 #pragma GCC unroll 5
@@ -96,13 +119,13 @@ SpanWindow windowOf(const KnotTable& knots, int span, SpanEnd end)
         const int windows = p - r + 1;
 #pragma GCC unroll 3
         for (int m = r - 1 < orders ? r - 1 : orders; m >= 0; --m) {
-            Pair* x = scratch + m * row;
+            Vector* x = scratch + m * row;
             const bool differentiate = m == r - 1 && r <= orders;
 #pragma GCC unroll 5
             for (int i = 0; i < windows; ++i)
 #pragma GCC unroll 2
-                for (int l = i * kPairs; l < (i + 1) * kPairs; ++l) {
-                    const Pair difference = x[l + kPairs] - x[l];
+                for (int l = i * kPoint; l < (i + 1) * kPoint; ++l) {
+                    const Vector difference = x[l + kPoint] - x[l];
                     if (differentiate) x[row + l] = slope[level + i] * difference;
                     x[l] += alpha[level + i] * difference;
                 }
@@ -114,9 +137,10 @@ SpanWindow windowOf(const KnotTable& knots, int span, SpanEnd end)
 }
 
 /// Runs one job, cut into blocks; none is needed for a known length below kLanes.
+template <class Vector>
 [[gnu::always_inline]] inline void runJob(const DeBoorJob& job, int p, int orders, bool mirrored,
                                           int knownLength, const double* alpha, const double* slope,
-                                          Pair* scratch)
+                                          Vector* scratch)
 {
     const std::ptrdiff_t step = mirrored ? -job.stride : job.stride;
     const double* points = mirrored ? job.points + p * job.stride : job.points;
@@ -134,15 +158,16 @@ SpanWindow windowOf(const KnotTable& knots, int span, SpanEnd end)
 enum class Ends { kLeft, kRight, kEither };
 
 /// The common degrees and orders, unrolled, in registers as far as they reach. Length 0: any.
-template <int kDegree, int kOrders, int kLength, Ends kEnds>
-void runFixed(const SpanWindow& window, double t, const DeBoorJob* jobs, int count)
+template <class Vector, int kDegree, int kOrders, int kLength, Ends kEnds>
+[[gnu::always_inline]] inline void runUnrolled(const SpanWindow& window, double t,
+                                               const DeBoorJob* jobs, int count)
 {
     const bool mirrored = kEnds == Ends::kEither ? window.mirrored : kEnds == Ends::kRight;
     double alpha[ratioCount(kDegree)];
     double slope[ratioCount(kDegree)];
     fillRatios(window, mirrored, t, kDegree, kOrders, alpha, slope);
     for (const DeBoorJob* job = jobs; job != jobs + count; ++job) {
-        Pair scratch[(kOrders + 1) * (kDegree + 1) * kPairs];
+        Vector scratch[(kOrders + 1) * (kDegree + 1) * kVectors<Vector>];
         if (job->orders >= kOrders)
             runJob(*job, kDegree, kOrders, mirrored, kLength, alpha, slope, scratch);
         else if (kOrders > 1 && job->orders == 1)
@@ -151,6 +176,21 @@ void runFixed(const SpanWindow& window, double t, const DeBoorJob* jobs, int cou
             runJob(*job, kDegree, 0, mirrored, kLength, alpha, slope, scratch);
     }
 }
+
+template <int kDegree, int kOrders, int kLength, Ends kEnds>
+void runFixed(const SpanWindow& window, double t, const DeBoorJob* jobs, int count)
+{
+    runUnrolled<Pair, kDegree, kOrders, kLength, kEnds>(window, t, jobs, count);
+}
+
+#if defined(__x86_64__)
+template <int kDegree, int kOrders, int kLength, Ends kEnds>
+[[gnu::target("avx2")]] void runFixedAvx2(const SpanWindow& window, double t, const DeBoorJob* jobs,
+                                          int count)
+{
+    runUnrolled<Quad, kDegree, kOrders, kLength, kEnds>(window, t, jobs, count);
+}
+#endif
 
 void runAny(const SpanWindow& window, double t, const DeBoorJob* jobs, int count)
 {
@@ -172,8 +212,12 @@ constexpr int kMostOrders = 2;
 constexpr int kSpace = 3;  // the length with texts of its own
 
 /// The unrolled texts by degree and most orders, neither of them above the degree.
+struct RunnerTable {
+    DeBoorRunner at[kMostDegree + 1][kMostOrders + 1];
+};
+
 template <int kLength, Ends kEnds>
-constexpr DeBoorRunner kRunners[kMostDegree + 1][kMostOrders + 1] = {
+constexpr RunnerTable kRunners = {{
     {},
     {runFixed<1, 0, kLength, kEnds>, runFixed<1, 1, kLength, kEnds>,
      runFixed<1, 1, kLength, kEnds>},
@@ -185,7 +229,29 @@ constexpr DeBoorRunner kRunners[kMostDegree + 1][kMostOrders + 1] = {
      runFixed<4, 2, kLength, kEnds>},
     {runFixed<5, 0, kLength, kEnds>, runFixed<5, 1, kLength, kEnds>,
      runFixed<5, 2, kLength, kEnds>},
-};
+}};
+
+template <int kLength, Ends kEnds>
+const RunnerTable& runnerTable()
+{
+#if defined(__x86_64__)
+    static constexpr RunnerTable kAvx2 = {{
+        {},
+        {runFixedAvx2<1, 0, kLength, kEnds>, runFixedAvx2<1, 1, kLength, kEnds>,
+         runFixedAvx2<1, 1, kLength, kEnds>},
+        {runFixedAvx2<2, 0, kLength, kEnds>, runFixedAvx2<2, 1, kLength, kEnds>,
+         runFixedAvx2<2, 2, kLength, kEnds>},
+        {runFixedAvx2<3, 0, kLength, kEnds>, runFixedAvx2<3, 1, kLength, kEnds>,
+         runFixedAvx2<3, 2, kLength, kEnds>},
+        {runFixedAvx2<4, 0, kLength, kEnds>, runFixedAvx2<4, 1, kLength, kEnds>,
+         runFixedAvx2<4, 2, kLength, kEnds>},
+        {runFixedAvx2<5, 0, kLength, kEnds>, runFixedAvx2<5, 1, kLength, kEnds>,
+         runFixedAvx2<5, 2, kLength, kEnds>},
+    }};
+    if (__builtin_cpu_supports("avx2")) return kAvx2;
+#endif
+    return kRunners<kLength, kEnds>;
+}
 
 /// The derivatives above the degree.
 void clearRows(int p, const DeBoorJob* jobs, int count)
@@ -200,7 +266,8 @@ DeBoorRunner runnerFor(int p, int orders, int length)
 {
     if (p < 1 || p > kMostDegree || (orders > kMostOrders && p > kMostOrders)) return runAny;
     const int known = std::min(orders, kMostOrders);
-    return length == kSpace ? kRunners<kSpace, kEnds>[p][known] : kRunners<0, kEnds>[p][known];
+    return length == kSpace ? runnerTable<kSpace, kEnds>().at[p][known]
+                            : runnerTable<0, kEnds>().at[p][known];
 }
 
 void runWithZeros(const SpanWindow& window, double t, const DeBoorJob* jobs, int count)
@@ -221,20 +288,23 @@ void runDeBoor(const KnotTable& knots, int span, double t, SpanEnd end, const De
     runnerFor<Ends::kEither>(p, orders, jobs[0].length)(window, t, jobs, count);
 }
 
-LineSpan enterSpan(const KnotTable& knots, int span, int orders, int length)
+LineSpan startLine(int degree, int orders, int length)
 {
     LineSpan line;
-    const int p = knots.degree();
-    if (p > 0) {
+    const bool zeros = orders > degree;
+    line.runners[0] = zeros ? runWithZeros : runnerFor<Ends::kLeft>(degree, orders, length);
+    line.runners[1] = zeros ? runWithZeros : runnerFor<Ends::kRight>(degree, orders, length);
+    return line;
+}
+
+void enterSpan(LineSpan& line, const KnotTable& knots, int span)
+{
+    if (knots.degree() > 0) {
         line.low = knots(span);
         line.high = knots(span + 1);
     }
     line.windows[0] = windowOf(knots, span, SpanEnd::kLeft);
     line.windows[1] = windowOf(knots, span, SpanEnd::kRight);
-    const bool zeros = orders > p;
-    line.runners[0] = zeros ? runWithZeros : runnerFor<Ends::kLeft>(p, orders, length);
-    line.runners[1] = zeros ? runWithZeros : runnerFor<Ends::kRight>(p, orders, length);
-    return line;
 }
 
 }  // namespace knotwork

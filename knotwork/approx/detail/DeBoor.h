@@ -31,8 +31,10 @@ inline void runDeBoor(const KnotTable& knots, int span, double t, SpanEnd end, c
     runDeBoor(knots, span, t, end, &job, 1);
 }
 
-/// Makes ready for many parameters in one span, from one end or the other: jobs with up to `orders`
-/// derivatives of points of `length` numbers.
-LineSpan enterSpan(const KnotTable& knots, int span, int orders, int length);
+/// Makes ready for a walk through the spans of a line, from one end or the other of each: jobs with
+/// up to `orders` derivatives of points of `length` numbers. In no span yet.
+LineSpan startLine(int degree, int orders, int length);
+
+void enterSpan(LineSpan& line, const KnotTable& knots, int span);
 
 }  // namespace knotwork
