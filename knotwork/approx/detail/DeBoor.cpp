@@ -177,19 +177,23 @@ template <class Vector, int kDegree, int kOrders, int kLength, Ends kEnds>
     }
 }
 
-template <int kDegree, int kOrders, int kLength, Ends kEnds>
-void runFixed(const SpanWindow& window, double t, const DeBoorJob* jobs, int count)
-{
-    runUnrolled<Pair, kDegree, kOrders, kLength, kEnds>(window, t, jobs, count);
-}
+struct Plain {
+    template <int kDegree, int kOrders, int kLength, Ends kEnds>
+    static void run(const SpanWindow& window, double t, const DeBoorJob* jobs, int count)
+    {
+        runUnrolled<Pair, kDegree, kOrders, kLength, kEnds>(window, t, jobs, count);
+    }
+};
 
 #if defined(__x86_64__)
-template <int kDegree, int kOrders, int kLength, Ends kEnds>
-[[gnu::target("avx2")]] void runFixedAvx2(const SpanWindow& window, double t, const DeBoorJob* jobs,
-                                          int count)
-{
-    runUnrolled<Quad, kDegree, kOrders, kLength, kEnds>(window, t, jobs, count);
-}
+struct Avx2 {
+    template <int kDegree, int kOrders, int kLength, Ends kEnds>
+    [[gnu::target("avx2")]] static void run(const SpanWindow& window, double t,
+                                            const DeBoorJob* jobs, int count)
+    {
+        runUnrolled<Quad, kDegree, kOrders, kLength, kEnds>(window, t, jobs, count);
+    }
+};
 #endif
 
 void runAny(const SpanWindow& window, double t, const DeBoorJob* jobs, int count)
@@ -212,46 +216,20 @@ constexpr int kMostOrders = 2;
 constexpr int kSpace = 3;  // the length with texts of its own
 
 /// The unrolled texts by degree and most orders, neither of them above the degree.
-struct RunnerTable {
-    DeBoorRunner at[kMostDegree + 1][kMostOrders + 1];
-};
-
-template <int kLength, Ends kEnds>
-constexpr RunnerTable kRunners = {{
+template <class Cpu, int kLength, Ends kEnds>
+constexpr DeBoorRunner kRunners[kMostDegree + 1][kMostOrders + 1] = {
     {},
-    {runFixed<1, 0, kLength, kEnds>, runFixed<1, 1, kLength, kEnds>,
-     runFixed<1, 1, kLength, kEnds>},
-    {runFixed<2, 0, kLength, kEnds>, runFixed<2, 1, kLength, kEnds>,
-     runFixed<2, 2, kLength, kEnds>},
-    {runFixed<3, 0, kLength, kEnds>, runFixed<3, 1, kLength, kEnds>,
-     runFixed<3, 2, kLength, kEnds>},
-    {runFixed<4, 0, kLength, kEnds>, runFixed<4, 1, kLength, kEnds>,
-     runFixed<4, 2, kLength, kEnds>},
-    {runFixed<5, 0, kLength, kEnds>, runFixed<5, 1, kLength, kEnds>,
-     runFixed<5, 2, kLength, kEnds>},
-}};
-
-template <int kLength, Ends kEnds>
-const RunnerTable& runnerTable()
-{
-#if defined(__x86_64__)
-    static constexpr RunnerTable kAvx2 = {{
-        {},
-        {runFixedAvx2<1, 0, kLength, kEnds>, runFixedAvx2<1, 1, kLength, kEnds>,
-         runFixedAvx2<1, 1, kLength, kEnds>},
-        {runFixedAvx2<2, 0, kLength, kEnds>, runFixedAvx2<2, 1, kLength, kEnds>,
-         runFixedAvx2<2, 2, kLength, kEnds>},
-        {runFixedAvx2<3, 0, kLength, kEnds>, runFixedAvx2<3, 1, kLength, kEnds>,
-         runFixedAvx2<3, 2, kLength, kEnds>},
-        {runFixedAvx2<4, 0, kLength, kEnds>, runFixedAvx2<4, 1, kLength, kEnds>,
-         runFixedAvx2<4, 2, kLength, kEnds>},
-        {runFixedAvx2<5, 0, kLength, kEnds>, runFixedAvx2<5, 1, kLength, kEnds>,
-         runFixedAvx2<5, 2, kLength, kEnds>},
-    }};
-    if (__builtin_cpu_supports("avx2")) return kAvx2;
-#endif
-    return kRunners<kLength, kEnds>;
-}
+    {Cpu::template run<1, 0, kLength, kEnds>, Cpu::template run<1, 1, kLength, kEnds>,
+     Cpu::template run<1, 1, kLength, kEnds>},
+    {Cpu::template run<2, 0, kLength, kEnds>, Cpu::template run<2, 1, kLength, kEnds>,
+     Cpu::template run<2, 2, kLength, kEnds>},
+    {Cpu::template run<3, 0, kLength, kEnds>, Cpu::template run<3, 1, kLength, kEnds>,
+     Cpu::template run<3, 2, kLength, kEnds>},
+    {Cpu::template run<4, 0, kLength, kEnds>, Cpu::template run<4, 1, kLength, kEnds>,
+     Cpu::template run<4, 2, kLength, kEnds>},
+    {Cpu::template run<5, 0, kLength, kEnds>, Cpu::template run<5, 1, kLength, kEnds>,
+     Cpu::template run<5, 2, kLength, kEnds>},
+};
 
 /// The derivatives above the degree.
 void clearRows(int p, const DeBoorJob* jobs, int count)
@@ -261,13 +239,22 @@ void clearRows(int p, const DeBoorJob* jobs, int count)
             std::fill_n(job->out + m * job->outStride, job->length, 0.0);
 }
 
+template <class Cpu, Ends kEnds>
+DeBoorRunner unrolled(int p, int orders, int length)
+{
+    return length == kSpace ? kRunners<Cpu, kSpace, kEnds>[p][orders]
+                            : kRunners<Cpu, 0, kEnds>[p][orders];
+}
+
 template <Ends kEnds>
 DeBoorRunner runnerFor(int p, int orders, int length)
 {
     if (p < 1 || p > kMostDegree || (orders > kMostOrders && p > kMostOrders)) return runAny;
     const int known = std::min(orders, kMostOrders);
-    return length == kSpace ? runnerTable<kSpace, kEnds>().at[p][known]
-                            : runnerTable<0, kEnds>().at[p][known];
+#if defined(__x86_64__)
+    if (__builtin_cpu_supports("avx2")) return unrolled<Avx2, kEnds>(p, known, length);
+#endif
+    return unrolled<Plain, kEnds>(p, known, length);
 }
 
 void runWithZeros(const SpanWindow& window, double t, const DeBoorJob* jobs, int count)
