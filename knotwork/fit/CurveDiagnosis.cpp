@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "knotwork/fit/FitReport.h"
 #include "knotwork/solvers/Thouseholder.h"
 
 namespace knotwork {

@@ -17,8 +17,6 @@ std::string whyUndetermined(const BsplineBasis& basis, std::vector<double> param
 
 constexpr const char* kNotFixed = "data and constraints together do not fix every control point";
 
-constexpr double kFitTolerance = 1e-14;  ///< what counts as zero in a problem of unit size
-
 /// Whether the last `constraints` rows of a system of unit size depend on each other.
 bool constraintRowsDepend(const DoubleGenMat& matrix, int constraints);
 

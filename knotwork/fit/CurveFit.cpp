@@ -9,7 +9,10 @@
 
 #include "knotwork/fit/CurveDiagnosis.h"
 #include "knotwork/fit/KernelBuild.h"
+#include "knotwork/fit/Numbers.h"
+#include "knotwork/fit/ResidualTally.h"
 #include "knotwork/fit/ScaledCurve.h"
+#include "knotwork/fit/SecondPass.h"
 #include "knotwork/solvers/Thouseholder.h"
 
 namespace knotwork {
@@ -22,13 +25,6 @@ constexpr double kFlat = 1e-8;  // largest pull left, of what the residuals coul
 constexpr double kConstraintMet = 1e-10;  // largest constraint residual, of the data's size
 
 constexpr const char* kNoRoom = "the system does not fit into memory";
-
-bool allFinite(const DoubleVec& v)
-{
-    for (int i = 0, n = static_cast<int>(v.length()); i < n; ++i)
-        if (!std::isfinite(v(i))) return false;
-    return true;
-}
 
 std::string inputFault(const TtupleVector& points, const DoubleVec& parameters,
                        const BsplineBasis& basis, const std::vector<CurveConstraint>& constraints)
@@ -69,39 +65,6 @@ bool fitsIntoMemory(std::uint64_t rows, std::uint64_t cols, std::uint64_t constr
     return room != nullptr;
 }
 
-double largestMagnitude(TtupleVector x)
-{
-    return maxValue(abs(x.data()));
-}
-
-/// One more pass with what the first one left. Returns the largest correction, as a share of the
-/// largest unknown of its coordinate: how far rounding, or a raised cut-off, had moved the answer.
-double polish(const Thouseholder& solver, const ScaledCurve& problem, TtupleVector& x)
-{
-    TtupleVector left(problem.residuals(x));
-    std::vector<int> exponents;
-    for (int k = 0; k < x.size();
-         ++k) {  // solving is not scale-free, so the residuals are enlarged
-        DoubleVec coordinate(left.component(k));
-        exponents.push_back(exponentOf(maxValue(abs(coordinate))));
-        coordinate *= std::ldexp(1.0, -exponents.back());
-    }
-    TtupleVector correction(x.size(), x.points(), 0.0);
-    solver.solve(left, &correction, false);
-    double worst = 0.0;
-    for (int k = 0; k < x.size(); ++k) {
-        DoubleVec coordinate(x.component(k));
-        DoubleVec change(correction.component(k));
-        change *= std::ldexp(1.0, exponents[static_cast<std::size_t>(k)]);
-        const double size = maxValue(abs(coordinate));
-        const double moved = maxValue(abs(change));
-        coordinate += change;
-        if (moved > 0.0) worst = std::max(worst, moved / std::max(size, moved));
-        if (std::isnan(moved)) worst = 1.0;
-    }
-    return worst;
-}
-
 /// What the residuals still pull at the unknowns where the constraints let them give way, as a
 /// share of what residuals of their size could pull. A solver that skips small updates does not
 /// see this in its own second pass.
@@ -112,7 +75,7 @@ double pullLeft(const ScaledCurve& problem, const TtupleVector& x)
     DoubleGenMat across(static_cast<unsigned>(x.points()), static_cast<unsigned>(count));
     for (int c = 0; c < count; ++c)
         across.col(c) = problem.combined(dataRows + c, DoubleVec(1, 1.0));
-    Thouseholder multipliers(CurveFitOptions().tolerance, 0, false);
+    Thouseholder multipliers(kFitTolerance, 0, false);
     if (count > 0 && multipliers.setMatrix(across, 0, false, false, false) != 0) return 1.0;
     TtupleVector left(problem.residuals(x));
     TtupleVector unknowns(x);
@@ -120,13 +83,13 @@ double pullLeft(const ScaledCurve& problem, const TtupleVector& x)
     for (int k = 0; k < x.size(); ++k) {
         const DoubleVec residuals(left.component(k).slice(0, static_cast<unsigned>(dataRows), 1));
         DoubleVec pull(problem.combined(0, residuals));
-        const int exponent = exponentOf(maxValue(abs(pull)));
+        const int exponent = exponentOf(largestMagnitude(pull));
         pull *= std::ldexp(1.0, -exponent);
         if (count > 0) pull -= problem.combined(dataRows, multipliers.solve(pull));
         // No entry of a row is above 1. Where the data lie on the curve the residuals are but
         // rounding, which is in proportion to the unknowns.
-        const double size = residuals.vecLen() + maxValue(abs(unknowns.component(k)));
-        const double still = std::ldexp(maxValue(abs(pull)), exponent);
+        const double size = residuals.vecLen() + largestMagnitude(unknowns.component(k));
+        const double still = std::ldexp(largestMagnitude(pull), exponent);
         if (std::isnan(still)) return 1.0;
         if (still > 0.0) worst = std::max(worst, still / (std::sqrt(dataRows) * size));
     }
@@ -137,7 +100,7 @@ double worstConstraint(const ScaledCurve& problem, const TtupleVector& x)
 {
     const int count = problem.constraints();
     TtupleVector left(problem.residuals(x));
-    return count == 0 ? 0.0 : largestMagnitude(left.lPoints(problem.dataRows(), count));
+    return count == 0 ? 0.0 : largestMagnitude(left.lPoints(problem.dataRows(), count).data());
 }
 
 void refuse(CurveFitReport& report, FitVerdict verdict, const std::string& reason)
@@ -159,7 +122,7 @@ const char* whyInaccurate(const CurveFitOptions& options, const CurveFitReport& 
 {
     if (report.tolerance > options.tolerance)
         return "the estimated cut-off is too coarse for this system";
-    return options.tolerance > CurveFitOptions().tolerance
+    return options.tolerance > kFitTolerance
                ? "the tolerance is too coarse for this system"
                : "the system is too close to dependent for a trustworthy answer";
 }
@@ -174,32 +137,25 @@ void explainDependence(const DoubleGenMat& matrix, const ScaledCurve& problem,
     std::vector<double> values;
     for (int i = 0; i < report.dataPoints; ++i) values.push_back(parameters(i));
     const std::string why = whyUndetermined(basis, values);
-    if (why.empty() && report.tolerance > CurveFitOptions().tolerance)
+    if (why.empty() && report.tolerance > kFitTolerance)
         return refuse(report, FitVerdict::kInaccurate, whyInaccurate(options, report));
     refuse(report, FitVerdict::kUndetermined, why.empty() ? kNotFixed : why);
 }
 
 /// The figures come from evaluating the curve that is handed out.
-void measureData(const TtupleVector& points, const DoubleVec& parameters, FittedCurve& curve)
+void measureData(TtupleVector points, const DoubleVec& parameters, FittedCurve& curve)
 {
     std::vector<double> value(static_cast<std::size_t>(curve.dimension));
-    long double total = 0.0L;
-    long double largest = -1.0L;
-    for (int i = 0; i < points.points(); ++i) {
+    DoubleVec numbers(contiguous(points.data()));
+    const double* point = numbers.data();
+    ResidualTally tally;
+    for (int i = 0; i < points.points(); ++i, point += curve.dimension) {
         curve.spline->eval(value.data(), parameters(i), 0);
-        const DoubleVec point(points.point(i));
-        long double squares = 0.0L;
-        for (int k = 0; k < curve.dimension; ++k) {
-            const long double residual = point(k) - value[static_cast<std::size_t>(k)];
-            squares += residual * residual;
-        }
-        total += squares;
-        if (squares <= largest) continue;
-        largest = squares;
-        curve.report.maxResidualAt = parameters(i);
+        if (tally.add(point, value.data(), curve.dimension))
+            curve.report.maxResidualAt = parameters(i);
     }
-    curve.report.rms = static_cast<double>(std::sqrt(total / points.points()));
-    curve.report.maxResidual = static_cast<double>(std::sqrt(largest));
+    curve.report.rms = tally.rms();
+    curve.report.maxResidual = tally.largest();
 }
 
 void measureConstraints(const ScaledCurve& problem, const std::vector<CurveConstraint>& constraints,
@@ -239,7 +195,10 @@ void solveProblem(const ScaledCurve& problem, const TtupleVector& points,
     }
     TtupleVector x(rhs.size(), report.unknowns, 0.0);
     solver.solve(rhs, &x, false);
-    const double moved = polish(solver, problem, x);
+    const double moved =
+        polish(problem.residuals(x), x, [&solver](const TtupleVector& left, TtupleVector& found) {
+            return solver.solve(left, &found, false) == kSolved;
+        });
     if (!(moved <= kBelievable) || !(pullLeft(problem, x) <= kFlat) ||
         !(worstConstraint(problem, x) <= kConstraintMet))
         return refuse(report, FitVerdict::kInaccurate, whyInaccurate(options, report));

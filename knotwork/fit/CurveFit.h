@@ -23,7 +23,8 @@ struct CurveConstraint {
 
 /// What to fit with.
 struct CurveFitOptions {
-    double tolerance = 1e-14;  ///< what counts as zero in the problem scaled to unit size; 0 to 1
+    double tolerance =
+        kFitTolerance;  ///< what counts as zero in the problem scaled to unit size; 0 to 1
     bool estimateCutoff = false;          ///< raises the tolerance to a gap in the singular values
     TsolverReporter* reporter = nullptr;  ///< hears the solver; null: nobody does
 };

@@ -5,6 +5,8 @@
 
 namespace knotwork {
 
+constexpr double kFitTolerance = 1e-14;  ///< what counts as zero in a problem of unit size
+
 enum class FitVerdict {
     kMet,                   ///< the constraints are met and the rest is the least-squares fit
     kBadInput,              ///< points, parameters, basis and constraints do not make a problem

@@ -8,7 +8,10 @@
 
 #include "knotwork/fit/CurveDiagnosis.h"
 #include "knotwork/fit/KernelBuild.h"
+#include "knotwork/fit/Numbers.h"
+#include "knotwork/fit/ResidualTally.h"
 #include "knotwork/fit/ScaledSurface.h"
+#include "knotwork/fit/SecondPass.h"
 #include "knotwork/linalg/IntVecPick.h"
 
 namespace knotwork {
@@ -26,13 +29,6 @@ void refuse(FittedSurface& surface, FitVerdict verdict, const std::string& reaso
     surface.surface.reset();
     surface.report.verdict = verdict;
     surface.report.reason = reason;
-}
-
-bool allFinite(const DoubleVec& v)
-{
-    for (int i = 0, n = static_cast<int>(v.length()); i < n; ++i)
-        if (!std::isfinite(v(i))) return false;
-    return true;
 }
 
 std::string directionFault(const char* name, const DoubleVec& parameters, int samples,
@@ -90,57 +86,35 @@ std::vector<double> toStandard(const DoubleVec& v)
     return values;
 }
 
-/// Solves the grid once more for what the first pass left, adds the correction, and returns the
-/// largest one as a share of the largest unknown of its coordinate.
+/// The second pass on a grid, whose points it takes in a row.
 template <class Solve>
-double polish(const ScaledSurface& problem, TtupleMatrix& x, Solve solve)
+double polishGrid(const ScaledSurface& problem, TtupleMatrix& x, Solve solve)
 {
     TtupleMatrix left(problem.residuals(x));
-    std::vector<int> exponents;
-    for (int k = 0; k < x.size();
-         ++k) {  // solving is not scale-free, so the residuals are enlarged
-        DoubleGenMat coordinate(left.component(k));
-        exponents.push_back(exponentOf(maxValue(abs(coordinate).dataVec())));
-        coordinate *= std::ldexp(1.0, -exponents.back());
-    }
-    TtupleMatrix correction(x.size(), x.rows(), x.cols(), 0.0);
-    if (solve(left, &correction) != kSolved) return 1.0;
-    double worst = 0.0;
-    for (int k = 0; k < x.size(); ++k) {
-        DoubleGenMat change(correction.component(k));
-        change *= std::ldexp(1.0, exponents[static_cast<std::size_t>(k)]);
-        const double moved = maxValue(abs(change).dataVec());
-        const double size = maxValue(abs(x.component(k)).dataVec());
-        x.component(k) += change;
-        if (std::isnan(moved)) return 1.0;
-        if (moved > 0.0) worst = std::max(worst, moved / std::max(size, moved));
-    }
-    return worst;
+    return polish({x.size(), left.data()}, {x.size(), x.data()},
+                  [&](const TtupleVector&, TtupleVector& found) {
+                      TtupleMatrix grid(x.size(), x.rows(), x.cols(), found.data());
+                      return solve(left, &grid) == kSolved;
+                  });
 }
 
 /// The figures come from evaluating the surface that is handed out.
 void measureData(const SurfaceData& data, FittedSurface& fitted)
 {
     std::vector<double> value(static_cast<std::size_t>(fitted.surface->WorkspaceSize(0)));
-    long double total = 0.0L;
-    long double largest = -1.0L;
-    for (int j = 0; j < data.points.cols(); ++j)
-        for (int i = 0; i < data.points.rows(); ++i) {
+    TtupleMatrix points(data.points);
+    DoubleVec numbers(contiguous(points.data()));
+    const double* point = numbers.data();
+    ResidualTally tally;
+    for (int j = 0; j < points.cols(); ++j)
+        for (int i = 0; i < points.rows(); ++i, point += fitted.dimension) {
             fitted.surface->eval(value.data(), data.uParameters(i), data.vParameters(j), 0);
-            const DoubleVec point(data.points.point(i, j));
-            long double squares = 0.0L;
-            for (int k = 0; k < fitted.dimension; ++k) {
-                const long double residual = point(k) - value[static_cast<std::size_t>(k)];
-                squares += residual * residual;
-            }
-            total += squares;
-            if (squares <= largest) continue;
-            largest = squares;
+            if (!tally.add(point, value.data(), fitted.dimension)) continue;
             fitted.report.maxResidualAtU = data.uParameters(i);
             fitted.report.maxResidualAtV = data.vParameters(j);
         }
-    fitted.report.rms = static_cast<double>(std::sqrt(total / fitted.report.dataPoints));
-    fitted.report.maxResidual = static_cast<double>(std::sqrt(largest));
+    fitted.report.rms = tally.rms();
+    fitted.report.maxResidual = tally.largest();
 }
 
 /// Hands out what the scaled unknowns are in the data's units, measured.
@@ -220,7 +194,7 @@ void fitFreely(const SurfaceData& data, const SurfaceFitOptions& options, Fitted
     };
     TtupleMatrix x(fitted.dimension, data.u.count(), data.v.count(), 0.0);
     const int code = solve(problem.rhs(), &x);
-    const double moved = code == kSolved ? polish(problem, x, solve) : 1.0;
+    const double moved = code == kSolved ? polishGrid(problem, x, solve) : 1.0;
     const LineDeviations deviations = problem.lineDeviations(x, solvers);
     if (!(moved <= kBelievable) || !(deviations.scaled <= kConstraintMet))
         return refuse(fitted, FitVerdict::kInaccurate,
@@ -275,7 +249,7 @@ void fitAround(const SurfaceData& data, const IntGenMat& mask, const TtupleMatri
     if (leavesPointsFree(problem, mask) || solve(problem.rhs(), &x) != kSolved)
         return refuse(fitted, FitVerdict::kUndetermined,
                       "the data do not fix every free control point");
-    if (!(polish(problem, x, solve) <= kBelievable))
+    if (!(polishGrid(problem, x, solve) <= kBelievable))
         return refuse(fitted, FitVerdict::kInaccurate,
                       "the system is too close to dependent for a trustworthy answer");
     finish(data, problem, x, fitted);
