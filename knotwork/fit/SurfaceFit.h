@@ -27,7 +27,6 @@ struct LineConstraint {
 struct SurfaceFitOptions {
     std::vector<LineConstraint> acrossU;  ///< lines of constant u; values run along v
     std::vector<LineConstraint> acrossV;  ///< lines of constant v; values run along u
-    double tolerance = kFitTolerance;  ///< what counts as zero in the problem scaled to unit size
     TsolverReporter* reporter = nullptr;  ///< hears the solvers; null: nobody does
 };
 
