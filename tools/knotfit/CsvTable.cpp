@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <limits>
 #include <memory>
+#include <utility>
 
 #include "tools/knotfit/Failure.h"
 
@@ -16,22 +17,55 @@ namespace {
 
 constexpr std::size_t kMostBytes = std::size_t{1} << 31;  // of a file; a row takes two at least
 
-std::string readAll(const std::string& path)
-{
-    const bool standardInput = path == "-";
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(
-        standardInput ? stdin : std::fopen(path.c_str(), "rb"),
-        standardInput ? [](std::FILE*) { return 0; } : std::fclose);
-    if (file == nullptr) throw Failure(kBadUsage, path + ": cannot be opened");
-    std::string text;
-    char buffer[1 << 16];
-    while (const std::size_t got = std::fread(buffer, 1, sizeof buffer, file.get())) {
-        text.append(buffer, got);
-        if (text.size() > kMostBytes) throw Failure(kBadUsage, path + ": is larger than 2 GiB");
+/// The lines of a file, or of standard input for "-". Of the text it keeps no more than it must to
+/// hand out one line.
+class LineSource {
+  public:
+    explicit LineSource(const std::string& path)
+        : path_(path),
+          file_(path == "-" ? stdin : std::fopen(path.c_str(), "rb"),
+                path == "-" ? [](std::FILE*) { return 0; } : std::fclose)
+    {
+        if (file_ == nullptr) throw Failure(kBadUsage, path + ": cannot be opened");
     }
-    if (std::ferror(file.get()) != 0) throw Failure(kBadUsage, path + ": cannot be read");
-    return text;
-}
+
+    /// The next line without its end, good until the one after it; nothing behind the last one.
+    std::optional<std::string_view> next()
+    {
+        std::size_t end = text_.find('\n', at_);
+        while (end == std::string::npos) {
+            text_.erase(0, at_);
+            at_ = 0;
+            const std::size_t searched = text_.size();
+            if (!readMore()) break;
+            end = text_.find('\n', searched);
+        }
+        if (at_ == text_.size()) return std::nullopt;
+        const std::string_view line = std::string_view(text_).substr(at_, end - at_);
+        at_ = end == std::string::npos ? text_.size() : end + 1;
+        return line;
+    }
+
+  private:
+    bool readMore()
+    {
+        constexpr std::size_t kChunk = std::size_t{1} << 16;
+        const std::size_t kept = text_.size();
+        text_.resize(kept + kChunk);
+        const std::size_t got = std::fread(text_.data() + kept, 1, kChunk, file_.get());
+        text_.resize(kept + got);
+        if (std::ferror(file_.get()) != 0) throw Failure(kBadUsage, path_ + ": cannot be read");
+        bytes_ += got;
+        if (bytes_ > kMostBytes) throw Failure(kBadUsage, path_ + ": is larger than 2 GiB");
+        return got > 0;
+    }
+
+    std::string path_;
+    std::unique_ptr<std::FILE, int (*)(std::FILE*)> file_;
+    std::string text_;
+    std::size_t at_ = 0;
+    std::size_t bytes_ = 0;
+};
 
 std::string_view trimmed(std::string_view text)
 {
@@ -53,22 +87,19 @@ std::string quoted(std::string_view cell)
 class CsvReader {
   public:
     explicit CsvReader(const std::string& path)
-        : name_(path == "-" ? "standard input" : path), text_(readAll(path))
+        : name_(path == "-" ? "standard input" : path), source_(path)
     {
     }
 
     CsvTable read()
     {
-        std::string_view rest(text_);
-        if (rest.substr(0, 3) == "\xEF\xBB\xBF") rest.remove_prefix(3);  // a byte order mark
-        while (!rest.empty()) {
-            const std::size_t end = rest.find('\n');
+        while (const std::optional<std::string_view> line = source_.next()) {
+            const bool marked = line_ == 0 && line->substr(0, 3) == "\xEF\xBB\xBF";
             ++line_;
-            readLine(rest.substr(0, end));
-            rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 1);
+            readLine(line->substr(marked ? 3 : 0));  // without the byte order mark
         }
         if (table_.rows == 0) throw Failure(kBadUsage, name_ + ": holds no points");
-        return table_;
+        return std::move(table_);
     }
 
   private:
@@ -113,7 +144,7 @@ class CsvReader {
     }
 
     std::string name_;
-    std::string text_;
+    LineSource source_;
     CsvTable table_;
     int line_ = 0;
     int firstLine_ = 0;
