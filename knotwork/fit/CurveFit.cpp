@@ -26,8 +26,19 @@ constexpr double kConstraintMet = 1e-10;  // largest constraint residual, of the
 
 constexpr const char* kNoRoom = "the system does not fit into memory";
 
+std::string weightFault(const DoubleVec& weights, int points)
+{
+    if (weights.length() == 0) return "";
+    if (weights.length() != static_cast<unsigned>(points))
+        return "there must be one weight a point";
+    if (!allFinite(weights)) return "a weight is no finite number";
+    if (minValue(weights) < 0.0) return "a weight is negative";
+    return maxValue(weights) > 0.0 ? "" : "all weights are 0";
+}
+
 std::string inputFault(const TtupleVector& points, const DoubleVec& parameters,
-                       const BsplineBasis& basis, const std::vector<CurveConstraint>& constraints)
+                       const BsplineBasis& basis, const std::vector<CurveConstraint>& constraints,
+                       const CurveFitOptions& options)
 {
     TtupleVector source(points);
     if (points.points() < 1) return "there are no points";
@@ -38,6 +49,8 @@ std::string inputFault(const TtupleVector& points, const DoubleVec& parameters,
     if (!allFinite(parameters)) return "a parameter is no finite number";
     if (minValue(parameters) < basis.first() || maxValue(parameters) > basis.last())
         return "a parameter lies outside the knots";
+    const std::string fault = weightFault(options.weights, points.points());
+    if (!fault.empty()) return fault;
     for (const CurveConstraint& c : constraints) {
         if (!(c.parameter >= basis.first() && c.parameter <= basis.last()))
             return "a constraint lies outside the knots";
@@ -103,6 +116,11 @@ double worstConstraint(const ScaledCurve& problem, const TtupleVector& x)
     return count == 0 ? 0.0 : largestMagnitude(left.lPoints(problem.dataRows(), count).data());
 }
 
+double weightOf(const CurveFitOptions& options, int i)
+{
+    return options.weights.length() == 0 ? 1.0 : options.weights(i);
+}
+
 void refuse(CurveFitReport& report, FitVerdict verdict, const std::string& reason)
 {
     report.verdict = verdict;
@@ -135,7 +153,8 @@ void explainDependence(const DoubleGenMat& matrix, const ScaledCurve& problem,
         return refuse(report, FitVerdict::kDependentConstraints,
                       "the constraints depend on each other");
     std::vector<double> values;
-    for (int i = 0; i < report.dataPoints; ++i) values.push_back(parameters(i));
+    for (int i = 0; i < report.dataPoints; ++i)
+        if (weightOf(options, i) > 0.0) values.push_back(parameters(i));
     const std::string why = whyUndetermined(basis, values);
     if (why.empty() && report.tolerance > kFitTolerance)
         return refuse(report, FitVerdict::kInaccurate, whyInaccurate(options, report));
@@ -143,7 +162,8 @@ void explainDependence(const DoubleGenMat& matrix, const ScaledCurve& problem,
 }
 
 /// The figures come from evaluating the curve that is handed out.
-void measureData(TtupleVector points, const DoubleVec& parameters, FittedCurve& curve)
+void measureData(TtupleVector points, const DoubleVec& parameters, const CurveFitOptions& options,
+                 FittedCurve& curve)
 {
     std::vector<double> value(static_cast<std::size_t>(curve.dimension));
     DoubleVec numbers(contiguous(points.data()));
@@ -151,7 +171,7 @@ void measureData(TtupleVector points, const DoubleVec& parameters, FittedCurve& 
     ResidualTally tally;
     for (int i = 0; i < points.points(); ++i, point += curve.dimension) {
         curve.spline->eval(value.data(), parameters(i), 0);
-        if (tally.add(point, value.data(), curve.dimension))
+        if (tally.add(point, value.data(), curve.dimension, weightOf(options, i)))
             curve.report.maxResidualAt = parameters(i);
     }
     curve.report.rms = tally.rms();
@@ -204,7 +224,7 @@ void solveProblem(const ScaledCurve& problem, const TtupleVector& points,
         return refuse(report, FitVerdict::kInaccurate, whyInaccurate(options, report));
     curve.controlPoints = problem.controlPoints(x);
     curve.spline = makeSpline(curve.basis, curve.dimension, curve.controlPoints);
-    measureData(points, parameters, curve);
+    measureData(points, parameters, options, curve);
     measureConstraints(problem, constraints, curve);
     report.verdict = FitVerdict::kMet;
     if (isFinite(curve)) return;
@@ -218,7 +238,7 @@ void solveWithinMemory(const TtupleVector& points, const DoubleVec& parameters,
                        const CurveFitOptions& options, FittedCurve& curve)
 {
     try {
-        const ScaledCurve problem(points, parameters, curve.basis, constraints);
+        const ScaledCurve problem(points, parameters, options.weights, curve.basis, constraints);
         solveProblem(problem, points, parameters, constraints, options, curve);
     } catch (const std::bad_alloc&) {
         curve.controlPoints.clear();
@@ -234,7 +254,7 @@ FittedCurve fitCurve(const TtupleVector& points, const DoubleVec& parameters,
 {
     FittedCurve curve;
     CurveFitReport& report = curve.report;
-    std::string fault = inputFault(points, parameters, basis, constraints);
+    std::string fault = inputFault(points, parameters, basis, constraints, options);
     if (!(options.tolerance >= 0.0 && options.tolerance <= 1.0))
         fault = "the tolerance is no number from 0 to 1";
     if (!fault.empty()) {

@@ -25,6 +25,7 @@ struct CurveConstraint {
 struct CurveFitOptions {
     double tolerance =
         kFitTolerance;  ///< what counts as zero in the problem scaled to unit size; 0 to 1
+    DoubleVec weights;  ///< of the squared residuals, one a point, 0 or more; empty: all are 1
     bool estimateCutoff = false;          ///< raises the tolerance to a gap in the singular values
     TsolverReporter* reporter = nullptr;  ///< hears the solver; null: nobody does
 };
@@ -46,7 +47,8 @@ struct KNOTWORK_EXPORT FittedCurve {
     std::vector<double> at(double t, int derivative = 0) const;
 };
 
-/// Fits a curve to points at given parameters, constraints held exactly.
+/// Fits a curve to points at given parameters, constraints held exactly: what becomes smallest is
+/// the sum of the squared residuals, each times its weight.
 /// Shapes     one parameter a point, in any order, within the basis's range; any dimension.
 /// Method     the least-squares rows and the constraint rows, in a problem scaled to unit size,
 ///            go through Thouseholder; a second pass with the residuals as right-hand side both

@@ -26,8 +26,11 @@ struct FitReport {
     int constraints = 0;     ///< equations met exactly
     int columnsUsed = 0;     ///< unknowns that took part in the solution
     double tolerance = 0.0;  ///< as used, on the scaled problem; the cut-off if that was estimated
-    double rms = 0.0;        ///< sqrt(sum of squared residuals, all coordinates / data points)
-    double maxResidual = 0.0;  ///< largest distance of a data point from the fit at its parameters
+    /// sqrt(sum of squared residuals, all coordinates / data points); with weights
+    /// sqrt(sum of weighted ones / sum of weights).
+    double rms = 0.0;
+    /// Largest distance of a data point from the fit at its parameters, of those with a weight.
+    double maxResidual = 0.0;
     /// Largest deviation from a constraint, any coordinate. A derivative counts per row of unit
     /// length, so that slopes too are judged in the data's units.
     double constraintResidual = 0.0;

@@ -5,15 +5,38 @@
 
 namespace knotwork {
 
+namespace {
+
+/// A power of two that the square roots of weights are divided by, to be of unit size.
+int rootExponent(const DoubleVec& weights)
+{
+    return exponentOf(std::sqrt(maxValue(weights)));
+}
+
+}  // namespace
+
+/// Rows of constraints are of unit length, and so are the heaviest data's.
+void ScaledCurve::addData(const TtupleVector& points, const DoubleVec& parameters,
+                          const DoubleVec& weights)
+{
+    rhs_.setPoints(0, points.points(), points);
+    const bool weighted = weights.length() > 0;
+    const int exponent = weighted ? rootExponent(weights) : 0;
+    for (int i = 0; i < points.points(); ++i) {
+        const double factor = weighted ? std::ldexp(std::sqrt(weights(i)), -exponent) : 1.0;
+        system_.addData(parameters(i), factor);
+        if (weighted) rhs_.point(i) *= factor;
+    }
+}
+
 ScaledCurve::ScaledCurve(const TtupleVector& points, const DoubleVec& parameters,
-                         const BsplineBasis& basis, const std::vector<CurveConstraint>& constraints)
+                         const DoubleVec& weights, const BsplineBasis& basis,
+                         const std::vector<CurveConstraint>& constraints)
     : system_(basis),
       rhs_(points.size(), points.points() + static_cast<int>(constraints.size()), 0.0)
 {
     system_.reserve(static_cast<std::size_t>(rhs_.points()));
-    for (int i = 0; i < points.points(); ++i) system_.addData(parameters(i));
-    rhs_.setPoints(0, points.points(), points);
-
+    addData(points, parameters, weights);
     int row = points.points();
     for (const CurveConstraint& constraint : constraints) {
         const int exponent = system_.addConstraint(constraint.parameter, constraint.derivative);

@@ -8,11 +8,12 @@
 
 namespace knotwork {
 
-/// A curve fit as the solver sees it: rows and right-hand sides of unit size.
+/// A curve fit as the solver sees it: rows and right-hand sides of unit size. A weighted sample's
+/// row and right-hand side are multiplied by the square root of its weight.
 class ScaledCurve {
   public:
-    ScaledCurve(const TtupleVector& points, const DoubleVec& parameters, const BsplineBasis& basis,
-                const std::vector<CurveConstraint>& constraints);
+    ScaledCurve(const TtupleVector& points, const DoubleVec& parameters, const DoubleVec& weights,
+                const BsplineBasis& basis, const std::vector<CurveConstraint>& constraints);
 
     int dataRows() const { return system_.dataRows(); }
     int constraints() const { return system_.constraints(); }
@@ -28,6 +29,8 @@ class ScaledCurve {
     double constraintInUnits(int c, double deviation) const;
 
   private:
+    void addData(const TtupleVector& points, const DoubleVec& parameters, const DoubleVec& weights);
+
     ScaledRows system_;
     TtupleVector rhs_;
     std::vector<int> coordinateExponents_;

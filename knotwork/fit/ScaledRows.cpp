@@ -29,9 +29,10 @@ ScaledRows::ScaledRows(const BsplineBasis& basis)
 {
 }
 
-void ScaledRows::addData(double t)
+void ScaledRows::addData(double t, double factor)
 {
     rows_.append(std::ldexp(t, -parameterExponent_), 0);
+    if (factor != 1.0) rows_.scaleLast(factor);
     ++dataRows_;
 }
 

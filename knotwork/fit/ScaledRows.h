@@ -20,7 +20,7 @@ class ScaledRows {
     ScaledRows& operator=(const ScaledRows&) = delete;
 
     void reserve(std::size_t rows) { rows_.reserve(rows); }
-    void addData(double t);
+    void addData(double t, double factor = 1.0);  ///< the row times a factor
     /// By the chain rule a derivative grows with the parameter's scale, and its row is brought to
     /// about unit length. Returns the exponent e of the two together: what the constraint asks for
     /// has to be multiplied by 2^e.

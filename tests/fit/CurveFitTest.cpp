@@ -190,6 +190,37 @@ TEST(CurveFitTest, OrderOfDataAndOfConstraintsDoesNotMatter)
     EXPECT_LE(deviationFromReference(p, turned.fit()), kControlBound);
 }
 
+/// A point of weight w counts as w points, in the curve and in its error figures.
+TEST(CurveFitTest, AWeightCountsAsThatManyPoints)
+{
+    knotwork_test::Dice dice(20270114);
+    FitProblem weighted = knotwork_test::noisyProblem(3, 5, 2, dice);
+    addConstraints(weighted, 2, dice);
+    FitProblem repeated = weighted;
+    repeated.parameters.clear();
+    repeated.points.clear();
+    knotwork::CurveFitOptions options;
+    options.weights.reference(DoubleVec(static_cast<unsigned>(weighted.parameters.size()), 0.0));
+    for (std::size_t i = 0; i < weighted.parameters.size(); ++i) {
+        const unsigned weight = i % 7 == 3 ? 0 : 1 + dice.below(4);
+        options.weights(static_cast<int>(i)) = weight;
+        repeated.parameters.insert(repeated.parameters.end(), weight, weighted.parameters[i]);
+        for (unsigned k = 0; k < weight; ++k)
+            repeated.points.insert(repeated.points.end(),
+                                   {weighted.points[2 * i], weighted.points[2 * i + 1]});
+    }
+    const FittedCurve curve = weighted.fit(options);
+    ASSERT_TRUE(curve.met()) << curve.report.reason;
+    EXPECT_LE(knotwork_test::deviationFromReference(repeated, curve), kControlBound);
+    const FittedCurve same = repeated.fit();
+    EXPECT_NEAR(curve.report.rms, same.report.rms, 1e-14);
+    EXPECT_NEAR(curve.report.maxResidual, same.report.maxResidual, 1e-14);
+
+    options.weights *= 1e-300;  // the scale of all weights is nobody's business
+    EXPECT_LE(knotwork_test::deviationFromReference(repeated, weighted.fit(options)),
+              kControlBound);
+}
+
 TEST(CurveFitTest, PointsOfASplineAreFoundAgain)
 {
     // t^3 over [0, 4]: the control points are the blossom, products of three neighbouring knots.

@@ -178,6 +178,22 @@ TEST(KnotfitCurveTest, TheParameterFollowsTheColumns)
     EXPECT_EQ(fitOf(run, "one.csv -d 1 -n 1")["control_points"][0].size(), 1U);
 }
 
+/// Whatever column holds the weights, the others keep their roles.
+TEST(KnotfitCurveTest, WeightsComeFromAColumn)
+{
+    const KnotfitRun run;
+    run.write("repeated.csv", "0,1\n1,2\n1,2\n1,2\n2,-3\n3,0\n");
+    run.write("second.csv", "0,1,1\n1,3,2\n1.5,0,77\n2,1,-3\n3,1,0\n");
+    run.write("first.csv", "1,0,1\n3,1,2\n0,1.5,77\n1,2,-3\n1,3,0\n");
+    const json expected = fitOf(run, "repeated.csv -d 2 -n 1");
+    for (const char* call : {"second.csv --weights 2", "first.csv --weights 1"}) {
+        const json fit = fitOf(run, std::string(call) + " -d 2 -n 1");
+        EXPECT_EQ(fit["knots"], expected["knots"]) << call;
+        EXPECT_NEAR(at(fit, 1.25)[0], at(expected, 1.25)[0], 1e-13) << call;
+        EXPECT_NEAR(fit["report"]["rms"], expected["report"]["rms"], 1e-14) << call;
+    }
+}
+
 TEST(KnotfitCurveTest, TablesOfEveryMannerReadTheSame)
 {
     const KnotfitRun run;

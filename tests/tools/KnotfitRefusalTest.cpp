@@ -108,6 +108,11 @@ const RefusalCase kRequests[] = {
     {"ToleranceNegative", kGood, "-n 1 --tolerance -1e-9", kBadUsage, "--tolerance"},
     {"SpansWithoutData", "0,1\n1,2\n2,1\n3,3\n4,4\n5,4\n6,5\n7,1\n8,3\n9,3\n10,2\n20,1\n", "-n 8",
      kRefused, "spans 5 to 6 hold no data"},
+    {"WeightsBeyond", kGood, "--weights 3", kBadUsage, "there is no column 3; the last one is 2"},
+    {"WeightsFromZero", kGood, "--weights 0", kBadUsage, "--weights"},
+    {"WeightsNegative", kGood, "--weights 2", kBadUsage, "a weight is negative"},
+    {"WeightsAlone", "1\n2\n", "--weights 1", kBadUsage, "second column"},
+    {"WeightsAllZero", "1,0\n2,0\n", "--weights 2", kBadUsage, "all weights are 0"},
     {"UnknownOption", kGood, "--colour red", kBadUsage, "--colour"},
 };
 

@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <sstream>
+#include <utility>
 
 #include "knotwork/fit/CurvePicture.h"
 #include "tools/knotfit/ConsoleReporter.h"
@@ -44,15 +45,16 @@ std::string asTolerance(const std::string& text)
 void runCurve(const CurveOptions& options)
 {
     const Stopwatch reading;
-    const CsvTable table = readCsv(options.input);
+    CsvTable table = readCsv(options.input);
     const double readSeconds = reading.seconds();
-    const CurveRequest request = makeCurveRequest(options, table);
+    const CurveRequest request = makeCurveRequest(options, std::move(table));
 
     ConsoleReporter reporter(options.verbose);
     knotwork::CurveFitOptions fitOptions;
     fitOptions.tolerance = options.tolerance;
     fitOptions.estimateCutoff = options.cutoff;
     fitOptions.reporter = &reporter;
+    fitOptions.weights.reference(request.weights);
     const Stopwatch fitting;
     const FittedCurve curve = knotwork::fitCurve(request.points, request.parameters, request.basis,
                                                  request.constraints, fitOptions);
@@ -101,6 +103,11 @@ void addCurveCommand(CLI::App& app)
             "Where parameters come from: the first column (two-column files do by default), "
             "or spread from 0 to 1 (chord otherwise)")
         ->check(CLI::IsMember({"column", "uniform", "chord", "centripetal"}));
+    curve
+        ->add_option("--weights", options->weights,
+                     "Column, counted from 1, that holds a weight for each point, 0 or more, "
+                     "instead of a coordinate")
+        ->check(CLI::PositiveNumber);
     curve
         ->add_option("--pass", options->pass,
                      "Data points met exactly, I[,J...]: numbers from 0, or first, last")

@@ -33,11 +33,30 @@ TtupleVector pointsOf(const CsvTable& table, int firstColumn)
     return points;
 }
 
-DoubleVec firstColumn(const CsvTable& table)
+DoubleVec columnOf(const CsvTable& table, int j)
 {
     DoubleVec column(static_cast<unsigned>(table.rows));
-    for (int i = 0; i < table.rows; ++i) column(i) = table.at(i, 0);
+    for (int i = 0; i < table.rows; ++i) column(i) = table.at(i, j);
     return column;
+}
+
+/// Takes the weights out of the table; what is left are parameters and coordinates.
+DoubleVec takeWeights(int column, CsvTable& table)
+{
+    if (column == 0) return {};
+    if (column < 1 || column > table.cols)
+        refuse("--weights: there is no column " + std::to_string(column) + "; the last one is " +
+               std::to_string(table.cols));
+    if (table.cols < 2) refuse("--weights needs a second column with coordinates");
+    DoubleVec weights(columnOf(table, column - 1));
+    if (minValue(weights) < 0.0) refuse("--weights: a weight is negative");
+    if (maxValue(weights) == 0.0) refuse("--weights: all weights are 0");
+    int at = 0;
+    table.numbers.erase(std::remove_if(table.numbers.begin(), table.numbers.end(),
+                                       [&](double) { return at++ % table.cols == column - 1; }),
+                        table.numbers.end());
+    --table.cols;
+    return weights;
 }
 
 void placePoints(const std::string& asked, const CsvTable& table, CurveRequest& request)
@@ -46,7 +65,7 @@ void placePoints(const std::string& asked, const CsvTable& table, CurveRequest& 
     if (mode == "column") {
         if (table.cols < 2) refuse("--parameter column needs a second column with coordinates");
         request.points.reference(pointsOf(table, 1));
-        request.parameters.reference(firstColumn(table));
+        request.parameters.reference(columnOf(table, 0));
     } else {
         request.points.reference(pointsOf(table, 0));
         const Parameterisation spread = mode == "uniform"       ? Parameterisation::kUniform
@@ -113,9 +132,10 @@ void addConstraints(const char* option, const std::vector<std::string>& texts, i
 
 }  // namespace
 
-CurveRequest makeCurveRequest(const CurveOptions& options, const CsvTable& table)
+CurveRequest makeCurveRequest(const CurveOptions& options, CsvTable table)
 {
     CurveRequest request;
+    request.weights.reference(takeWeights(options.weights, table));
     placePoints(options.parameter, table, request);
     const int equations = static_cast<int>(options.values.size() + options.slopes.size());
     request.basis = basisFor({options.degree, options.spans, options.knots, "--knots",

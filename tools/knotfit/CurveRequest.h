@@ -17,11 +17,12 @@ struct CurveOptions {
     int spans = 8;
     std::string knots;
     std::string parameter;
+    int weights = 0;  ///< the column with a weight for each point, counted from 1; 0: none
     std::vector<std::string> pass;
     std::vector<std::string> values;
     std::vector<std::string> slopes;
     bool cutoff = false;
-    double tolerance = 1e-14;
+    double tolerance = knotwork::kFitTolerance;
     std::string output;
     std::string svg;
     bool verbose = false;
@@ -31,12 +32,13 @@ struct CurveOptions {
 struct CurveRequest {
     TtupleVector points;
     DoubleVec parameters;
+    DoubleVec weights;  ///< empty without any
     knotwork::BsplineBasis basis;
     std::vector<knotwork::CurveConstraint> constraints;
 };
 
 /// Puts options and data together; throws a Failure with status 2 for what cannot be meant, with
 /// status 1 for more control points than there are equations.
-CurveRequest makeCurveRequest(const CurveOptions& options, const CsvTable& table);
+CurveRequest makeCurveRequest(const CurveOptions& options, CsvTable table);
 
 }  // namespace knotfit
