@@ -29,4 +29,36 @@ double dsign(const double* a, const double* b);
 int dsvdc(double* x, const int* ldx, const int* n, const int* p, double* s, double* e, double* u,
           const int* ldu, double* v, const int* ldv, double* work, const int* job, int* info);
 
+// --- LU: A = L U with row exchanges ---
+// The factors as dgefa leaves them: U on and above the diagonal, below it the negated multipliers
+// of each step where that step left them, later exchanges not applied; ipvt(k) is the row that step
+// k exchanged with row k. Arrays have n elements unless stated otherwise; n < 1 is an empty matrix.
+// Source    LINPACK Users' Guide, chapter 1.
+
+/// LU factorisation of the n x n matrix a in place, with partial pivoting.
+/// info      0, or the last k whose pivot u(k, k) is exactly 0, counted from 1. That is no error
+///           here: its step is passed over, and dgesl and dgedi would divide by it.
+/// Order     every element adds its products in the order of the steps, whatever is done together.
+int dgefa(double* a, const int* lda, const int* n, int* ipvt, int* info);
+
+/// dgefa, and an estimate of the reciprocal condition number in the 1-norm.
+/// rcond     between 1 / cond(a), less rounding, and a small multiple of it. 0 when a is exactly
+///           singular to the estimate, or zero, or empty.
+/// z         work; on return an approximate null vector when a is close to singular.
+int dgeco(double* a, const int* lda, const int* n, int* ipvt, double* rcond, double* z);
+
+/// Solves with the factors of dgefa or dgeco: A x = b when job is 0, otherwise A^T x = b. x
+/// replaces b. A zero pivot divides by zero.
+int dgesl(const double* a, const int* lda, const int* n, const int* ipvt, double* b,
+          const int* job);
+
+/// Determinant and inverse from the factors of dgefa or dgeco.
+/// job       10 d + i: the determinant if d is not 0, the inverse if i is not 0.
+/// det       two elements, if asked for: determinant = det[0] 10^det[1], 1 <= |det[0]| < 10 unless
+///           it is 0 or not finite (a mantissa that is not finite is left as it is).
+/// a         becomes the inverse, if asked for; a zero pivot divides by zero.
+/// work      not touched for the determinant.
+int dgedi(double* a, const int* lda, const int* n, const int* ipvt, double* det, double* work,
+          const int* job);
+
 }  // namespace knotwork::linpack

@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: MIT
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <vector>
+
+#include "knotwork/factor/linpack.h"
+#include "tests/support/Arrays.h"
+
+namespace {
+
+using namespace knotwork::linpack;
+using namespace knotwork_test;
+using testing::ElementsAre;
+
+constexpr double kInf = std::numeric_limits<double>::infinity();
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+
+TEST(DgefaTest, InfoIsTheLastZeroPivotAndItsStepIsPassedOver)
+{
+    // Columns 2 and 4 of a triangle have zeros on the diagonal, and nothing below.
+    DoubleGenMat a =
+        mat({{1, 2, 3, 4, 5}, {0, 0, 1, 1, 1}, {0, 0, 2, 1, 1}, {0, 0, 0, 0, 9}, {0, 0, 0, 0, 7}});
+    const int n = 5;
+    int info = -1;
+    std::vector<int> ipvt(5);
+    dgefa(a.data(), &n, &n, ipvt.data(), &info);
+    EXPECT_EQ(info, 4);
+    EXPECT_THAT(ipvt, ElementsAre(1, 2, 3, 4, 5));
+    EXPECT_EQ(a(3, 4), 9.0);
+    const int none = 0;
+    dgefa(nullptr, &n, &none, nullptr, &info);
+    EXPECT_EQ(info, 0);
+}
+
+TEST(DgefaTest, WhatIsNotFiniteStaysInsideTheArrays)
+{
+    for (const int n : {1, 2, 5, 33, 70})
+        for (const double bad : {kNaN, kInf, -kInf})
+            for (const bool everywhere : {false, true}) {
+                const auto size = static_cast<unsigned>(n);
+                DoubleGenMat a =
+                    everywhere ? DoubleGenMat(size, size, bad) : randomMatrix(size, size, 3);
+                a(n / 2, n / 3) = bad;
+                std::vector<int> ipvt(size);
+                std::vector<double> z(size);
+                double rcond;
+                dgeco(a.data(), &n, &n, ipvt.data(), &rcond, z.data());
+                for (int k = 0; k < n; ++k) {
+                    ASSERT_GE(ipvt[static_cast<std::size_t>(k)], k + 1);
+                    ASSERT_LE(ipvt[static_cast<std::size_t>(k)], n);
+                }
+                double det[2];
+                const int both = 11;
+                dgedi(a.data(), &n, &n, ipvt.data(), det, z.data(), &both);
+                EXPECT_FALSE(std::fabs(det[0]) < 1.0 && det[0] != 0.0);
+            }
+}
+
+}  // namespace
