@@ -18,6 +18,7 @@
 #include "knotwork/linalg/LXError.h"
 #include "knotwork/linalg/SCharVec.h"
 #include "knotwork/linalg/SCharVecPick.h"
+#include "knotwork/factor/DoubleGenFact.h"
 #include "knotwork/factor/DoubleSVDecomp.h"
 #include "knotwork/geometry/TnkException.h"
 #include "knotwork/geometry/TnkRw.h"

@@ -1,0 +1,136 @@
+// SPDX-License-Identifier: MIT
+#include "knotwork/factor/DoubleGenFact.h"
+
+#include <cmath>
+#include <memory>
+
+#include "knotwork/factor/linpack.h"
+#include "knotwork/linalg/LXError.h"
+#include "knotwork/linalg/detail/CatalogueInit.h"
+
+namespace {
+
+const knotwork::FactorErrors factorErrors;
+
+constexpr double kNotEstimated = -1.0;
+constexpr int kDeterminant = 10;  // job codes of dgedi
+constexpr int kInverse = 1;
+
+}  // namespace
+
+DoubleGenFact::DoubleGenFact() : rcond_(kNotEstimated) {}
+
+DoubleGenFact::DoubleGenFact(const DoubleGenMat& a, int estimateCondition) : DoubleGenFact()
+{
+    factor(a, estimateCondition);
+}
+
+DoubleGenFact& DoubleGenFact::operator=(const DoubleGenFact& f)
+{
+    lu_ = f.lu_;
+    if (lu_.rows() != f.lu_.rows()) return *this;  // a handler returned: keep what belongs together
+    pivots_ = f.pivots_;
+    rcond_ = f.rcond_;
+    return *this;
+}
+
+void DoubleGenFact::factor(const DoubleGenMat& a, int estimateCondition)
+{
+    lu_.reference(a.copy());
+    dofactor(estimateCondition);
+}
+
+void DoubleGenFact::dofactor(int estimateCondition)
+{
+    rcond_ = kNotEstimated;
+    if (lu_.rows() != lu_.cols()) {
+        lxRaise(0x500D, lu_.rows(), lu_.cols());
+        lu_.reference(DoubleGenMat());
+        pivots_.reference(IntVec());
+        return;
+    }
+    const int n = static_cast<int>(lu_.rows());
+    if (!makeFactorsPrivate(lu_.rows()) || n == 0) return;
+    if (estimateCondition != 0) {
+        const std::unique_ptr<double[]> work(new double[lu_.rows()]);
+        knotwork::linpack::dgeco(lu_.data(), &n, &n, pivots_.data(), &rcond_, work.get());
+        return;
+    }
+    int info = 0;
+    knotwork::linpack::dgefa(lu_.data(), &n, &n, pivots_.data(), &info);
+    if (info > 0) rcond_ = 0.0;
+}
+
+/// Separates what the kernel is about to write from all who share it. Without the storage, should a
+/// handler return from that, nothing is held, and the answer is false.
+bool DoubleGenFact::makeFactorsPrivate(unsigned n)
+{
+    lu_.deepenShallowCopy();
+    pivots_.resize(n);
+    pivots_.deepenShallowCopy();
+    if (pivots_.length() == n && (n == 0 || lu_.data() != nullptr)) return true;
+    lu_.reference(DoubleGenMat());
+    pivots_.reference(IntVec());
+    return false;
+}
+
+void DoubleGenFact::calldi(const DoubleGenMat& lu, int job, double* det, int*) const
+{
+    DoubleGenMat shared(lu);
+    const int n = static_cast<int>(lu.rows());
+    const std::unique_ptr<double[]> work(new double[lu.rows()]);
+    knotwork::linpack::dgedi(shared.data(), &n, &n, pivots_.data(), det, work.get(), &job);
+}
+
+double DoubleGenFact::condition() const
+{
+    if (rcond_ < 0.0) lxRaise(0x5001);
+    return rcond_;
+}
+
+double DoubleGenFact::determinant() const
+{
+    if (lu_.rows() < 1) return 0.0;
+    double det[2] = {};
+    calldi(lu_, kDeterminant, det, nullptr);
+    return det[0] * std::pow(10.0, det[1]);
+}
+
+DoubleGenMat DoubleGenFact::inverse() const
+{
+    if (fail() != 0) {
+        lxRaise(0x5011);
+        return DoubleGenMat();
+    }
+    DoubleGenMat result(lu_.copy());
+    if (result.rows() == lu_.rows()) calldi(result, kInverse, nullptr, nullptr);
+    return result;
+}
+
+DoubleVec DoubleGenFact::solve(const DoubleVec& b) const
+{
+    if (b.length() != lu_.rows()) {
+        lxRaise(0x5002, b.length(), lu_.rows());
+        return DoubleVec();
+    }
+    if (fail() != 0) {
+        lxRaise(0x5011);
+        return DoubleVec();
+    }
+    DoubleVec x(b.copy());
+    if (x.length() != b.length()) return x;
+    const int n = static_cast<int>(lu_.rows());
+    const int directly = 0;
+    knotwork::linpack::dgesl(lu_.data(), &n, &n, pivots_.data(), x.data(), &directly);
+    return x;
+}
+
+int DoubleGenFact::isSingular() const
+{
+    return rcond_ + 1.0 == 1.0 ? 1 : 0;  // false for -1.0, the mark of "not estimated"
+}
+
+int DoubleGenFact::fail() const
+{
+    return lu_.rows() == 0 ? 1 : isSingular();
+}

@@ -1,0 +1,172 @@
+// SPDX-License-Identifier: MIT
+#include "knotwork/factor/DoubleGenFact.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "tests/support/Arrays.h"
+#include "tests/support/RecordingHandler.h"
+
+namespace {
+
+using namespace knotwork_test;
+using testing::ElementsAre;
+
+constexpr double kInf = std::numeric_limits<double>::infinity();
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+
+const DoubleGenMat kRegular = mat({{0, 2, 1}, {1, 0, 0}, {0, 0, 4}});  // determinant -8
+const DoubleGenMat kSingular = mat({{1, 2}, {2, 4}});
+
+TEST(DoubleGenFactTest, StatusFollowsTheEstimate)
+{
+    struct {
+        const char* name;
+        DoubleGenFact fact;
+        double condition;  // 2.0: anything in (0, 1]
+        int singular, fail;
+        std::vector<unsigned> raised;  // by condition()
+        double determinant;
+    } const cases[] = {
+        {"never factored", DoubleGenFact(), -1.0, 0, 1, {0x5001}, 0.0},
+        {"empty", DoubleGenFact(DoubleGenMat(), 1), -1.0, 0, 1, {0x5001}, 0.0},
+        {"regular, no estimate", DoubleGenFact(kRegular, 0), -1.0, 0, 0, {0x5001}, -8.0},
+        {"regular, estimate", DoubleGenFact(kRegular, 7), 2.0, 0, 0, {}, -8.0},
+        {"singular, no estimate", DoubleGenFact(kSingular, 0), 0.0, 1, 1, {}, 0.0},
+        {"singular, estimate", DoubleGenFact(kSingular, 1), 0.0, 1, 1, {}, 0.0},
+        {"zero", DoubleGenFact(DoubleGenMat(2u, 2u, 0.0), 1), 0.0, 1, 1, {}, 0.0},
+        {"exchange", DoubleGenFact(mat({{0, 1}, {1, 0}}), 1), 1.0, 0, 0, {}, -1.0},
+        {"scalar", DoubleGenFact(mat({{-0.25}}), 1), 1.0, 0, 0, {}, -0.25},
+        {"near singular, no estimate",
+         DoubleGenFact(mat({{1, 1}, {1, 1 + 0x1p-52}}), 0),
+         -1.0,
+         0,
+         0,
+         {0x5001},
+         0x1p-52},
+        {"infinite", DoubleGenFact(mat({{kInf}}), 0), -1.0, 0, 0, {0x5001}, kInf},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        double condition = 0.0;
+        EXPECT_EQ(codesRaisedBy([&] { condition = c.fact.condition(); }), c.raised);
+        if (c.condition == 2.0)
+            EXPECT_TRUE(condition > 0.0 && condition <= 1.0) << condition;
+        else
+            EXPECT_EQ(condition, c.condition);
+        EXPECT_EQ(c.fact.isSingular(), c.singular);
+        EXPECT_EQ(c.fact.fail(), c.fail);
+        EXPECT_EQ(c.fact.good(), 1 - c.fail);
+        EXPECT_DOUBLE_EQ(c.fact.determinant(), c.determinant);
+    }
+    EXPECT_TRUE(std::isnan(DoubleGenFact(mat({{kNaN}}), 0).determinant()));
+}
+
+TEST(DoubleGenFactTest, EstimateFindsWhatPivotsDoNot)
+{
+    const DoubleGenMat magic = mat({{16, 2, 3, 13}, {5, 11, 10, 8}, {9, 7, 6, 12}, {4, 14, 15, 1}});
+    EXPECT_EQ(DoubleGenFact(magic, 1).isSingular(), 1) << "rank 3, but no pivot is exactly 0";
+    EXPECT_EQ(DoubleGenFact(magic * 1e140, 1).isSingular(), 1);
+}
+
+TEST(DoubleGenFactTest, SolvesViewsAndLeavesItsInputsAlone)
+{
+    const DoubleGenMat everySecond(strided<double>({0, 1, 0, 2, 0, 0, 1, 0, 4}, 2), 3, 3);
+    const DoubleGenFact f(everySecond, 0);
+    EXPECT_TRUE(everySecond == kRegular);
+    const DoubleVec b = strided<double>({9, 1, 8}, -3);
+    EXPECT_THAT(elements(f.solve(b)), ElementsAre(1, 3.5, 2));
+    EXPECT_THAT(elements(b), ElementsAre(9, 1, 8));
+    const DoubleGenMat inverse = f.inverse();
+    EXPECT_THAT(rowsOf(inverse), ElementsAre(ElementsAre(0, 1, 0), ElementsAre(0.5, 0, -0.125),
+                                             ElementsAre(0, 0, 0.25)));
+    EXPECT_EQ(f.determinant(), -8.0) << "the factors are still there";
+}
+
+TEST(DoubleGenFactTest, CopiesShareAndOutliveTheNextFactor)
+{
+    DoubleGenFact f(kRegular, 1);
+    const DoubleGenFact copy(f);
+    for (const DoubleGenMat& next : {mat({{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}), kSingular}) {
+        f.factor(next, 0);
+        EXPECT_EQ(copy.determinant(), -8.0);
+        EXPECT_THAT(elements(copy.solve(vec({9, 1, 8}))), ElementsAre(1, 3.5, 2));
+    }
+    DoubleGenFact target(mat({{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}), 0);
+    const DoubleGenFact sharer(target);
+    target = copy;
+    EXPECT_EQ(target.condition(), copy.condition());
+    EXPECT_EQ(sharer.determinant(), -8.0) << "elements go into the storage that is there";
+}
+
+TEST(DoubleGenFactTest, ErrorsNameWhatIsWrong)
+{
+    const DoubleGenFact regular(kRegular, 0);
+    const DoubleGenFact singular(kSingular, 0);
+    const std::string unsolvable =
+        "Can't solve system of equations, matrix not successfully factorized";
+    DoubleGenFact f(kRegular, 1);
+    DoubleGenFact target(regular);
+    DoubleVec x;
+    DoubleGenMat inverse;
+    struct {
+        unsigned code;
+        std::string message;
+        std::function<void()> commit;
+    } const cases[] = {
+        {0x500D, "Can't factorize, 2x3 matrix not square",
+         [&] { f.factor(DoubleGenMat(2u, 3u, 1.0), 1); }},
+        {0x5011, unsolvable, [&] { inverse.reference(f.inverse()); }},
+        {0x5002, "b vector length wrong (2!=3)",
+         [&] {
+             x.reference(regular.solve(vec({1, 2})));
+         }},
+        {0x5002, "b vector length wrong (3!=2)",
+         [&] {
+             x.reference(singular.solve(vec({1, 2, 3})));
+         }},  // before the singularity
+        {0x5011, unsolvable,
+         [&] {
+             x.reference(singular.solve(vec({1, 2})));
+         }},
+        {0x5011, unsolvable, [&] { x.reference(DoubleGenFact().solve(DoubleVec())); }},
+        {0x5011, unsolvable, [&] { inverse.reference(singular.inverse()); }},
+        {0x4004, "Matrix sizes don't match (2x2) vs (3x3)", [&] { target = singular; }},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.message);
+        const RecordingHandler handler(RecordingHandler::OnFatal::kReturn);
+        c.commit();
+        ASSERT_EQ(handler.raised().size(), 1u);
+        EXPECT_EQ(handler.raised()[0].code, c.code);
+        EXPECT_EQ(handler.raised()[0].origin, 0xF000);
+        EXPECT_EQ(handler.raised()[0].message, c.message);
+        EXPECT_EQ(x.length(), 0u);
+        EXPECT_EQ(inverse.rows(), 0u);
+    }
+    EXPECT_EQ(f.fail(), 1);
+    EXPECT_EQ(f.determinant(), 0.0);
+}
+
+TEST(DoubleGenFactDeathTest, AMatrixThatIsNotSquareEndsTheProcess)
+{
+    EXPECT_EXIT(DoubleGenFact(DoubleGenMat(2u, 3u, 1.0), 0), testing::KilledBySignal(SIGABRT),
+                testing::HasSubstr("** Can't factorize, 2x3 matrix not square.\n"
+                                   "** Processing terminated.\n"));
+}
+
+TEST(DoubleGenFactDeathTest, TheMissingEstimateIsOnlyAWarning)
+{
+    EXPECT_EXIT(std::exit(DoubleGenFact(kRegular, 0).condition() == -1.0 ? 0 : 1),
+                testing::ExitedWithCode(0),
+                testing::HasSubstr("** Condition number not calculated.\n"
+                                   "** Processing continues.\n"));
+}
+
+}  // namespace
