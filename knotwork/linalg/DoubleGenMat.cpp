@@ -8,6 +8,7 @@
 
 const char* const DoubleGenMat::className = "DoubleGenMat";
 
+template class knotwork::MatCore<DoubleGenMat, DoubleVec>;
 template class knotwork::GenMatCore<DoubleGenMat, DoubleVec, DoubleGenMatPick>;
 template class knotwork::GenMatPickCore<DoubleGenMatPick, DoubleGenMat>;
 

@@ -41,4 +41,5 @@ class KNOTWORK_EXPORT DoubleGenMat
     static DoubleGenMat atan2Of(const DoubleGenMat& y, const DoubleGenMat& x);
 };
 
+extern template class knotwork::MatCore<DoubleGenMat, DoubleVec>;
 extern template class knotwork::GenMatCore<DoubleGenMat, DoubleVec, DoubleGenMatPick>;

@@ -7,6 +7,7 @@
 
 const char* const IntGenMat::className = "IntGenMat";
 
+template class knotwork::MatCore<IntGenMat, IntVec>;
 template class knotwork::GenMatCore<IntGenMat, IntVec, IntGenMatPick>;
 template class knotwork::GenMatPickCore<IntGenMatPick, IntGenMat>;
 

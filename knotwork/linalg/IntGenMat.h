@@ -28,4 +28,5 @@ class KNOTWORK_EXPORT IntGenMat : public knotwork::GenMatCore<IntGenMat, IntVec,
     }
 };
 
+extern template class knotwork::MatCore<IntGenMat, IntVec>;
 extern template class knotwork::GenMatCore<IntGenMat, IntVec, IntGenMatPick>;

@@ -13,6 +13,8 @@ namespace knotwork {
 
 template <class Derived, class VecT>
 class PickCore;
+template <class Derived, class VecT>
+class MatCore;
 template <class Derived, class VecT, class PickT>
 class GenMatCore;
 
@@ -143,6 +145,8 @@ class KNOTWORK_EXPORT VecCore {
   private:
     template <class D, class V>
     friend class PickCore;
+    template <class D, class V>
+    friend class MatCore;
     template <class D, class V, class P>
     friend class GenMatCore;
 
