@@ -2,6 +2,7 @@
 #include "knotwork/linalg/DoubleGenMat.h"
 
 #include "knotwork/linalg/DoubleGenMatPick.h"
+#include "knotwork/linalg/DoubleLowerTriMat.h"
 #include "knotwork/linalg/IntGenMat.h"
 #include "knotwork/linalg/detail/GenMatCore-inl.h"
 #include "knotwork/linalg/detail/GenMatPickCore-inl.h"
@@ -16,6 +17,8 @@ DoubleGenMat::DoubleGenMat(const IntGenMat& m)
     : GenMatCore(DoubleVec(m.dataVec()), m.rows(), m.cols())
 {
 }
+
+DoubleGenMat::DoubleGenMat(const DoubleLowerTriMat& m) : DoubleGenMat(m.unpacked()) {}
 
 DoubleGenMat::DoubleGenMat(const DoubleGenMatPick& p) : GenMatCore(p.rows(), p.cols())
 {
