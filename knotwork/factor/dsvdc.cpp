@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 
 #include "knotwork/factor/detail/ColumnMajor.h"
@@ -13,7 +14,7 @@ namespace knotwork::linpack {
 namespace {
 
 constexpr int kStep = 1;             // increment of every BLAS call: all vectors are columns
-constexpr int kIterationLimit = 30;  // QR steps for one value
+constexpr int kIterationLimit = 30;  // QR steps a value, for all of them together
 
 /// Singular vectors being built as columns; with count 0 there are none, and nothing is done.
 struct Vectors {
@@ -287,12 +288,14 @@ void startOfStep(const Decomposition& d, int first, int end, double& f, double& 
     g = top * (d.e[first] / scale);
 }
 
-/// One implicit-shift QR step: the first rotation makes a bulge, the others chase it out.
-void qrStep(Decomposition& d, int first, int end)
+/// One implicit-shift QR step: the first rotation makes a bulge, the others chase it out. False,
+/// and nothing done, when the block has values that are not finite.
+bool qrStep(Decomposition& d, int first, int end)
 {
     double f;
     double g;
     startOfStep(d, first, end, f, g);
+    if (!std::isfinite(f) || !std::isfinite(g)) return false;
     for (int k = first; k < end - 1; ++k) {
         const Rotation right = makeRotation(f, g);
         if (k > first) d.e[k - 1] = f;
@@ -311,6 +314,7 @@ void qrStep(Decomposition& d, int first, int end)
         rotate(d.left, k, k + 1, left);
     }
     d.e[end - 2] = f;
+    return true;
 }
 
 /// Makes s(k) positive and moves it down to its place among the values behind it.
@@ -341,11 +345,11 @@ void scaleBidiagonal(Decomposition& d, double scale)
 int iterateLifted(Decomposition& d)
 {
     // Deflations and splits need no limit: each clears an entry at the edge of the block, where it
-    // stays zero and separates, next to a NaN as well.
-    int steps = 0;
+    // stays zero and separates, next to a NaN as well. The limit is one budget, for a matrix that
+    // is strongly graded may need most of its steps for its first value.
+    std::int64_t steps = std::int64_t{kIterationLimit} * d.size;
     int end = d.size;
     while (end > 0) {
-        if (steps >= kIterationLimit) return end;
         const Block block = classify(d, end);
         switch (block.finding) {
             case Finding::kZeroAtEnd:
@@ -355,13 +359,11 @@ int iterateLifted(Decomposition& d)
                 split(d, block.first, end);
                 break;
             case Finding::kRegular:
-                qrStep(d, block.first, end);
-                ++steps;
+                if (steps-- == 0 || !qrStep(d, block.first, end)) return end;
                 break;
             case Finding::kConverged:
                 if (!std::isfinite(d.s[block.first])) return end;
                 settle(d, block.first);
-                steps = 0;
                 --end;
                 break;
         }

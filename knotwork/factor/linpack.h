@@ -22,7 +22,8 @@ double dsign(const double* a, const double* b);
 /// info      the values s(info + 1) .. s(min(n, p)), counted from 1, are correct and so are their
 ///           vectors; 0 when all are. A value that is not finite never converges, so NaN, infinity
 ///           and overflow end here. When n < p, info can reach n + 1.
-/// Limit     30 QR steps a value.
+/// Limit     30 QR steps a value, all values together: a strongly graded matrix may need more for
+///           its first one, and fewer for the others.
 /// Range     vectors stay orthogonal down to subnormal entries; norms above the largest double
 ///           overflow. An empty x sets info to 0 and nothing else.
 /// Source    LINPACK Users' Guide, chapter 11.
