@@ -53,8 +53,8 @@ inline DoubleGenMat rankDeficient(unsigned n, unsigned p, std::mt19937& generato
 /// Rows and columns rise or fall by 20 orders of magnitude each.
 inline DoubleGenMat graded(unsigned n, unsigned p, std::mt19937& generator)
 {
-    const double rowStep = (generator() % 2 == 0 ? 20.0 : -20.0) / n;
-    const double colStep = (generator() % 2 == 0 ? 20.0 : -20.0) / p;
+    const double rowStep = (generator() % 2 == 0 ? 20.0 : -20.0) / std::max(n, 1u);
+    const double colStep = (generator() % 2 == 0 ? 20.0 : -20.0) / std::max(p, 1u);
     DoubleGenMat a = randomMatrix(n, p, generator);
     for (int j = 0; j < static_cast<int>(p); ++j)
         for (int i = 0; i < static_cast<int>(n); ++i)
