@@ -18,5 +18,15 @@ void dtrsm_(const char* side, const char* uplo, const char* trans, const char* d
 void dgglse_(const int* m, const int* n, const int* p, double* a, const int* lda, double* b,
              const int* ldb, double* c, double* d, double* x, double* work, const int* lwork,
              int* info);
+double dlange_(const char* norm, const int* m, const int* n, const double* a, const int* lda,
+               double* work);
+void dgetrf_(const int* m, const int* n, double* a, const int* lda, int* ipiv, int* info);
+void dgetrs_(const char* trans, const int* n, const int* nrhs, const double* a, const int* lda,
+             const int* ipiv, double* b, const int* ldb, int* info);
+void dgecon_(const char* norm, const int* n, const double* a, const int* lda, const double* anorm,
+             double* rcond, double* work, int* iwork, int* info);
+void dgesdd_(const char* jobz, const int* m, const int* n, double* a, const int* lda, double* s,
+             double* u, const int* ldu, double* vt, const int* ldvt, double* work, const int* lwork,
+             int* iwork, int* info);
 #endif
 }

@@ -25,6 +25,8 @@ TITLES = {
     "BM_SurfaceTwoOrders": ("bicubic surface, partials to order 2, random parameters", ""),
     "BM_PointGrid": ("a point of a 500 x 500 grid", ""),
     "BM_NormalGrid": ("a unit normal of a 500 x 500 grid", ""),
+    "BM_LuWithEstimate": ("LU with condition estimate, n x n", "`dgetrf`, `dgecon`"),
+    "BM_SingularValues": ("singular values, n x p", "`dgesdd`"),
     "BM_Product": ("`product(a, b)`, n x n", "`dgemm`"),
     "BM_Sum": ("`a + b`", "plain loop"),
     "BM_Scale": ("`a *= s`", "plain loop"),
