@@ -6,6 +6,7 @@
 
 #include "knotwork/factor/detail/ColumnMajor.h"
 #include "knotwork/factor/detail/PanelLoops.h"
+#include "knotwork/factor/detail/Reflection.h"
 #include "knotwork/factor/linpack.h"
 #include "knotwork/platform/blas.h"
 
@@ -45,34 +46,7 @@ Panel panelFrom(const ColumnMajor<double>& a, int i, int j, int n, int p)
     return {a.at(i, j), a.leading(), n - i, p - j};
 }
 
-/// An exact factor for numbers of this magnitude that makes their squares and reciprocals safe, and
-/// gives subnormal ones all their digits for what follows. Not every linked drotg scales by itself.
-double safeScale(double magnitude)
-{
-    if (magnitude < 0x1p-400) return 0x1p+800;
-    if (magnitude > 0x1p+400) return 0x1p-700;
-    return 1.0;
-}
-
 // --- reduction to bidiagonal form ---
-
-/// Turns x into the v of the reflection I - v v^T / v(0) that sends x to sigma times the first
-/// axis, and returns sigma; 0.0 for a zero x, which stays.
-double makeReflection(int n, double* x)
-{
-    double norm = dnrm2_(&n, x, &kStep);
-    if (norm == 0.0) return 0.0;
-    const double scale = safeScale(norm);
-    if (scale != 1.0) {
-        dscal_(&n, &scale, x, &kStep);
-        norm = dnrm2_(&n, x, &kStep);
-    }
-    const double signedNorm = dsign(&norm, x);  // the sign of x(0): no cancellation below
-    const double reciprocal = 1.0 / signedNorm;
-    dscal_(&n, &reciprocal, x, &kStep);
-    x[0] += 1.0;
-    return -signedNorm / scale;
-}
 
 /// Clears column l below the diagonal; what remains on it is s(l).
 void reflectFromLeft(Decomposition& d, int l)
@@ -168,6 +142,7 @@ struct Rotation {
 Rotation makeRotation(double& a, double b)
 {
     Rotation r;
+    // Not every linked drotg scales by itself.
     const double scale = safeScale(std::max(std::fabs(a), std::fabs(b)));
     a *= scale;
     b *= scale;
