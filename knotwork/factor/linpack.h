@@ -11,6 +11,40 @@ namespace knotwork::linpack {
 /// |a| with the sign of b, where both zeros count as positive and NaN as negative.
 double dsign(const double* a, const double* b);
 
+/// Householder QR of the n x p matrix x, X P = Q R: afterwards R on and above the diagonal, and
+/// below it, with qraux, the vectors of the reflections I - v v^T / v(0), v(0) being in qraux.
+/// R(k, k) is the norm of what is left of its column with the sign opposite to x(k, k)'s, a zero
+/// counting as positive. What is left as zeros, and the last row of a square or wide matrix, is not
+/// reflected: qraux 0.
+/// qraux     p elements; those from min(n, p) on are scratch.
+/// jpvt      p elements, for job != 0 only. On entry > 0 initial columns, which go to the front,
+///           < 0 final ones, which go to the back, 0 free ones, of which each step takes that with
+///           the largest remaining norm, the first on ties. On return position k has column
+///           jpvt(k), 1-based.
+/// work      p elements, for job != 0 only.
+/// job       0 leaves the columns in their order.
+/// Norms     are derived from step to step and computed anew when too few of their digits are left.
+/// Rounding  reflections of neighbouring initial or final columns, and all without pivoting, are
+///           applied in blocks of eight.
+/// Source    LINPACK Users' Guide, chapter 9. Blocks: Schreiber, Van Loan: A storage-efficient WY
+///           representation for products of Householder transformations, SIAM J. Sci. Stat.
+///           Comput. 10 (1989).
+int dqrdc(double* x, const int* ldx, const int* n, const int* p, double* qraux, int* jpvt,
+          double* work, const int* job);
+
+/// Applies what dqrdc has left in x and qraux, or rather its first k reflections, to y. The first k
+/// columns of X P are X_k, and the first k rows and columns of R are R_k.
+/// k         0 .. min(n, p). With 0 nothing is reflected, and n is the only size that counts.
+/// job       decimal a b c d e: a Q y; b Q^T y; c, d and e ask for b too: c the b that makes
+///           |y - X_k b| least, d the residual y - X_k b, e the fitted values X_k b.
+/// Outputs   qy, qty (which b to e need), rsd and xb n elements, b k; those not asked for are not
+///           touched. y can be qy or qty, and one of b, rsd and xb can be qty.
+/// info      for c: index of a zero on R_k's diagonal, the last one; b is spoilt then. 0 otherwise.
+/// Source    LINPACK Users' Guide, chapter 9.
+int dqrsl(const double* x, const int* ldx, const int* n, const int* k, const double* qraux,
+          const double* y, double* qy, double* qty, double* b, double* rsd, double* xb,
+          const int* job, int* info);
+
 /// Singular value decomposition of the n x p matrix x, which is destroyed: X = U S V^T.
 /// job       10 a + b. Left vectors: a = 0 none, 1 all n, 2 or more the first min(n, p). Right
 ///           vectors: b = 0 none, otherwise all p. Vectors not asked for are not touched.
