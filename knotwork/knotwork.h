@@ -23,6 +23,8 @@
 #include "knotwork/linalg/SCharVec.h"
 #include "knotwork/linalg/SCharVecPick.h"
 #include "knotwork/factor/DoubleGenFact.h"
+#include "knotwork/factor/DoubleLeastSqQR.h"
+#include "knotwork/factor/DoubleQRDecomp.h"
 #include "knotwork/factor/DoubleSVDecomp.h"
 #include "knotwork/geometry/TnkException.h"
 #include "knotwork/geometry/TnkRw.h"
