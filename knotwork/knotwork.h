@@ -35,6 +35,7 @@
 #include "knotwork/solvers/TbaseSolver.h"
 #include "knotwork/solvers/Thouseholder.h"
 #include "knotwork/solvers/TsolveConstrainedLsq.h"
+#include "knotwork/solvers/TsolveConstrainedLsqQR.h"
 #include "knotwork/solvers/TsolveSystems.h"
 #include "knotwork/solvers/TsolveTensorProductLsq.h"
 #include "knotwork/solvers/TsolverReporter.h"
