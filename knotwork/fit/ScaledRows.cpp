@@ -39,6 +39,7 @@ void ScaledRows::addData(double t, double factor)
 int ScaledRows::addConstraint(double t, int derivative)
 {
     rows_.append(std::ldexp(t, -parameterExponent_), derivative);
+    if (derivative == 0) return 0;  // a value weighs what a data point weighs
     const int shrink = exponentOf(rows_.lastLength());
     rows_.scaleLast(std::ldexp(1.0, -shrink));
     return parameterExponent_ * derivative - shrink;

@@ -21,9 +21,9 @@ class ScaledRows {
 
     void reserve(std::size_t rows) { rows_.reserve(rows); }
     void addData(double t, double factor = 1.0);  ///< the row times a factor
-    /// By the chain rule a derivative grows with the parameter's scale, and its row is brought to
-    /// about unit length. Returns the exponent e of the two together: what the constraint asks for
-    /// has to be multiplied by 2^e.
+    /// A value's row is like a data row. By the chain rule a derivative grows with the parameter's
+    /// scale, and its row is brought to about unit length. Returns the exponent e of the two
+    /// together: what the constraint asks for has to be multiplied by 2^e.
     int addConstraint(double t, int derivative);
 
     const BsplineBasis& basis() const { return basis_; }  ///< over the scaled parameter
