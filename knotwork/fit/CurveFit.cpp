@@ -8,6 +8,7 @@
 #include <new>
 
 #include "knotwork/fit/CurveDiagnosis.h"
+#include "knotwork/fit/FitSolver.h"
 #include "knotwork/fit/KernelBuild.h"
 #include "knotwork/fit/Numbers.h"
 #include "knotwork/fit/ResidualTally.h"
@@ -81,10 +82,10 @@ bool fitsIntoMemory(std::uint64_t rows, std::uint64_t cols, std::uint64_t constr
 /// What the residuals still pull at the unknowns where the constraints let them give way, as a
 /// share of what residuals of their size could pull. A solver that skips small updates does not
 /// see this in its own second pass.
-double pullLeft(const ScaledCurve& problem, const TtupleVector& x)
+double pullLeft(const ScaledCurve& problem, const TtupleVector& x, FitMethod method)
 {
-    const int count = problem.constraints();
-    const int dataRows = problem.dataRows();
+    const int count = method == FitMethod::kQr ? 0 : problem.constraints();
+    const int dataRows = problem.dataRows() + problem.constraints() - count;
     DoubleGenMat across(static_cast<unsigned>(x.points()), static_cast<unsigned>(count));
     for (int c = 0; c < count; ++c)
         across.col(c) = problem.combined(dataRows + c, DoubleVec(1, 1.0));
@@ -149,7 +150,8 @@ void explainDependence(const DoubleGenMat& matrix, const ScaledCurve& problem,
                        const BsplineBasis& basis, const DoubleVec& parameters,
                        const CurveFitOptions& options, CurveFitReport& report)
 {
-    if (constraintRowsDepend(matrix, problem.constraints()))
+    if (options.method == FitMethod::kHouseholder &&
+        constraintRowsDepend(matrix, problem.constraints()))
         return refuse(report, FitVerdict::kDependentConstraints,
                       "the constraints depend on each other");
     std::vector<double> values;
@@ -202,31 +204,33 @@ void solveProblem(const ScaledCurve& problem, const TtupleVector& points,
         return refuse(report, FitVerdict::kBadInput,
                       "a constraint's value leaves the range of numbers");
     TsolverReporter quiet(true);
-    Thouseholder solver(options.reporter != nullptr ? *options.reporter : quiet, options.tolerance,
-                        0, false);
+    const std::unique_ptr<TsolveConstrainedLsq> solver(
+        makeSolver(options.method, options.reporter != nullptr ? *options.reporter : quiet,
+                   options.tolerance));
     {
         const DoubleGenMat matrix(problem.matrix());
         const int code =
-            solver.setMatrix(matrix, report.constraints, false, false, options.estimateCutoff);
-        report.tolerance = solver.tolerance();
-        report.columnsUsed = solver.usedCols();
+            solver->setMatrix(matrix, report.constraints, false, false, options.estimateCutoff);
+        report.tolerance = solver->tolerance();
+        report.columnsUsed = solver->usedCols();
         if (code != 0)
             return explainDependence(matrix, problem, curve.basis, parameters, options, report);
     }
     TtupleVector x(rhs.size(), report.unknowns, 0.0);
-    solver.solve(rhs, &x, false);
+    solver->solve(rhs, &x, false);
     const double moved =
         polish(problem.residuals(x), x, [&solver](const TtupleVector& left, TtupleVector& found) {
-            return solver.solve(left, &found, false) == kSolved;
+            return solver->solve(left, &found, false) == kSolved;
         });
-    if (!(moved <= kBelievable) || !(pullLeft(problem, x) <= kFlat) ||
-        !(worstConstraint(problem, x) <= kConstraintMet))
+    const bool constraintsMet = worstConstraint(problem, x) <= kConstraintMet;
+    if (!(moved <= kBelievable) || !(pullLeft(problem, x, options.method) <= kFlat) ||
+        !(constraintsMet || options.method == FitMethod::kQr))
         return refuse(report, FitVerdict::kInaccurate, whyInaccurate(options, report));
     curve.controlPoints = problem.controlPoints(x);
     curve.spline = makeSpline(curve.basis, curve.dimension, curve.controlPoints);
     measureData(points, parameters, options, curve);
     measureConstraints(problem, constraints, curve);
-    report.verdict = FitVerdict::kMet;
+    report.verdict = constraintsMet ? FitVerdict::kMet : FitVerdict::kFitted;
     if (isFinite(curve)) return;
     curve.controlPoints.clear();
     curve.spline.reset();
@@ -254,6 +258,7 @@ FittedCurve fitCurve(const TtupleVector& points, const DoubleVec& parameters,
 {
     FittedCurve curve;
     CurveFitReport& report = curve.report;
+    report.method = options.method;
     std::string fault = inputFault(points, parameters, basis, constraints, options);
     if (!(options.tolerance >= 0.0 && options.tolerance <= 1.0))
         fault = "the tolerance is no number from 0 to 1";
@@ -268,7 +273,7 @@ FittedCurve fitCurve(const TtupleVector& points, const DoubleVec& parameters,
     report.constraints = static_cast<int>(constraints.size());
     report.tolerance = options.tolerance;
     const std::uint64_t rows = static_cast<std::uint64_t>(points.points()) + constraints.size();
-    if (report.constraints > report.unknowns)
+    if (report.constraints > report.unknowns && options.method == FitMethod::kHouseholder)
         refuse(report, FitVerdict::kDependentConstraints, "the constraints depend on each other");
     else if (rows < static_cast<std::uint64_t>(report.unknowns))
         refuse(report, FitVerdict::kUndetermined,

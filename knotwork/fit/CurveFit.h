@@ -14,7 +14,7 @@
 
 namespace knotwork {
 
-/// What a curve must meet exactly: its value, or a derivative, at a parameter.
+/// What a curve must meet: its value, or a derivative, at a parameter.
 struct CurveConstraint {
     double parameter;
     int derivative;             ///< 0: the value; k: the k-th derivative by the parameter
@@ -23,18 +23,19 @@ struct CurveConstraint {
 
 /// What to fit with.
 struct CurveFitOptions {
-    double tolerance =
-        kFitTolerance;  ///< what counts as zero in the problem scaled to unit size; 0 to 1
+    /// What counts as zero in the problem scaled to unit size; 0 to 1.
+    double tolerance = kFitTolerance;
     DoubleVec weights;  ///< of the squared residuals, one a point, 0 or more; empty: all are 1
     bool estimateCutoff = false;          ///< raises the tolerance to a gap in the singular values
     TsolverReporter* reporter = nullptr;  ///< hears the solver; null: nobody does
+    FitMethod method = FitMethod::kHouseholder;
 };
 
 struct CurveFitReport : FitReport {
     double maxResidualAt = 0.0;  ///< the parameter of the largest residual
 };
 
-/// A fitted curve with its report; without control points unless the verdict is kMet.
+/// A fitted curve with its report; without control points unless that says there is a fit.
 struct KNOTWORK_EXPORT FittedCurve {
     BsplineBasis basis;
     int dimension = 0;                        ///< coordinates of a point
@@ -43,16 +44,19 @@ struct KNOTWORK_EXPORT FittedCurve {
     CurveFitReport report;
 
     bool met() const { return report.verdict == FitVerdict::kMet; }
+    bool fits() const { return report.fits(); }  ///< met, or fitted as a whole
     /// The curve at t, or a derivative; one number a coordinate. Empty without a curve.
     std::vector<double> at(double t, int derivative = 0) const;
 };
 
-/// Fits a curve to points at given parameters, constraints held exactly: what becomes smallest is
-/// the sum of the squared residuals, each times its weight.
+/// Fits a curve to points at given parameters, constraints held exactly or fitted too: what becomes
+/// smallest is the sum of the squared residuals, each times its weight.
 /// Shapes     one parameter a point, in any order, within the basis's range; any dimension.
 /// Method     the least-squares rows and the constraint rows, in a problem scaled to unit size,
-///            go through Thouseholder; a second pass with the residuals as right-hand side both
-///            polishes the answer and shows whether it can be believed.
+///            go through Thouseholder, or TsolveConstrainedLsqQR, where a value counts like a
+///            data point and a derivative like one along a row of about unit length; a second pass
+///            with the residuals as right-hand side both polishes the answer and shows whether it
+///            can be believed.
 /// Failures   are verdicts with a reason; nothing throws for lack of memory or for bad input.
 KNOTWORK_EXPORT FittedCurve fitCurve(const TtupleVector& points, const DoubleVec& parameters,
                                      const BsplineBasis& basis,

@@ -89,12 +89,12 @@ std::vector<PlotPoint> placedData(const CurveView& view, const TtupleVector& poi
 std::string figures(const CurveFitReport& report)
 {
     char text[200];
-    std::snprintf(
-        text, sizeof text,
-        "%d points, %d control points, %d exact equations: RMS %.3g, largest residual %.3g, "
-        "constraint residual %.2g",
-        report.dataPoints, report.unknowns, report.constraints, report.rms, report.maxResidual,
-        report.constraintResidual);
+    std::snprintf(text, sizeof text,
+                  "%d points, %d control points, %d %s equations: RMS %.3g, largest residual %.3g, "
+                  "constraint residual %.2g",
+                  report.dataPoints, report.unknowns, report.constraints,
+                  report.verdict == FitVerdict::kFitted ? "fitted" : "exact", report.rms,
+                  report.maxResidual, report.constraintResidual);
     return text;
 }
 
@@ -115,7 +115,7 @@ void writeCurveSvg(std::ostream& os, const FittedCurve& curve, const TtupleVecto
                    const DoubleVec& parameters, const std::vector<CurveConstraint>& constraints,
                    const std::string& title)
 {
-    if (!curve.met()) return;
+    if (!curve.fits()) return;
     const CurveView view(curve);
     const std::vector<double> breaks = curve.basis.breakpoints();
     const std::vector<PlotPoint> trace = tracedCurve(view, breaks);

@@ -7,8 +7,16 @@ namespace knotwork {
 
 constexpr double kFitTolerance = 1e-14;  ///< what counts as zero in a problem of unit size
 
+/// What becomes of constraints.
+enum class FitMethod {
+    kHouseholder,  ///< met exactly; the other rows are fitted in what they leave open
+    kQr,           ///< fitted like the others: a constraint is one more row of the least squares
+};
+
 enum class FitVerdict {
     kMet,                   ///< the constraints are met and the rest is the least-squares fit
+    kFitted,                ///< the least-squares fit of all rows, which leaves constraints unmet;
+                            ///< only with a method that fits them
     kBadInput,              ///< points, parameters, basis and constraints do not make a problem
     kTooLarge,              ///< the system does not fit into memory or into the arrays' counts
     kDependentConstraints,  ///< the constraints depend on each other
@@ -20,10 +28,10 @@ enum class FitVerdict {
 /// The honest figures of a fit, all in the data's units unless said otherwise.
 struct FitReport {
     FitVerdict verdict = FitVerdict::kBadInput;
-    std::string reason;  ///< why there is no fit, as a sentence's end; empty when met
+    std::string reason;  ///< why there is no fit, as a sentence's end; empty when there is one
     int dataPoints = 0;
     int unknowns = 0;        ///< control points
-    int constraints = 0;     ///< equations met exactly
+    int constraints = 0;     ///< equations that are constraints
     int columnsUsed = 0;     ///< unknowns that took part in the solution
     double tolerance = 0.0;  ///< as used, on the scaled problem; the cut-off if that was estimated
     /// sqrt(sum of squared residuals, all coordinates / data points); with weights
@@ -34,6 +42,9 @@ struct FitReport {
     /// Largest deviation from a constraint, any coordinate. A derivative counts per row of unit
     /// length, so that slopes too are judged in the data's units.
     double constraintResidual = 0.0;
+    FitMethod method = FitMethod::kHouseholder;
+
+    bool fits() const { return verdict == FitVerdict::kMet || verdict == FitVerdict::kFitted; }
 };
 
 }  // namespace knotwork

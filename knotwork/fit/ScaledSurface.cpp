@@ -36,24 +36,24 @@ void multiplyByPowers(Numbers& numbers, const std::vector<int>& exponents, int s
 
 }  // namespace
 
-DirectionSolvers::DirectionSolvers(TsolverReporter* reporter)
+DirectionSolvers::DirectionSolvers(FitMethod method, TsolverReporter* reporter)
     : quiet_(true),
-      u_(reporter != nullptr ? *reporter : quiet_, kFitTolerance, 0, false),
-      v_(reporter != nullptr ? *reporter : quiet_, kFitTolerance, 0, false),
-      tensor_(u_, v_)
+      u_(makeSolver(method, reporter != nullptr ? *reporter : quiet_, kFitTolerance)),
+      v_(makeSolver(method, reporter != nullptr ? *reporter : quiet_, kFitTolerance)),
+      tensor_(*u_, *v_)
 {
 }
 
 int DirectionSolvers::setU(const ScaledSurface& problem)
 {
-    return u_.setMatrix(problem.inU().rows().dense(), problem.inU().constraints(), false, false,
-                        false);
+    return u_->setMatrix(problem.inU().rows().dense(), problem.inU().constraints(), false, false,
+                         false);
 }
 
 int DirectionSolvers::setV(const ScaledSurface& problem)
 {
-    return v_.setMatrix(problem.inV().rows().dense(), problem.inV().constraints(), false, false,
-                        false);
+    return v_->setMatrix(problem.inV().rows().dense(), problem.inV().constraints(), false, false,
+                         false);
 }
 
 ScaledSurface::ScaledSurface(const SurfaceData& data, const std::vector<LineConstraint>& acrossU,

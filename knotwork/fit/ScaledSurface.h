@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "knotwork/fit/CurveDiagnosis.h"
+#include "knotwork/fit/FitSolver.h"
 #include "knotwork/fit/ScaledRows.h"
 #include "knotwork/fit/SurfaceFit.h"
-#include "knotwork/solvers/Thouseholder.h"
 #include "knotwork/solvers/TsolveTensorProductLsq.h"
 
 namespace knotwork {
@@ -26,17 +27,17 @@ class ScaledSurface;
 /// A solver a direction, and the two together.
 class DirectionSolvers {
   public:
-    explicit DirectionSolvers(TsolverReporter* reporter);
+    DirectionSolvers(FitMethod method, TsolverReporter* reporter);
     int setU(const ScaledSurface& problem);  ///< 0, or -1 for a dependent direction
     int setV(const ScaledSurface& problem);
-    Thouseholder& u() { return u_; }
-    Thouseholder& v() { return v_; }
+    TsolveConstrainedLsq& u() { return *u_; }
+    TsolveConstrainedLsq& v() { return *v_; }
     TsolveTensorProductLsq& tensor() { return tensor_; }
 
   private:
     TsolverReporter quiet_;
-    Thouseholder u_;
-    Thouseholder v_;
+    std::unique_ptr<TsolveConstrainedLsq> u_;
+    std::unique_ptr<TsolveConstrainedLsq> v_;
     TsolveTensorProductLsq tensor_;
 };
 

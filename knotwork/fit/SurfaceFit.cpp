@@ -119,14 +119,15 @@ void measureData(const SurfaceData& data, FittedSurface& fitted)
 
 /// Hands out what the scaled unknowns are in the data's units, measured.
 void finish(const SurfaceData& data, const ScaledSurface& problem, const TtupleMatrix& x,
-            FittedSurface& fitted)
+            FitVerdict verdict, FittedSurface& fitted)
 {
     fitted.controlPoints = problem.controlPoints(x);
     fitted.surface = makeSurface(fitted.u, fitted.v, fitted.dimension, fitted.controlPoints);
     measureData(data, fitted);
-    fitted.report.verdict = FitVerdict::kMet;
+    fitted.report.verdict = verdict;
     const bool finite = std::isfinite(fitted.report.rms) &&
                         std::isfinite(fitted.report.maxResidual) &&
+                        std::isfinite(fitted.report.constraintResidual) &&
                         std::all_of(fitted.controlPoints.begin(), fitted.controlPoints.end(),
                                     [](double x0) { return std::isfinite(x0); });
     if (!finite) refuse(fitted, FitVerdict::kInaccurate, "the surface leaves the range of numbers");
@@ -142,7 +143,8 @@ void explainDirection(const char* name, const ScaledRows& direction, const Bspli
                       const DoubleVec& parameters, FittedSurface& fitted)
 {
     const std::string where = std::string("in ") + name + ", ";
-    if (constraintRowsDepend(direction.rows().dense(), direction.constraints()))
+    if (fitted.report.method == FitMethod::kHouseholder &&
+        constraintRowsDepend(direction.rows().dense(), direction.constraints()))
         refuse(fitted, FitVerdict::kDependentConstraints,
                where + "the constraints depend on each other");
     else if (tooFew(direction))
@@ -165,8 +167,9 @@ void withinMemory(FittedSurface& fitted, Fit fit)
     }
 }
 
-void start(const SurfaceData& data, FittedSurface& fitted)
+void start(const SurfaceData& data, const SurfaceFitOptions& options, FittedSurface& fitted)
 {
+    fitted.report.method = options.method;
     fitted.u = data.u;
     fitted.v = data.v;
     fitted.dimension = data.points.size();
@@ -183,7 +186,7 @@ void fitFreely(const SurfaceData& data, const SurfaceFitOptions& options, Fitted
     fitted.report.constraints = problem.inU().constraints() * data.v.count() +
                                 problem.inV().constraints() * data.u.count() -
                                 problem.inU().constraints() * problem.inV().constraints();
-    DirectionSolvers solvers(options.reporter);
+    DirectionSolvers solvers(options.method, options.reporter);
     if (tooFew(problem.inU()) || solvers.setU(problem) != 0)
         return explainDirection("u", problem.inU(), data.u, data.uParameters, fitted);
     if (tooFew(problem.inV()) || solvers.setV(problem) != 0)
@@ -196,11 +199,12 @@ void fitFreely(const SurfaceData& data, const SurfaceFitOptions& options, Fitted
     const int code = solve(problem.rhs(), &x);
     const double moved = code == kSolved ? polishGrid(problem, x, solve) : 1.0;
     const LineDeviations deviations = problem.lineDeviations(x, solvers);
-    if (!(moved <= kBelievable) || !(deviations.scaled <= kConstraintMet))
+    const bool met = deviations.scaled <= kConstraintMet;
+    if (!(moved <= kBelievable) || !(met || options.method == FitMethod::kQr))
         return refuse(fitted, FitVerdict::kInaccurate,
                       "the system is too close to dependent for a trustworthy answer");
     fitted.report.constraintResidual = deviations.inUnits;
-    finish(data, problem, x, fitted);
+    finish(data, problem, x, met ? FitVerdict::kMet : FitVerdict::kFitted, fitted);
 }
 
 std::string maskFault(const SurfaceData& data, const IntGenMat& mask, const TtupleMatrix& held)
@@ -235,7 +239,7 @@ void fitAround(const SurfaceData& data, const IntGenMat& mask, const TtupleMatri
                const SurfaceFitOptions& options, FittedSurface& fitted)
 {
     const ScaledSurface problem(data, {}, {});
-    DirectionSolvers solvers(options.reporter);
+    DirectionSolvers solvers(options.method, options.reporter);
     const int fixedCount = mask.dataVec().countValue(kFixed);
     fitted.report.columnsUsed = fitted.report.unknowns - fixedCount;
     const DoubleGenMat Au(problem.inU().rows().dense());
@@ -252,7 +256,7 @@ void fitAround(const SurfaceData& data, const IntGenMat& mask, const TtupleMatri
     if (!(polishGrid(problem, x, solve) <= kBelievable))
         return refuse(fitted, FitVerdict::kInaccurate,
                       "the system is too close to dependent for a trustworthy answer");
-    finish(data, problem, x, fitted);
+    finish(data, problem, x, FitVerdict::kMet, fitted);
 }
 
 /// One line of samples: row i, or column j, of a grid, point after point.
@@ -299,7 +303,7 @@ FittedSurface fitSurface(const TtupleMatrix& points, const DoubleVec& uParameter
         refuse(fitted, FitVerdict::kBadInput, fault);
         return fitted;
     }
-    start(data, fitted);
+    start(data, options, fitted);
     withinMemory(fitted, [&] { fitFreely(data, options, fitted); });
     return fitted;
 }
@@ -319,7 +323,7 @@ FittedSurface fitSurfaceAround(const TtupleMatrix& points, const DoubleVec& uPar
         refuse(fitted, FitVerdict::kBadInput, fault);
         return fitted;
     }
-    start(data, fitted);
+    start(data, options, fitted);
     withinMemory(fitted, [&] { fitAround(data, mask, held, options, fitted); });
     return fitted;
 }

@@ -28,6 +28,7 @@ struct SurfaceFitOptions {
     std::vector<LineConstraint> acrossU;  ///< lines of constant u; values run along v
     std::vector<LineConstraint> acrossV;  ///< lines of constant v; values run along u
     TsolverReporter* reporter = nullptr;  ///< hears the solvers; null: nobody does
+    FitMethod method = FitMethod::kHouseholder;
 };
 
 struct SurfaceFitReport : FitReport {
@@ -35,7 +36,7 @@ struct SurfaceFitReport : FitReport {
     double maxResidualAtV = 0.0;
 };
 
-/// A fitted surface with its report; without control points unless the verdict is kMet.
+/// A fitted surface with its report; without control points unless that says there is a fit.
 struct KNOTWORK_EXPORT FittedSurface {
     BsplineBasis u;
     BsplineBasis v;
@@ -45,6 +46,7 @@ struct KNOTWORK_EXPORT FittedSurface {
     SurfaceFitReport report;
 
     bool met() const { return report.verdict == FitVerdict::kMet; }
+    bool fits() const { return report.fits(); }  ///< met, or fitted as a whole
     /// The surface at (u, v), or a partial derivative; one number a coordinate. Empty without one.
     std::vector<double> at(double u, double v, int derivativeU = 0, int derivativeV = 0) const;
 };
@@ -56,7 +58,7 @@ KNOTWORK_EXPORT std::vector<LineConstraint> endLinesInU(const TtupleMatrix& poin
 KNOTWORK_EXPORT std::vector<LineConstraint> endLinesInV(const TtupleMatrix& points,
                                                         const DoubleVec& vParameters);
 
-/// Fits a surface to a grid of points, lines of constraints held exactly.
+/// Fits a surface to a grid of points, lines of constraints held exactly or fitted too.
 /// Shapes     points: rows in u, columns in v; one parameter a row and one a column.
 /// Method     one constrained solver a direction, each on a system scaled to unit size. Where a
 ///            line of constant u crosses one of constant v, the value is read off the line that

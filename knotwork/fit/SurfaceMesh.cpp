@@ -173,7 +173,7 @@ void writeMesh(std::ostream& os, const Mesh& mesh)
 
 void writeSurfaceObj(std::ostream& os, const FittedSurface& surface, int stepsPerSpan)
 {
-    if (!surface.met() || surface.surface == nullptr) return;
+    if (!surface.fits() || surface.surface == nullptr) return;
     const auto inSpace = makeSurface(surface.u, surface.v, 3, netInSpace(surface));
     if (inSpace == nullptr) return;
     const int steps = std::max(stepsPerSpan, 1);

@@ -21,10 +21,11 @@ std::string figures(const FittedSurface& surface)
     const SurfaceFitReport& r = surface.report;
     char text[300];
     std::snprintf(text, sizeof text,
-                  "%d points, %d x %d control points, %d exact equations: RMS %.3g, "
+                  "%d points, %d x %d control points, %d %s equations: RMS %.3g, "
                   "largest residual %.3g at (%.5g, %.5g), constraint residual %.2g",
-                  r.dataPoints, surface.u.count(), surface.v.count(), r.constraints, r.rms,
-                  r.maxResidual, r.maxResidualAtU, r.maxResidualAtV, r.constraintResidual);
+                  r.dataPoints, surface.u.count(), surface.v.count(), r.constraints,
+                  r.verdict == FitVerdict::kFitted ? "fitted" : "exact", r.rms, r.maxResidual,
+                  r.maxResidualAtU, r.maxResidualAtV, r.constraintResidual);
     return text;
 }
 
@@ -34,7 +35,7 @@ void writeSurfaceSvg(std::ostream& os, const FittedSurface& surface, const Ttupl
                      const DoubleVec& uParameters, const DoubleVec& vParameters,
                      const std::string& title)
 {
-    if (!surface.met() || surface.surface == nullptr) return;
+    if (!surface.fits() || surface.surface == nullptr) return;
     SvgCanvas canvas(os, kWidth, kHeight);
     canvas.title(kLeft, title, figures(surface));
     drawSurface(canvas, kViewFrame, surface);
