@@ -133,6 +133,22 @@ TEST(KnotfitCurveTest, ConstraintsRepeatAndComeInLists)
     EXPECT_NEAR(at(fit, 600, 1)[0], 0.001, 1e-13);
 }
 
+TEST(KnotfitCurveTest, ByQrConstraintsAreFittedAndTheReportSaysSo)
+{
+    const KnotfitRun run;
+    const std::string clash = kTitanium + " --value 700=0.6 --value 700=0.8 --method ";
+    const json fit = fitOf(run, clash + "qr");
+    EXPECT_EQ(fit["report"]["verdict"], "fitted");
+    EXPECT_EQ(fit["report"]["method"], "qr");
+    EXPECT_NEAR(fit["report"]["constraint_residual"],
+                std::max(at(fit, 700)[0] - 0.6, 0.8 - at(fit, 700)[0]), 1e-13);
+    EXPECT_EQ(run.knotfit("curve " + clash + "householder").status, 1);
+    EXPECT_EQ(fitOf(run, kTitanium + " --method qr")["report"]["verdict"], "met");
+    EXPECT_EQ(fitOf(run, kTitanium)["report"]["method"], "householder");
+    EXPECT_THAT(run.knotfit("curve " + clash + "lu").err, HasSubstr("lu"));
+    EXPECT_THAT(run.knotfit("curve " + clash + "qr").out, HasSubstr("verdict              fitted"));
+}
+
 TEST(KnotfitCurveTest, PlaneCurvesByEverySpread)
 {
     const KnotfitRun run;

@@ -94,6 +94,21 @@ TEST(KnotfitSurfaceTest, TheVolcanoFitsWithItsBorderExactAndReadsBack)
     EXPECT_EQ(rows[4], (Numbers{s, su, sv, suu, suv, svv}));
 }
 
+TEST(KnotfitSurfaceTest, ByQrTheBorderIsFittedAndMayBeHeld)
+{
+    const KnotfitRun run;
+    ASSERT_EQ(run.knotfit("surface " + kVolcano + " --border exact --method qr -o a.json").status,
+              0);
+    ASSERT_EQ(run.knotfit("surface " + kVolcano + " --hold a.json --method qr -o b.json").status,
+              0);
+    const json a = json::parse(run.read("a.json"));
+    EXPECT_EQ(a["report"]["verdict"], "fitted");
+    EXPECT_GT(a["report"]["constraint_residual"], 0.1);
+    const json b = json::parse(run.read("b.json"));
+    EXPECT_EQ(b["report"]["verdict"], "met") << "no constraints";
+    EXPECT_EQ(a["control_points"][0], b["control_points"][0]);
+}
+
 TEST(KnotfitSurfaceTest, ABorderIsHeldFromAnEarlierFit)
 {
     const KnotfitRun run;

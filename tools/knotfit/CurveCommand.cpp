@@ -51,6 +51,7 @@ void runCurve(const CurveOptions& options)
 
     ConsoleReporter reporter(options.verbose);
     knotwork::CurveFitOptions fitOptions;
+    fitOptions.method = methodOf(options.method);
     fitOptions.tolerance = options.tolerance;
     fitOptions.estimateCutoff = options.cutoff;
     fitOptions.reporter = &reporter;
@@ -59,7 +60,7 @@ void runCurve(const CurveOptions& options)
     const FittedCurve curve = knotwork::fitCurve(request.points, request.parameters, request.basis,
                                                  request.constraints, fitOptions);
     const Times times = {readSeconds, fitting.seconds()};
-    if (!curve.met()) {
+    if (!curve.fits()) {
         const bool bad = curve.report.verdict == knotwork::FitVerdict::kBadInput;
         throw Failure(bad ? kBadUsage : kRefused, curve.report.reason);
     }
@@ -121,6 +122,7 @@ void addCurveCommand(CLI::App& app)
         ->add_option("--tolerance", options->tolerance, "What counts as zero on the scaled problem")
         ->capture_default_str()
         ->check(asTolerance);
+    addMethodOption(*curve, options->method);
     curve
         ->add_option("-o,--output", options->output, "Write the fit as JSON; - for standard output")
         ->check(notEmpty);

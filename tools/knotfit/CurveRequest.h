@@ -23,6 +23,7 @@ struct CurveOptions {
     std::vector<std::string> slopes;
     bool cutoff = false;
     double tolerance = knotwork::kFitTolerance;
+    std::string method = "householder";
     std::string output;
     std::string svg;
     bool verbose = false;

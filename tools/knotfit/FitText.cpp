@@ -7,11 +7,45 @@
 
 namespace knotfit {
 
+namespace {
+
+constexpr const char* kHouseholder = "householder";
+constexpr const char* kQr = "qr";
+
+std::string nameOf(knotwork::FitMethod method)
+{
+    return method == knotwork::FitMethod::kQr ? kQr : kHouseholder;
+}
+
+/// "met", or "fitted" where constraints were rows like the others and are not met.
+std::string nameOf(knotwork::FitVerdict verdict)
+{
+    return verdict == knotwork::FitVerdict::kFitted ? "fitted" : "met";
+}
+
+}  // namespace
+
+void addMethodOption(CLI::App& command, std::string& method)
+{
+    command
+        .add_option("--method", method,
+                    "householder: constraints are met exactly; qr: constraint rows are fitted like "
+                    "the others, and the report says what is left of them")
+        ->check(CLI::IsMember({kHouseholder, kQr}))
+        ->capture_default_str();
+}
+
+knotwork::FitMethod methodOf(const std::string& name)
+{
+    return name == kQr ? knotwork::FitMethod::kQr : knotwork::FitMethod::kHouseholder;
+}
+
 void addReport(JsonText& json, const knotwork::FitReport& report, const std::vector<double>& at,
                const Times& times)
 {
     json.openObject("report");
-    json.member("verdict", std::string("met"));
+    json.member("verdict", nameOf(report.verdict));
+    json.member("method", nameOf(report.method));
     json.member("rms", report.rms);
     json.member("max_residual", report.maxResidual);
     if (at.size() == 1)
@@ -43,11 +77,13 @@ std::string summaryOf(const knotwork::FitReport& report, const std::vector<doubl
                   "largest residual     %.6g at %s\n"
                   "constraint residual  %.3g\n"
                   "tolerance            %.3g\n"
-                  "verdict              met\n"
+                  "method               %s\n"
+                  "verdict              %s\n"
                   "processor time       %.4f s reading, %.4f s fitting\n",
                   report.dataPoints, report.unknowns, report.columnsUsed, report.constraints,
                   report.rms, report.maxResidual, where.c_str(), report.constraintResidual,
-                  report.tolerance, times.read, times.fit);
+                  report.tolerance, nameOf(report.method).c_str(), nameOf(report.verdict).c_str(),
+                  times.read, times.fit);
     return text;
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <CLI/CLI.hpp>
 #include <ctime>
 #include <string>
 #include <vector>
@@ -31,6 +32,10 @@ void addReport(JsonText& json, const knotwork::FitReport& report, const std::vec
 /// The figures for people.
 std::string summaryOf(const knotwork::FitReport& report, const std::vector<double>& at,
                       const Times& times);
+
+/// --method, for the commands that fit.
+void addMethodOption(CLI::App& command, std::string& method);
+knotwork::FitMethod methodOf(const std::string& name);
 
 /// "Fit of NAME, ...": a picture's title.
 std::string titleOf(const std::string& input, const std::string& what);

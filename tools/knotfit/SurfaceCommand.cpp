@@ -58,12 +58,13 @@ void runSurface(const SurfaceOptions& options)
     const double readSeconds = reading.seconds();
     SurfaceRequest request = makeSurfaceRequest(options, table);
     ConsoleReporter reporter(options.verbose);
+    request.options.method = methodOf(options.method);
     request.options.reporter = &reporter;
 
     const Stopwatch fitting;
     const FittedSurface surface = fit(request);
     const Times times = {readSeconds, fitting.seconds()};
-    if (!surface.met()) {
+    if (!surface.fits()) {
         const bool bad = surface.report.verdict == knotwork::FitVerdict::kBadInput;
         throw Failure(bad ? kBadUsage : kRefused, surface.report.reason);
     }
@@ -132,6 +133,7 @@ void addSurfaceCommand(CLI::App& app)
         ->excludes(knotsU)
         ->excludes(knotsV)
         ->excludes(border);
+    addMethodOption(*surface, options->method);
     surface
         ->add_option("-o,--output", options->output, "Write the fit as JSON; - for standard output")
         ->check(notEmpty);

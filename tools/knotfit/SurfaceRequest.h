@@ -19,6 +19,7 @@ struct SurfaceOptions {
     std::string knotsV;
     std::string border = "free";
     std::string hold;
+    std::string method = "householder";
     std::string output;
     std::string svg;
     std::string obj;
