@@ -9,6 +9,8 @@ void dgemm_(const char* transA, const char* transB, const int* m, const int* n, 
 #ifdef KNOTWORK_BENCH_LAPACK
 void dgeqrf_(const int* m, const int* n, double* a, const int* lda, double* tau, double* work,
              const int* lwork, int* info);
+void dgeqp3_(const int* m, const int* n, double* a, const int* lda, int* jpvt, double* tau,
+             double* work, const int* lwork, int* info);
 void dormqr_(const char* side, const char* trans, const int* m, const int* n, const int* k,
              const double* a, const int* lda, const double* tau, double* c, const int* ldc,
              double* work, const int* lwork, int* info);

@@ -20,6 +20,8 @@ END = "<!-- measured: end -->"
 TITLES = {
     "BM_SplineSystem": ("cubic B-spline system", "`dgglse`"),
     "BM_DenseSystem": ("dense random system", "`dgglse`"),
+    "BM_QrPivoted": ("QR with column pivoting", "`dgeqp3`"),
+    "BM_Qr": ("QR", "`dgeqrf`"),
     "BM_TensorFit": ("tensor-product fit, 300 x 300 samples, 60 x 60 points", "`dgeqrf`, `dormqr` twice"),
     "BM_CurveTwoDerivatives": ("curve, two derivatives, random parameters", ""),
     "BM_SurfaceTwoOrders": ("bicubic surface, partials to order 2, random parameters", ""),
