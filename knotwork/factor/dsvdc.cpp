@@ -7,6 +7,7 @@
 #include "knotwork/factor/detail/ColumnMajor.h"
 #include "knotwork/factor/detail/PanelLoops.h"
 #include "knotwork/factor/detail/Reflection.h"
+#include "knotwork/factor/detail/Rotation.h"
 #include "knotwork/factor/linpack.h"
 #include "knotwork/platform/blas.h"
 
@@ -132,24 +133,6 @@ void generateRight(Decomposition& d)
 }
 
 // --- iteration on the bidiagonal form ---
-
-struct Rotation {
-    double c;
-    double s;
-};
-
-/// The rotation that sends (a, b) to (r, 0); a becomes r.
-Rotation makeRotation(double& a, double b)
-{
-    Rotation r;
-    // Not every linked drotg scales by itself.
-    const double scale = safeScale(std::max(std::fabs(a), std::fabs(b)));
-    a *= scale;
-    b *= scale;
-    drotg_(&a, &b, &r.c, &r.s);
-    a /= scale;
-    return r;
-}
 
 /// Turns columns j and k. A wide matrix has one row more than U has columns, but its s is 0, so
 /// that it converges first, with rotations from the right only.

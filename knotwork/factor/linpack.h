@@ -96,4 +96,55 @@ int dgesl(const double* a, const int* lda, const int* n, const int* ipvt, double
 int dgedi(double* a, const int* lda, const int* n, const int* ipvt, double* det, double* work,
           const int* job);
 
+// --- Cholesky: P^T A P = R^T R, kept current while rows come and go and columns change places ---
+// Only the upper triangle of R is read and written.
+// Source    LINPACK Users' Guide, chapters 8 and 10.
+
+/// Cholesky factor R of a symmetric matrix, from its upper triangle, which R takes over.
+/// job       0: no pivoting, and jpvt is not touched.
+/// jpvt      in: where a column starts, > 0 at the front, < 0 at the back, 0 free; free columns are
+///           pivoted, the largest remaining diagonal element first. Out: position i holds column
+///           jpvt(i) of A, counted from 1.
+/// work      p elements.
+/// info      the number of positive pivots: p when A is positive definite. Behind them stays what
+///           remained of A, its diagonal the next pivots. A NaN on the diagonal is not positive.
+/// Order     a block of R's rows is taken from the rest of A at once: the published sums, grouped.
+int dchdc(double* a, const int* lda, const int* p, double* work, int* jpvt, const int* job,
+          int* info);
+
+/// Solves A x = b, A = R^T R, in place, with the factor R that dchdc leaves.
+int dposl(const double* a, const int* lda, const int* n, double* b);
+
+/// Adds a row x to the data matrix that R is the factor of, and the values y to nz right-hand sides
+/// whose transformed columns are z and whose residual norms are rho. R's diagonal may turn
+/// negative. Negative rho are left alone.
+/// c, s      p elements: the rotations.
+int dchud(double* r, const int* ldr, const int* p, const double* x, double* z, const int* ldz,
+          const int* nz, const double* y, double* rho, double* c, double* s);
+
+/// Withdraws a row that dchud added.
+/// info      -1: R would not be positive definite without it, and r, z and rho are as they were.
+///           1: a residual norm could not be downdated and is -1 now. 0: done.
+/// Deviates  from the published routine in one point: a left-over of y that exceeds rho by no more
+///           than 16 p eps (|y| + max|z| + rho) / min(c) leaves rho = 0. To withdraw an equation
+///           that the others fit exactly would otherwise report 1 by rounding alone.
+int dchdd(double* r, const int* ldr, const int* p, const double* x, double* z, const int* ldz,
+          const int* nz, const double* y, double* rho, double* c, double* s, int* info);
+
+/// Shifts columns k .. l (1 <= k < l <= p) of the matrix R is the factor of, and triangularises R
+/// again; z as in dchud. R's diagonal may turn negative.
+/// job       1: circular shift to the right, column l comes to k. 2: to the left, k comes to l.
+/// c         l - k elements: the rotations' cosines.
+/// s         l elements: the rotations' l - k sines, then what scratch leaves.
+int dchex(double* r, const int* ldr, const int* p, const int* k, const int* l, double* z,
+          const int* ldz, const int* nz, double* c, double* s, const int* job);
+
+// --- triangular systems ---
+// Source    LINPACK Users' Guide, chapter 6.
+
+/// Solves a triangular system in place; the other triangle of t is not read.
+/// job       00: T x = b, T lower. 01: T x = b, T upper. 10 and 11: T^T x = b likewise.
+/// info      the first zero on the diagonal, counted from 1, and b is as it was; 0: solved.
+int dtrsl(const double* t, const int* ldt, const int* n, double* b, const int* job, int* info);
+
 }  // namespace knotwork::linpack
