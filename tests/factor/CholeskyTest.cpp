@@ -324,6 +324,7 @@ TEST(CholeskyTest, UpdatesDowndatesAndShiftsActOnTheDataBehindTheFactor)
                             trial);
         if (HasFailure()) return;
     }
+    EXPECT_GE(updated.count(), 20000);
     updated.expectBelow(10, "update");
     shifted.expectBelow(10, "shift");
     returned.expectBelow(1e3, "update then downdate, times cond(R)");

@@ -45,6 +45,7 @@ class Worst {
   public:
     void see(double ratio, int trial)
     {
+        ++count_;
         if (ratio <= ratio_) return;
         ratio_ = std::isnan(ratio) ? std::numeric_limits<double>::infinity() : ratio;
         trial_ = trial;
@@ -56,9 +57,12 @@ class Worst {
         EXPECT_LT(ratio_, bound) << name << " in trial " << trial_;
     }
 
+    int count() const { return count_; }
+
   private:
     double ratio_ = 0.0;
     int trial_ = -1;
+    int count_ = 0;
 };
 
 /// numerator / denominator, where 0 / 0 is no error.
