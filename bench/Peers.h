@@ -30,5 +30,9 @@ void dgecon_(const char* norm, const int* n, const double* a, const int* lda, co
 void dgesdd_(const char* jobz, const int* m, const int* n, double* a, const int* lda, double* s,
              double* u, const int* ldu, double* vt, const int* ldvt, double* work, const int* lwork,
              int* iwork, int* info);
+void dpstrf_(const char* uplo, const int* n, double* a, const int* lda, int* piv, int* rank,
+             const double* tol, double* work, int* info);
+void dpotrs_(const char* uplo, const int* n, const int* nrhs, const double* a, const int* lda,
+             double* b, const int* ldb, int* info);
 #endif
 }

@@ -23,6 +23,7 @@ TITLES = {
     "BM_QrPivoted": ("QR with column pivoting", "`dgeqp3`"),
     "BM_Qr": ("QR", "`dgeqrf`"),
     "BM_TensorFit": ("tensor-product fit, 300 x 300 samples, 60 x 60 points", "`dgeqrf`, `dormqr` twice"),
+    "BM_PivotedCholesky": ("Cholesky with pivoting, n x n", "`dpstrf`"),
     "BM_CurveTwoDerivatives": ("curve, two derivatives, random parameters", ""),
     "BM_SurfaceTwoOrders": ("bicubic surface, partials to order 2, random parameters", ""),
     "BM_PointGrid": ("a point of a 500 x 500 grid", ""),
