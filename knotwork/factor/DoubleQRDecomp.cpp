@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "knotwork/factor/detail/Permutation.h"
 #include "knotwork/factor/linpack.h"
 #include "knotwork/linalg/LXError.h"
 
@@ -162,28 +163,12 @@ DoubleVec DoubleQRDecomp::solve(const DoubleVec& y) const
 
 DoubleVec DoubleQRDecomp::permute(const DoubleVec& x) const
 {
-    if (pivoting_ == 0) return x;
-    if (x.length() != pivots_.length()) lxRaise(0x5004, x.length(), pivots_.length());
-    DoubleVec result(x.length(), 0.0);
-    const int n = static_cast<int>(std::min(result.length(), pivots_.length()));
-    for (int i = 0; i < n; ++i) {
-        const int from = pivots_(i);
-        if (from >= 0 && static_cast<unsigned>(from) < x.length()) result(i) = x(from);
-    }
-    return result;
+    return pivoting_ != 0 ? knotwork::permuted(x, pivots_) : x;
 }
 
 DoubleVec DoubleQRDecomp::unpermute(const DoubleVec& x) const
 {
-    if (pivoting_ == 0) return x;
-    if (x.length() != pivots_.length()) lxRaise(0x5004, x.length(), pivots_.length());
-    DoubleVec result(x.length(), 0.0);
-    const int n = static_cast<int>(std::min(result.length(), pivots_.length()));
-    for (int i = 0; i < n; ++i) {
-        const int to = pivots_(i);
-        if (to >= 0 && static_cast<unsigned>(to) < result.length()) result(to) = x(i);
-    }
-    return result;
+    return pivoting_ != 0 ? knotwork::unpermuted(x, pivots_) : x;
 }
 
 void DoubleQRDecomp::reference(const DoubleQRDecomp& other)

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "knotwork/factor/DoubleLeastSqQR.h"
-#include "tests/factor/MatrixChecks.h"
+#include "tests/factor/MatrixFamilies.h"
 #include "tests/support/Arrays.h"
 #include "tests/support/RecordingHandler.h"
 

@@ -92,30 +92,4 @@ inline DoubleGenMat randomOrthogonal(unsigned n, std::mt19937& generator)
     return q;
 }
 
-inline DoubleGenMat rankDeficient(unsigned n, unsigned p, std::mt19937& generator)
-{
-    const unsigned rank = std::uniform_int_distribution<unsigned>(0, std::min(n, p))(generator);
-    return product(randomMatrix(n, rank, generator), randomMatrix(rank, p, generator));
-}
-
-/// Rows and columns rise or fall by 20 orders of magnitude each.
-inline DoubleGenMat graded(unsigned n, unsigned p, std::mt19937& generator)
-{
-    const double rowStep = (generator() % 2 == 0 ? 20.0 : -20.0) / n;
-    const double colStep = (generator() % 2 == 0 ? 20.0 : -20.0) / p;
-    DoubleGenMat a = randomMatrix(n, p, generator);
-    for (int j = 0; j < static_cast<int>(p); ++j)
-        for (int i = 0; i < static_cast<int>(n); ++i)
-            a(i, j) *= std::pow(10.0, i * rowStep + j * colStep);
-    return a;
-}
-
-inline DoubleGenMat fewSmallIntegers(unsigned n, unsigned p, std::mt19937& generator)
-{
-    std::discrete_distribution<int> value({1, 6, 1, 1});  // -1, 0, 1, 2: mostly zeros, many ties
-    DoubleGenMat a(n, p);
-    for (unsigned k = 0; k < n * p; ++k) a.data()[k] = value(generator) - 1.0;
-    return a;
-}
-
 }  // namespace checks

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "knotwork/factor/linpack.h"
-#include "tests/factor/MatrixChecks.h"
+#include "tests/factor/MatrixFamilies.h"
 #include "tests/support/CaseName.h"
 
 namespace {
