@@ -78,11 +78,12 @@ void eliminatePanel(const Steps& s, int first, int end, int* info)
 {
     for (int k = first; k < end; ++k) {
         const int pivot = largestFrom(s.A.column(k), k, s.n);
-        s.ipvt[k] = pivot + 1;
-        if (s.A(pivot, k) == 0.0) {
+        if (s.A(pivot, k) == 0.0) {  // nothing to exchange, nothing to add
+            s.ipvt[k] = k + 1;
             *info = k + 1;
             continue;
         }
+        s.ipvt[k] = pivot + 1;
         for (int j = s.first; j < s.end; ++j) std::swap(s.A(k, j), s.A(pivot, j));
         divideNegated(s.A.at(k + 1, k), s.n - k - 1, s.A(k, k));
         for (int j = k + 1; j < end; ++j) addMultiples(s, k, k + 1, s.A.column(j), s.n);
