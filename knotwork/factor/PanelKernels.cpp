@@ -1,30 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "knotwork/factor/PanelKernels.h"
 
-#include <cstring>
-
-// The helpers are always inlined: no vector crosses a call, so no calling convention is at stake.
-#pragma GCC diagnostic ignored "-Wpsabi"
+#include "knotwork/factor/detail/Pack.h"
 
 namespace knotwork {
 
 namespace {
 
-typedef double Pack __attribute__((vector_size(32)));
-constexpr std::ptrdiff_t kPack = 4;
 constexpr std::ptrdiff_t kLanes = 2 * kPack;
-
-[[gnu::always_inline]] inline Pack load(const double* p)
-{
-    Pack pack;
-    std::memcpy(&pack, p, sizeof pack);
-    return pack;
-}
-
-[[gnu::always_inline]] inline void store(double* p, const Pack& pack)
-{
-    std::memcpy(p, &pack, sizeof pack);
-}
 
 template <int Count>
 [[gnu::always_inline]] inline void dot(const RowRange* range, std::size_t ranges, const double* v,

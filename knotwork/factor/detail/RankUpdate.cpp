@@ -2,31 +2,15 @@
 #include "knotwork/factor/detail/RankUpdate.h"
 
 #include <algorithm>
-#include <cstring>
 
-// The helpers are always inlined: no vector crosses a call, so no calling convention is at stake.
-#pragma GCC diagnostic ignored "-Wpsabi"
+#include "knotwork/factor/detail/Pack.h"
 
 namespace knotwork {
 
 namespace {
 
-typedef double Pack __attribute__((vector_size(32)));
-constexpr int kPack = 4;
-constexpr int kTileRows = 2 * kPack;
+constexpr int kTileRows = 2 * static_cast<int>(kPack);
 constexpr int kBlockRows = 64;  // laid out at a time: with b's columns, they fit the first cache
-
-[[gnu::always_inline]] inline Pack load(const double* p)
-{
-    Pack pack;
-    std::memcpy(&pack, p, sizeof pack);
-    return pack;
-}
-
-[[gnu::always_inline]] inline void store(double* p, const Pack& pack)
-{
-    std::memcpy(p, &pack, sizeof pack);
-}
 
 /// A tile of kTileRows x Cols results; a is laid out tile by tile.
 template <int Cols>
