@@ -32,8 +32,9 @@ class KNOTWORK_EXPORT DoubleLeastSqInc : public DoubleChDecomp {
     void addEquation(DoubleVec& x, const DoubleVec& y);
     void addEquation(DoubleVec& x, double y);  ///< for m = 1
     /// Withdraws an equation added before; for one that was not, the result means nothing. Returns
-    /// 0; -1 when the others do not determine all unknowns, and nothing is changed; 1 when a
-    /// residual's norm is lost to rounding and is now -1, the solution still being good.
+    /// 0; -1 when the others do not determine all unknowns, and nothing is changed; 1 when there is
+    /// no such residual to take from, whose norm is -1 from now on. Rounding can hide that the
+    /// others do not suffice: the solution is then large and worth nothing, with 0 returned.
     int deleteEquation(DoubleVec& x, const DoubleVec& y);
     int deleteEquation(DoubleVec& x, double y);  ///< for m = 1
 
