@@ -315,9 +315,10 @@ TEST(CholeskyTest, UpdatesDowndatesAndShiftsActOnTheDataBehindTheFactor)
                      trial);
 
         EXPECT_TRUE(added.r.restUntouched() && back.r.restUntouched());
+        const bool all = p <= 6 && trial % 16 == 0;  // otherwise about one of them
         for (unsigned l = 2; l <= p; ++l)
             for (unsigned k = 1; k < l; ++k)
-                if (p <= 5 || dice.below(p * p / 4) == 0)
+                if (all || dice.below(p * p / 2) == 0)
                     for (const int job : {1, 2})
                         shifted.see(
                             shiftError(start, static_cast<int>(k), static_cast<int>(l), job),

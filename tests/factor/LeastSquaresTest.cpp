@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 
 #include "knotwork/factor/DoubleLeastSqCh.h"
@@ -34,10 +35,21 @@ DoubleVec randomVector(unsigned n, Dice& dice)
     return v;
 }
 
-void addRow(DoubleLeastSqInc& fit, const DoubleGenMat& x, const DoubleVec& y, int i)
+/// Two right-hand sides: y, and one that ones for unknowns fit but for rounding.
+DoubleVec valuesFor(const DoubleVec& row, double y)
 {
-    DoubleVec row = x.row(i);
-    fit.addEquation(row, y(i));
+    return vec({y, sum(row)});
+}
+
+/// A fit of every row of x.
+DoubleLeastSqInc fitOf(const DoubleGenMat& x, const DoubleVec& y)
+{
+    DoubleLeastSqInc fit(x.cols(), 2);
+    for (int i = 0; i < static_cast<int>(x.rows()); ++i) {
+        DoubleVec row = x.row(i);
+        fit.addEquation(row, valuesFor(row, y(i)));
+    }
+    return fit;
 }
 
 /// |X^T (y - X b)|, 0 for the exact solution, in units of what rounding may do to it.
@@ -66,8 +78,7 @@ TEST(LeastSquaresTest, EquationsOneByOneGiveTheBatchSolution)
         const DoubleVec b = batch.solve(y);
         batchError.see(normalResidual(x, y, b), trial);
 
-        DoubleLeastSqInc fit(p, 1);
-        for (int i = 0; i < static_cast<int>(n); ++i) addRow(fit, x, y, i);
+        DoubleLeastSqInc fit(fitOf(x, y));
         ASSERT_EQ(fit.good(), 1);
         const DoubleVec c = fit.solve(0);
         error.see(normalResidual(x, y, c), trial);
@@ -82,10 +93,10 @@ TEST(LeastSquaresTest, EquationsOneByOneGiveTheBatchSolution)
         const double condition = std::pow(s(0) / s(static_cast<int>(p) - 1), 2.0);
         difference.see((b + -c).vecLen() * frobeniusNorm(x) / (size * condition), trial);
 
-        // An equation too many, that fits nothing, goes again.
+        // One more, which one right-hand side does not fit at all and the other fits exactly.
         DoubleVec row = x.row(0).copy() + x.row(static_cast<int>(p)) * 0.5;
-        fit.addEquation(row, 3.0);
-        EXPECT_EQ(fit.deleteEquation(row, 3.0), 0);
+        fit.addEquation(row, valuesFor(row, 3.0));
+        EXPECT_EQ(fit.deleteEquation(row, valuesFor(row, 3.0)), 0);
         withdrawn.see(normalResidual(x, y, fit.solve(0)), trial);
         if (HasFailure()) return;
     }
@@ -102,15 +113,14 @@ TEST(LeastSquaresTest, AThousandEquationsAddedAndWithdrawnLeaveTheSolution)
     Dice dice(5);
     const DoubleGenMat x(randomVector(40 * 20, dice), 40, 20);
     const DoubleVec y = randomVector(40, dice);
-    DoubleLeastSqInc fit(20, 1);
-    for (int i = 0; i < 40; ++i) addRow(fit, x, y, i);
+    DoubleLeastSqInc fit(fitOf(x, y));
     const DoubleVec before = fit.solve(0);
     const double norm = fit.residualNorm(0);
     for (int pair = 0; pair < 1000; ++pair) {
         DoubleVec row = randomVector(20, dice);
-        const double value = dice.unit();
-        fit.addEquation(row, value);
-        ASSERT_EQ(fit.deleteEquation(row, value), 0);
+        const DoubleVec values = valuesFor(row, dice.unit());
+        fit.addEquation(row, values);
+        ASSERT_EQ(fit.deleteEquation(row, values), 0);
     }
     EXPECT_LE((fit.solve(0) + -before).vecLen(), 1e-10 * before.vecLen());
     EXPECT_NEAR(fit.residualNorm(0), norm, 1e-10 * norm);
@@ -142,6 +152,20 @@ TEST(DoubleLeastSqIncTest, FollowsTheWorkedExample)
         fit.addEquation(third, 7.0);  // fits what is there: what it leaves over is rounding alone
         EXPECT_EQ(fit.deleteEquation(third, y), y == 7.0 ? 0 : 1);
         EXPECT_EQ(fit.residualNorm(0), y == 7.0 ? 0.0 : -1.0);
+    }
+}
+
+TEST(DoubleLeastSqIncTest, EquationsMayBeTinyOrHuge)
+{
+    for (const double scale : {1e-200, 1e-160, 1e160, 1e200}) {
+        DoubleLeastSqInc fit(2, 1);
+        for (const auto& [a, b, y] :
+             {std::array{3.0, 1.0, 5.0}, {4.0, 2.0, 8.0}, {0.0, 1.0, 2.0}}) {
+            DoubleVec x = vec({a * scale, b * scale});
+            fit.addEquation(x, y);
+        }
+        EXPECT_THAT(elements(fit.solve(0) * scale),
+                    ElementsAre(DoubleNear(1, 1e-14), DoubleNear(2, 1e-14)));
     }
 }
 
