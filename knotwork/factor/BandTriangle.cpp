@@ -1,0 +1,104 @@
+// SPDX-License-Identifier: MIT
+#include "knotwork/factor/BandTriangle.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "knotwork/factor/InverseNorm.h"
+#include "knotwork/factor/detail/LaneKernels.h"
+
+namespace knotwork {
+
+BandTriangle::BandTriangle(const std::vector<int>& ends)
+{
+    starts_.reserve(ends.size() + 1);
+    for (std::size_t j = 0; j < ends.size(); ++j)
+        starts_.push_back(starts_.back() + std::max(0, ends[j] - static_cast<int>(j)));
+    values_.resize(static_cast<std::size_t>(starts_.back()));
+}
+
+/// The 2-norm of a matrix squared is at most its 1-norm times its infinity norm.
+double BandTriangle::normBound() const
+{
+    std::vector<double> columnSums(static_cast<std::size_t>(size()), 0.0);
+    double rowSum = 0.0;
+    for (int j = 0; j < size(); ++j) {
+        double sum = 0.0;
+        for (int k = 0; k < count(j); ++k) {
+            const double magnitude = std::fabs(row(j)[k]);
+            sum += magnitude;
+            columnSums[static_cast<std::size_t>(j + k)] += magnitude;
+        }
+        rowSum = std::max(rowSum, sum);
+    }
+    double columnSum = 0.0;
+    for (const double sum : columnSums) columnSum = std::max(columnSum, sum);
+    return std::sqrt(rowSum) * std::sqrt(columnSum);
+}
+
+DoubleGenMat BandTriangle::expanded() const
+{
+    DoubleGenMat matrix(static_cast<unsigned>(size()), static_cast<unsigned>(size()), 0.0);
+    for (int j = 0; j < size(); ++j)
+        for (int k = 0; k < count(j); ++k) matrix(j, j + k) = row(j)[k];
+    return matrix;
+}
+
+void BandTriangle::scale(double factor)
+{
+    for (double& v : values_) v *= factor;
+}
+
+template <int Lanes>
+void BandTriangle::subtractProduct(const double* x, double* y) const
+{
+    for (int j = 0; j < size(); ++j)
+        subtractLanes<Lanes>(row(j), count(j), x + std::ptrdiff_t{Lanes} * j,
+                             y + std::ptrdiff_t{Lanes} * j);
+}
+
+template <int Lanes>
+void BandTriangle::solve(double* y) const
+{
+    for (int j = size() - 1; j >= 0; --j) {
+        double* here = y + std::ptrdiff_t{Lanes} * j;
+        subtractLanes<Lanes>(row(j) + 1, count(j) - 1, here + Lanes, here);
+        const double diagonal = row(j)[0];
+        for (int c = 0; c < Lanes; ++c) here[c] /= diagonal;
+    }
+}
+
+template void BandTriangle::subtractProduct<kFewLanes>(const double*, double*) const;
+template void BandTriangle::subtractProduct<kManyLanes>(const double*, double*) const;
+template void BandTriangle::solve<kFewLanes>(double*) const;
+template void BandTriangle::solve<kManyLanes>(double*) const;
+
+void BandTriangle::solveOne(double* y) const
+{
+    for (int j = size() - 1; j >= 0; --j) {
+        const double* entries = row(j);
+        double rest = y[j];
+        for (int k = count(j) - 1; k > 0; --k) rest -= entries[k] * y[j + k];
+        y[j] = rest / entries[0];
+    }
+}
+
+void BandTriangle::solveTransposed(double* y) const
+{
+    for (int j = 0; j < size(); ++j) {
+        const double* entries = row(j);
+        y[j] /= entries[0];
+        for (int k = 1; k < count(j); ++k) y[j + k] -= entries[k] * y[j];
+    }
+}
+
+double BandTriangle::inverseNorm() const
+{
+    for (int j = 0; j < size(); ++j)
+        if (diagonal(j) == 0.0) return std::numeric_limits<double>::infinity();
+    return estimateInverseNorm(
+        size(), [this](double* y) { solveOne(y); }, [this](double* y) { solveTransposed(y); });
+}
+
+}  // namespace knotwork

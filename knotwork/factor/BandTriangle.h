@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+#include "knotwork/linalg/DoubleGenMat.h"
+
+namespace knotwork {
+
+/// An upper triangle of which row j is kept from its diagonal entry to its last one. A row without
+/// entries stands for zeros, diagonal included.
+class BandTriangle {
+  public:
+    BandTriangle() = default;
+    /// Row j ends before column ends[j], or has no entries where that is j or less.
+    explicit BandTriangle(const std::vector<int>& ends);
+
+    int size() const { return static_cast<int>(starts_.size()) - 1; }
+    int count(int j) const { return static_cast<int>(start(j + 1) - start(j)); }
+    const double* row(int j) const { return values_.data() + start(j); }
+    double diagonal(int j) const { return count(j) > 0 ? row(j)[0] : 0.0; }
+    double normBound() const;  ///< of the largest singular value: at least that
+    DoubleGenMat expanded() const;
+
+    double* values() { return values_.data(); }
+    const std::ptrdiff_t* starts() const { return starts_.data(); }
+    void scale(double factor);
+
+    /// y -= R x, for right-hand sides in lanes (see LaneKernels.h).
+    template <int Lanes>
+    void subtractProduct(const double* x, double* y) const;
+    /// y := R^-1 y; no diagonal entry may be 0.
+    template <int Lanes>
+    void solve(double* y) const;
+
+    /// An estimate of the 1-norm of R^-1 from a few solves, hardly ever more than three times too
+    /// small; infinite where a diagonal entry is 0.
+    double inverseNorm() const;
+
+  private:
+    std::ptrdiff_t start(int j) const { return starts_[static_cast<std::size_t>(j)]; }
+    void solveOne(double* y) const;
+    void solveTransposed(double* y) const;
+
+    std::vector<std::ptrdiff_t> starts_ = {0};
+    std::vector<double> values_;
+};
+
+}  // namespace knotwork
