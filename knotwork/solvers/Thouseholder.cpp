@@ -2,9 +2,15 @@
 #include "knotwork/solvers/Thouseholder.h"
 
 #include <algorithm>
+#include <cmath>
+#include <mutex>
+#include <vector>
 
 #include "knotwork/linalg/DoubleVecPick.h"
 #include "knotwork/solvers/detail/OutOfMemory.h"
+#include "knotwork/solvers/detail/ProgressMeter.h"
+#include "knotwork/solvers/detail/ShortRoad.h"
+#include "knotwork/solvers/detail/SpanSystem.h"
 #include "knotwork/solvers/detail/TwoPhase.h"
 
 namespace {
@@ -30,12 +36,22 @@ void copyScaled(int n, double factor, const double* from, std::ptrdiff_t fromSte
 
 }  // namespace
 
+/// The short road, and a solver of the same system on the literal road, which is made when a
+/// right-hand side first asks for it.
+struct Thouseholder::Shortcut {
+    std::unique_ptr<knotwork::ShortRoad> road;
+    double tolerance;  // at the set-up
+    std::once_flag literalMade;
+    std::unique_ptr<Thouseholder> literal;
+};
+
 Thouseholder::Thouseholder(TsolverReporter& reporter, double tolerance, int maxEntriesPerRow,
                            bool keepMatrixCopy)
     : TsolveConstrainedLsq(reporter, keepMatrixCopy), negligible_(1e-13)
 {
     tolerance_ = tolerance;
     maxEntriesPerRow_ = maxEntriesPerRow;
+    takesSpans_ = true;
 }
 
 Thouseholder::Thouseholder(double tolerance, int maxEntriesPerRow, bool keepMatrixCopy)
@@ -52,7 +68,8 @@ Thouseholder::Thouseholder(const Thouseholder& other)
       rowOrder_(other.rowOrder_),
       colOrder_(other.colOrder_),
       factored_(other.factored_),
-      blocks_(other.blocks_)
+      blocks_(other.blocks_),
+      shortcut_(other.shortcut_)
 {
     Thouseholder::deepenShallowCopy();
 }
@@ -70,6 +87,7 @@ Thouseholder& Thouseholder::reference(Thouseholder& other)
     colOrder_.reference(other.colOrder_);
     factored_.reference(other.factored_);
     blocks_ = other.blocks_;
+    shortcut_ = other.shortcut_;
     return *this;
 }
 
@@ -87,12 +105,17 @@ void Thouseholder::deepenShallowCopy()
 bool Thouseholder::factor()
 {
     negligible_ = tolerance_ / 10.0;
+    releaseFactors();
+    if (spans_ && findShortcut()) {
+        dependent_ = false;
+        return true;
+    }
+    expandWorking();
     rowOrder_.reference(IntVec(working_.rows(), 0, 1));
     colOrder_.reference(IntVec(working_.cols(), 0, 1));
     beta_.reference(DoubleVec(workLength(working_), 0.0));
     norms_.reference(DoubleVec(workLength(working_), 0.0));
     diagonal_.reference(DoubleVec(workLength(working_), 0.0));
-    releaseFactors();
     factored_.reference(working_.copy());
     blocks_ = std::make_shared<knotwork::RowBlocks>(factored_);
     if (inPlace()) dependent_ = false;
@@ -103,6 +126,33 @@ void Thouseholder::releaseFactors()
 {
     factored_.reference(DoubleGenMat());
     blocks_.reset();
+    shortcut_.reset();
+}
+
+bool Thouseholder::findShortcut()
+{
+    if (spans_->cols() > kMostPivots) return false;
+    auto road = knotwork::ShortRoad::find(*spans_, numConstraints_, negligible_);
+    if (!road) return false;
+    shortcut_ = std::make_shared<Shortcut>();
+    shortcut_->road = std::move(road);
+    shortcut_->tolerance = tolerance_;
+    reportSteps();
+    return true;
+}
+
+/// What the literal road tells of its progress.
+void Thouseholder::reportSteps() const
+{
+    const int rows = static_cast<int>(workingRows());
+    const int cols = static_cast<int>(workingCols());
+    const auto phase = [this](int steps, int weight) {
+        knotwork::ProgressMeter progress(reporter_, steps, weight);
+        for (int i = 0; i < steps; ++i) progress.step();
+        progress.finish();
+    };
+    phase(numConstraints_, cols);
+    if (rows > numConstraints_) phase(cols - numConstraints_, rows);
 }
 
 bool Thouseholder::inPlace()
@@ -136,15 +186,18 @@ int Thouseholder::solveInPlace(DoubleVec& rhs, DoubleVec* x) const
 
 int Thouseholder::solveInPlace(TtupleVector& rhs, TtupleVector* x) const
 {
-    const int rows = static_cast<int>(factored_.rows());
-    const int cols = static_cast<int>(factored_.cols());
+    const int rows = shortcut_ ? shortcut_->road->rows() : static_cast<int>(factored_.rows());
+    const int cols = shortcut_ ? shortcut_->road->cols() : static_cast<int>(factored_.cols());
     if (x == nullptr || x->points() < cols || rhs.points() < rows) return knotwork::kBadArgument;
     if (x->size() != rhs.size()) return knotwork::kBadArgument;
     if (isDependent()) return knotwork::kDependent;
 
     return knotwork::withoutBadAlloc(
         [&] {
-            solveCoordinates(rhs, *x);
+            if (shortcut_)
+                solveShort(rhs, *x);
+            else
+                solveCoordinates(rhs, *x);
             return knotwork::kSolved;
         },
         knotwork::kBadArgument);
@@ -196,13 +249,82 @@ void Thouseholder::solveSome(TtupleVector& rhs, TtupleVector& x, int first, int 
     }
 }
 
+void Thouseholder::solveShort(const TtupleVector& rhs, TtupleVector& x) const
+{
+    for (int first = 0; first < rhs.size();) {
+        const int left = rhs.size() - first;
+        if (left > knotwork::kFewLanes)
+            solveLanes<knotwork::kManyLanes>(rhs, x, first, std::min(left, knotwork::kManyLanes));
+        else
+            solveLanes<knotwork::kFewLanes>(rhs, x, first, left);
+        first += left > knotwork::kFewLanes ? knotwork::kManyLanes : knotwork::kFewLanes;
+    }
+}
+
+template <int Lanes>
+void Thouseholder::solveLanes(const TtupleVector& rhs, TtupleVector& x, int first, int width) const
+{
+    const knotwork::ShortRoad& road = *shortcut_->road;
+    const bool scaled = rhsMult_.length() == static_cast<unsigned>(rhs.points());
+    const DoubleVec right(TtupleVector(rhs).data());
+    const std::ptrdiff_t step = right.stride();
+    const double* numbers = right.data() + first * step;
+    const std::ptrdiff_t pointStep = std::ptrdiff_t{rhs.size()} * step;
+    double largest[Lanes] = {};
+    const auto fetch = [&](int i, double* lanes) {
+        const double factor = scaled ? rhsMult_(i) : 1.0;
+        const double* from = numbers + pointStep * i;
+        for (int c = 0; c < width; ++c) {
+            lanes[c] = factor * from[step * c];
+            largest[c] = std::max(largest[c], std::fabs(lanes[c]));
+        }
+    };
+    std::vector<double> found(static_cast<std::size_t>(road.cols()) * Lanes);
+    road.solve<Lanes>(fetch, found.data());
+    for (int c = 0; c < width; ++c) {
+        bool finite = true;
+        for (int j = 0; j < road.cols(); ++j)
+            finite &= std::isfinite(
+                found[static_cast<std::size_t>(j) * Lanes + static_cast<std::size_t>(c)]);
+        if (finite && (largest[c] == 0.0 || largest[c] >= road.leastRhs())) continue;
+        solveLiterally(rhs, first + c, found.data() + c, Lanes);
+    }
+
+    DoubleVec solution(x.data());
+    const std::ptrdiff_t stride = solution.stride();
+    for (int i = 0; i < x.points(); ++i) {
+        double* to = solution.data() + (std::ptrdiff_t{x.size()} * i + first) * stride;
+        const double* from = found.data() + std::ptrdiff_t{Lanes} * i;
+        for (int c = 0; c < width; ++c) to[stride * c] = i < road.cols() ? from[c] : 0.0;
+    }
+}
+
+/// One coordinate of the right-hand side on the literal road; unknown j goes to x[step * j].
+void Thouseholder::solveLiterally(const TtupleVector& rhs, int coordinate, double* x,
+                                  std::ptrdiff_t step) const
+{
+    std::call_once(shortcut_->literalMade, [this] {
+        auto literal = std::make_unique<Thouseholder>(shortcut_->tolerance, 0, false);
+        literal->working_.reference(knotwork::expanded(*spans_));
+        literal->numConstraints_ = numConstraints_;
+        literal->rhsMult_.reference(rhsMult_.copy());
+        literal->factor();
+        literal->working_.reference(DoubleGenMat());
+        shortcut_->literal = std::move(literal);
+    });
+    DoubleVec right(TtupleVector(rhs).component(coordinate).copy());
+    DoubleVec solution(static_cast<unsigned>(spans_->cols()), 0.0);
+    if (shortcut_->literal->solveInPlace(right, &solution) != knotwork::kSolved) return;
+    for (int j = 0; j < spans_->cols(); ++j) x[step * j] = solution(j);
+}
+
 TtupleVector Thouseholder::altSolve(const TtupleVector& rhs, int depth)
 {
     const int usedRows = static_cast<int>(usedRowIndex_.length());
-    const int n = static_cast<int>(working_.cols());
+    const int n = static_cast<int>(workingCols());
     const int rowsNeeded = usedRows > 0 ? usedRowIndex_(usedRows - 1) + 1 : 0;
     const int points = rhs.points();
-    if (depth < 1 || points < static_cast<int>(working_.rows()) || points < rowsNeeded)
+    if (depth < 1 || points < static_cast<int>(workingRows()) || points < rowsNeeded)
         return TtupleVector();
 
     const bool scaled = rhsMult_.length() == static_cast<unsigned>(usedRows);

@@ -22,6 +22,10 @@ struct TwoPhaseArrays;
 ///           tolerance / 10 in magnitude, in factoring and in solving. Bring problems to unit size.
 /// Limits    work vectors have the length max(M mod 65536, N mod 65536) as 16-bit hosts laid down;
 ///           a system whose min(M, N) exceeds 65535 stays dependent.
+/// Speed     a system with few entries in a row is solved on a short road that uses them, where
+///           rounding and the thresholds above cannot tell the difference; what is said here holds
+///           on both roads. A right-hand side within reach of the thresholds takes the literal
+///           road, for which the first such solve factors a copy of its own.
 /// Source    Lawson, Hanson: Solving Least Squares Problems (SIAM 1995), chapters 20 and 21, for
 ///           elimination of constraints; Businger, Golub: Linear least squares solutions by
 ///           Householder transformations, Numer. Math. 7 (1965), for the pivoting and downdating.
@@ -51,11 +55,23 @@ class KNOTWORK_EXPORT Thouseholder : public TsolveConstrainedLsq {
     void releaseFactors() override;
     bool inPlace();  ///< the two phases; true when no pivot was negligible
 
+    /// Keeps set-ups from the short road; for comparisons.
+    void keepToLiteralRoad() { takesSpans_ = false; }
+    bool onShortRoad() const { return shortcut_ != nullptr; }
+
   private:
+    struct Shortcut;
     knotwork::TwoPhaseArrays arrays() const;
+    bool findShortcut();
+    void reportSteps() const;
     void solveCoordinates(TtupleVector& rhs, TtupleVector& x) const;
     template <class Block>
     void solveSome(TtupleVector& rhs, TtupleVector& x, int first, int width) const;
+    void solveShort(const TtupleVector& rhs, TtupleVector& x) const;
+    template <int Lanes>
+    void solveLanes(const TtupleVector& rhs, TtupleVector& x, int first, int width) const;
+    void solveLiterally(const TtupleVector& rhs, int coordinate, double* x,
+                        std::ptrdiff_t step) const;
 
     double negligible_;
     DoubleVec beta_;      // per pivot position, from the first pivot row
@@ -65,6 +81,7 @@ class KNOTWORK_EXPORT Thouseholder : public TsolveConstrainedLsq {
     IntVec colOrder_;
     DoubleGenMat factored_;
     std::shared_ptr<knotwork::RowBlocks>
-        blocks_;  // where factored_ may hold more than zeros;
-                  // made anew with it, so sharers never see a change
+        blocks_;                          // where factored_ may hold more than zeros;
+                                          // made anew with it, so sharers never see a change
+    std::shared_ptr<Shortcut> shortcut_;  // null on the literal road; likewise
 };

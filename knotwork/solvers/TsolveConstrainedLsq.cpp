@@ -6,7 +6,9 @@
 #include <cstdint>
 
 #include "knotwork/factor/DoubleSVDecomp.h"
+#include "knotwork/factor/RowCompression.h"
 #include "knotwork/solvers/detail/OutOfMemory.h"
+#include "knotwork/solvers/detail/SpanSystem.h"
 
 namespace {
 
@@ -71,8 +73,8 @@ int TsolveConstrainedLsq::realSetMatrix(const DoubleGenMat& A, const IntVec& fix
         [&] {
             copyMatrix(A, cleanZeros, computeCutoff);
             preSetMatrix(fixedCols, kResetCutoff, normalise, cleanZeros);
-            const int rows = static_cast<int>(working_.rows());
-            const int cols = static_cast<int>(working_.cols());
+            const int rows = static_cast<int>(workingRows());
+            const int cols = static_cast<int>(workingCols());
             numConstraints_ = rows < cols ? rows : std::min(cols, numConstraints_);
             factor();
             return dependent_ ? -1 : 0;
@@ -84,16 +86,37 @@ int TsolveConstrainedLsq::realSetMatrix(const DoubleGenMat& A, const IntVec& fix
 void TsolveConstrainedLsq::copyMatrix(const DoubleGenMat& A, bool cleanZeros, bool computeCutoff)
 {
     releaseFactors();
-    matrixCopy_.reference(DoubleGenMat());
-    working_.reference(DoubleGenMat());
-    working_.reference(A.copy());
-    if (!computeCutoff) return;
+    releaseMatrices();
     // The clamp is meant to act on the system that is solved, not only on the estimate.
-    if (cleanZeros) working_.dataVec().clampZero(kResetCutoff);
-    const std::uint64_t entries = std::uint64_t{working_.rows()} * working_.cols();
+    const bool clamp = computeCutoff && cleanZeros;
+    if (!copySpans(A, cleanZeros, clamp)) {
+        working_.reference(A.copy());
+        if (clamp) working_.dataVec().clampZero(kResetCutoff);
+    }
+    if (!computeCutoff) return;
+    const std::uint64_t entries = std::uint64_t{A.rows()} * A.cols();
     if (reporter_.isActive() && entries > kSlowEntries)
         reporter_.report("%s", "Computing region cutoff... (could take some time)");
-    tolerance_ = std::max(tolerance_, trySVD(working_));
+    tolerance_ = std::max(tolerance_, workingCutoff());
+}
+
+/// Holds the working matrix as rows of spans where that pays.
+bool TsolveConstrainedLsq::copySpans(const DoubleGenMat& A, bool cleanZeros, bool clamp)
+{
+    if (!takesSpans_ || A.rows() < A.cols() || (cleanZeros && thins(A.cols()))) return false;
+    auto spans = std::make_shared<knotwork::SpanRows>();
+    if (!knotwork::readSpans(A, *spans)) return false;
+    if (clamp) *spans = knotwork::clampedSpans(*spans, kResetCutoff);
+    spans_ = std::move(spans);
+    return true;
+}
+
+/// Compressed rows have the same singular values.
+double TsolveConstrainedLsq::workingCutoff() const
+{
+    if (!spans_) return trySVD(working_);
+    const knotwork::RowCompression compression(*spans_);
+    return trySVD(compression.triangle().expanded());
 }
 
 double TsolveConstrainedLsq::trySVD(const DoubleGenMat& A)
@@ -126,9 +149,9 @@ double TsolveConstrainedLsq::cutoffFrom(const DoubleVec& s)
 
 DoubleGenMat TsolveConstrainedLsq::altMatrix()
 {
-    DoubleGenMat stacked(working_.copy());
-    stacked.resize(working_.rows() + working_.cols(), working_.cols());
-    const int m = static_cast<int>(working_.rows());
-    for (int j = 0, n = static_cast<int>(working_.cols()); j < n; ++j) stacked(m + j, j) = kRidge;
+    DoubleGenMat stacked(denseWorking().copy());
+    const int m = static_cast<int>(stacked.rows());
+    stacked.resize(stacked.rows() + stacked.cols(), stacked.cols());
+    for (int j = 0, n = static_cast<int>(stacked.cols()); j < n; ++j) stacked(m + j, j) = kRidge;
     return stacked;
 }

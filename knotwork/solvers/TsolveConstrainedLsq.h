@@ -10,7 +10,8 @@
 /// Status    setMatrix returns 0, or -1 when the system is dependent: then isSolvable() is false
 ///           and every solve returns 5.
 /// Memory    besides the caller's A: the working matrix, what the concrete class factors, and with
-///           keepMatrixCopy the untouched matrix; an earlier system is let go first.
+///           keepMatrixCopy the untouched matrix; an earlier system is let go first. Sparse systems
+///           may take much less.
 class KNOTWORK_EXPORT TsolveConstrainedLsq : public TsolveSystems {
   public:
     TsolveConstrainedLsq(TsolverReporter& reporter, bool keepMatrixCopy);
@@ -51,7 +52,10 @@ class KNOTWORK_EXPORT TsolveConstrainedLsq : public TsolveSystems {
 
     int numConstraints_;  // of the working matrix
     bool dependent_;
+    bool takesSpans_ = false;  // set by a class whose factor() takes sparse rows as spans
 
   private:
     void copyMatrix(const DoubleGenMat& A, bool cleanZeros, bool computeCutoff);
+    bool copySpans(const DoubleGenMat& A, bool cleanZeros, bool clamp);
+    double workingCutoff() const;
 };

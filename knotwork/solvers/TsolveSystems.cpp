@@ -5,6 +5,8 @@
 #include <cmath>
 #include <vector>
 
+#include "knotwork/solvers/detail/SpanSystem.h"
+
 namespace {
 
 struct Shape {
@@ -15,15 +17,6 @@ struct Shape {
     {
     }
 };
-
-IntVec positionsOf(const std::vector<char>& flags)
-{
-    IntVec positions(static_cast<unsigned>(std::count(flags.begin(), flags.end(), 1)));
-    int next = 0;
-    for (std::size_t i = 0; i < flags.size(); ++i)
-        if (flags[i] != 0) positions(next++) = static_cast<int>(i);
-    return positions;
-}
 
 /// Euclidean lengths of the rows, in one sweep over the columns.
 DoubleVec rowLengths(const DoubleGenMat& a)
@@ -58,7 +51,9 @@ TsolveSystems::TsolveSystems(const TsolveSystems& other)
     : TbaseSolver(other),
       matrixCopy_(other.matrixCopy_),
       working_(other.working_),
-      maxEntriesPerRow_(other.maxEntriesPerRow_)
+      maxEntriesPerRow_(other.maxEntriesPerRow_),
+      spans_(other.spans_),
+      spansCopy_(other.spansCopy_)
 {
     TsolveSystems::deepenShallowCopy();
 }
@@ -71,6 +66,8 @@ TsolveSystems& TsolveSystems::reference(TsolveSystems& other)
     matrixCopy_.reference(other.matrixCopy_);
     working_.reference(other.working_);
     maxEntriesPerRow_ = other.maxEntriesPerRow_;
+    spans_ = other.spans_;
+    spansCopy_ = other.spansCopy_;
     return *this;
 }
 
@@ -81,8 +78,39 @@ void TsolveSystems::deepenShallowCopy()
     working_.deepenShallowCopy();
 }
 
+unsigned TsolveSystems::workingRows() const
+{
+    return spans_ ? static_cast<unsigned>(spans_->rows()) : working_.rows();
+}
+
+unsigned TsolveSystems::workingCols() const
+{
+    return spans_ ? static_cast<unsigned>(spans_->cols()) : working_.cols();
+}
+
+DoubleGenMat TsolveSystems::denseWorking() const
+{
+    return spans_ ? knotwork::expanded(*spans_) : working_;
+}
+
+void TsolveSystems::expandWorking()
+{
+    working_.reference(denseWorking());
+    spans_.reset();
+}
+
+void TsolveSystems::releaseMatrices()
+{
+    matrixCopy_.reference(DoubleGenMat());
+    working_.reference(DoubleGenMat());
+    spans_.reset();
+    spansCopy_.reset();
+}
+
 DoubleVec TsolveSystems::originalColumn(int col)
 {
+    if (spansCopy_ && col >= 0 && col < spansCopy_->cols())
+        return knotwork::columnOf(*spansCopy_, col);
     const bool kept = keepMatrixCopy_ && col >= 0 && col < Shape(matrixCopy_).cols;
     return kept ? matrixCopy_.col(col) : DoubleVec();
 }
@@ -91,18 +119,19 @@ void TsolveSystems::preSetMatrix(const IntVec& fixedCols, double resetCutoff, bo
                                  bool clean)
 {
     matrixCopy_.reference(keepMatrixCopy_ ? working_.copy() : DoubleGenMat());
-    totalCols_ = Shape(working_).cols;
-    totalRows_ = Shape(working_).rows;
+    spansCopy_ = keepMatrixCopy_ ? spans_ : nullptr;
+    totalCols_ = static_cast<int>(workingCols());
+    totalRows_ = static_cast<int>(workingRows());
     useAll();
     if (reporter_.isActive()) reporter_.report(" Region cutoff value set to %f", tolerance_);
-    if (clean && working_.dataVec().length() > 0) cleanZeros(fixedCols, resetCutoff);
+    if (clean && totalRows_ > 0 && totalCols_ > 0) cleanZeros(fixedCols, resetCutoff);
     if (normalise) tryNormalise();
 }
 
 void TsolveSystems::useAll()
 {
-    usedColIndex_.reference(IntVec(working_.cols(), 0, 1));
-    usedRowIndex_.reference(IntVec(working_.rows(), 0, 1));
+    usedColIndex_.reference(IntVec(workingCols(), 0, 1));
+    usedRowIndex_.reference(IntVec(workingRows(), 0, 1));
     rhsMult_.reference(DoubleVec());
     normalised_ = false;
 }
@@ -110,7 +139,7 @@ void TsolveSystems::useAll()
 void TsolveSystems::cleanZeros(const IntVec& fixedCols, double resetCutoff)
 {
     // The signed maximum is meant, not the largest magnitude.
-    const double limit = std::min(maxValue(working_.dataVec()), 1.0) * 0.99;
+    const double limit = std::min(largestEntry(), 1.0) * 0.99;
     bool usable = true;
     if (tolerance_ > limit) {
         usable = resetCutoff > 0.0 && limit > resetCutoff;
@@ -125,13 +154,28 @@ void TsolveSystems::cleanZeros(const IntVec& fixedCols, double resetCutoff)
         cleanZero(fixedCols, tolerance_);
     }
     // An over-large tolerance drops nothing and still clamps, which is intended.
-    working_.dataVec().clampZero(tolerance_);
+    clampZeros();
+}
+
+double TsolveSystems::largestEntry() const
+{
+    return spans_ ? knotwork::largestEntry(*spans_) : maxValue(working_.dataVec());
+}
+
+void TsolveSystems::clampZeros()
+{
+    if (spans_)
+        spans_ = std::make_shared<knotwork::SpanRows>(knotwork::clampedSpans(*spans_, tolerance_));
+    else
+        working_.dataVec().clampZero(tolerance_);
 }
 
 bool TsolveSystems::findAllZeros(const IntVec& fixedCols, IntVec& usedRows, IntVec& usedCols,
                                  double tol) const
 {
-    return findZero(working_, fixedCols, usedRows, usedCols, tol);
+    if (!spans_) return findZero(working_, fixedCols, usedRows, usedCols, tol);
+    knotwork::findZeroSpans(*spans_, fixedCols, usedRows, usedCols, tol);
+    return true;
 }
 
 bool TsolveSystems::findZero(const DoubleGenMat& A, const IntVec& fixedCols, IntVec& usedRows,
@@ -155,8 +199,8 @@ bool TsolveSystems::findZero(const DoubleGenMat& A, const IntVec& fixedCols, Int
         if (fixed) ++cursor;
         colUsed[static_cast<std::size_t>(j)] = fixed ? 0 : any;
     }
-    usedCols.reference(positionsOf(colUsed));
-    usedRows.reference(positionsOf(rowUsed));
+    usedCols.reference(knotwork::positionsOf(colUsed));
+    usedRows.reference(knotwork::positionsOf(rowUsed));
     return true;
 }
 
@@ -164,7 +208,12 @@ void TsolveSystems::resetMatrix()
 {
     const int rows = static_cast<int>(usedRowIndex_.length());
     const int cols = static_cast<int>(usedColIndex_.length());
-    if (rows == Shape(working_).rows && cols == Shape(working_).cols) return;
+    if (rows == static_cast<int>(workingRows()) && cols == static_cast<int>(workingCols())) return;
+    if (spans_) {
+        spans_ = std::make_shared<knotwork::SpanRows>(
+            knotwork::cutSpans(*spans_, usedRowIndex_, usedColIndex_));
+        return;
+    }
     DoubleGenMat reduced(usedRowIndex_.length(), usedColIndex_.length());
     for (int j = 0; j < cols; ++j) {
         const double* from = working_.col(usedColIndex_(j)).data();
@@ -176,6 +225,13 @@ void TsolveSystems::resetMatrix()
 
 void TsolveSystems::tryNormalise()
 {
+    normalised_ = true;
+    if (spans_) {
+        auto scaled = std::make_shared<knotwork::SpanRows>(*spans_);
+        rhsMult_.reference(knotwork::normaliseSpans(*scaled));
+        spans_ = std::move(scaled);
+        return;
+    }
     const Shape shape(working_);
     rhsMult_.reference(rowLengths(working_));
     double* factor = rhsMult_.data();
@@ -185,7 +241,11 @@ void TsolveSystems::tryNormalise()
         for (int i = 0; i < shape.rows; ++i)
             column[i] = factor[i] == 0.0 ? 0.0 : column[i] * factor[i];
     }
-    normalised_ = true;
+}
+
+bool TsolveSystems::thins(unsigned cols) const
+{
+    return maxEntriesPerRow_ >= 1 && maxEntriesPerRow_ < static_cast<int>(cols);
 }
 
 /// A row keeps its first k entries; the smallest of them can be displaced by the row's entry on the
@@ -195,7 +255,7 @@ void TsolveSystems::zeroOutCount()
 {
     const Shape shape(working_);
     const int k = maxEntriesPerRow_;
-    if (k < 1 || k >= shape.cols) return;
+    if (!thins(working_.cols())) return;
     std::vector<char> keepsDiagonal(working_.rows(), 0);
     std::vector<double> magnitude(static_cast<std::size_t>(k));
     for (int i = 0; i < std::min(shape.rows, shape.cols); ++i) {

@@ -1,13 +1,20 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <memory>
+
 #include "knotwork/linalg/DoubleGenMat.h"
 #include "knotwork/solvers/TbaseSolver.h"
+
+namespace knotwork {
+class SpanRows;
+}
 
 /// Owns the system matrix and prepares it for factoring: thinning of rows, dropping of zero rows
 /// and columns and of the caller's fixed columns, clamping of tiny entries, scaling of rows.
 /// Storage   the working matrix, reduced to the used rows and columns; with keepMatrixCopy also
-///           the untouched matrix. The caller's own matrix is never referred to.
+///           the untouched matrix. The caller's own matrix is never referred to. A class that can
+///           factor sparse rows may hold both as such.
 class KNOTWORK_EXPORT TsolveSystems : public TbaseSolver {
   public:
     TsolveSystems(TsolverReporter& reporter, bool keepMatrixCopy);
@@ -46,7 +53,21 @@ class KNOTWORK_EXPORT TsolveSystems : public TbaseSolver {
     DoubleGenMat working_;
     int maxEntriesPerRow_;  // thinning happens from 1 to one less than the columns
 
+    /// The working matrix wherever it is held: dense in working_, or as rows of spans, which are
+    /// never changed once the set-up is over, so that copies may share them.
+    unsigned workingRows() const;
+    unsigned workingCols() const;
+    DoubleGenMat denseWorking() const;  ///< shares working_ unless that is held as spans
+    void expandWorking();               ///< from spans to working_
+    void releaseMatrices();
+    bool thins(unsigned cols) const;
+
+    std::shared_ptr<const knotwork::SpanRows> spans_;      // null when working_ is in use
+    std::shared_ptr<const knotwork::SpanRows> spansCopy_;  // null when matrixCopy_ is in use
+
   private:
     void useAll();
     void cleanZeros(const IntVec& fixedCols, double resetCutoff);
+    double largestEntry() const;
+    void clampZeros();
 };

@@ -1,0 +1,203 @@
+// SPDX-License-Identifier: MIT
+#include "knotwork/solvers/detail/ConstraintBasis.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "knotwork/factor/InverseNorm.h"
+#include "knotwork/factor/detail/LaneKernels.h"
+
+namespace knotwork {
+
+ConstraintBasis::ConstraintBasis(const SpanRows& rows, int firstConstraint)
+    : cols_(rows.cols()),
+      fixed_(static_cast<std::size_t>(cols_), 0),
+      touched_(static_cast<std::size_t>(cols_), 0)
+{
+    WideRow row = {std::vector<double>(static_cast<std::size_t>(cols_)), 0, 0};
+    for (int i = firstConstraint; i < rows.rows() && sound_; ++i) {
+        load(row, rows.first(i), rows.values(i), rows.count(i));
+        reflect(row);
+        reduce(row);
+        clear(row);
+    }
+    listFreeColumns();
+}
+
+void ConstraintBasis::load(WideRow& row, int first, const double* values, int count)
+{
+    std::copy_n(values, count, row.entries.begin() + first);
+    row.first = first;
+    row.end = first + count;
+}
+
+void ConstraintBasis::clear(WideRow& row)
+{
+    std::fill(row.entries.begin() + row.first, row.entries.begin() + row.end, 0.0);
+}
+
+/// The reflections so far, from the right.
+void ConstraintBasis::reflect(WideRow& row) const
+{
+    double* entries = row.entries.data();
+    for (std::size_t i = 0; i < taus_.size(); ++i) {
+        const Entry* begin = vectors_.begin(static_cast<int>(i));
+        const Entry* end = vectors_.end(static_cast<int>(i));
+        double d = 0.0;
+        for (const Entry* v = begin; v != end; ++v) d += v->value * entries[v->at];
+        if (d == 0.0) continue;
+        const double t = -taus_[i] * d;
+        for (const Entry* v = begin; v != end; ++v) entries[v->at] += t * v->value;
+        row.first = std::min(row.first, begin->at);
+        row.end = std::max(row.end, (end - 1)->at + 1);
+    }
+}
+
+/// Splits a reflected constraint row into its part of T and a new reflection. A row that is left
+/// with one entry needs none.
+void ConstraintBasis::reduce(const WideRow& row)
+{
+    const double* entries = row.entries.data();
+    int pivot = -1;
+    double squares = 0.0;
+    int entriesLeft = 0;
+    for (int j = row.first; j < row.end; ++j) {
+        if (entries[j] == 0.0 || fixed_[static_cast<std::size_t>(j)] != 0) continue;
+        squares += entries[j] * entries[j];
+        ++entriesLeft;
+        if (pivot < 0 || std::fabs(entries[j]) > std::fabs(entries[pivot])) pivot = j;
+    }
+    if (pivot < 0 || !(squares > 0.0)) {
+        sound_ = false;
+        return;
+    }
+    for (int k = 0; k < constraints(); ++k)
+        if (entries[this->pivot(k)] != 0.0) lower_.entries.push_back({k, entries[this->pivot(k)]});
+    lower_.close();
+
+    double whole = squares;
+    for (auto e = lower_.begin(constraints()); e != lower_.end(constraints()); ++e)
+        whole += e->value * e->value;
+    lengths_.push_back(std::sqrt(whole));
+
+    const double alpha = entries[pivot];
+    const double norm = std::sqrt(squares);
+    const double sigma = alpha > 0.0 ? -norm : norm;  // opposite signs: no cancellation below
+    const bool single = entriesLeft == 1;
+    for (int j = row.first; j < row.end && !single; ++j) {
+        if (entries[j] == 0.0 || fixed_[static_cast<std::size_t>(j)] != 0) continue;
+        vectors_.entries.push_back({j, j == pivot ? 1.0 : entries[j] / (alpha - sigma)});
+        touched_[static_cast<std::size_t>(j)] = 1;
+    }
+    vectors_.close();
+    taus_.push_back(single ? 0.0 : (sigma - alpha) / sigma);
+    diagonal_.push_back(single ? alpha : sigma);
+    pivots_.push_back(pivot);
+    fixed_[static_cast<std::size_t>(pivot)] = 1;
+    touched_[static_cast<std::size_t>(pivot)] = 1;
+}
+
+void ConstraintBasis::listFreeColumns()
+{
+    freeCols_.reserve(static_cast<std::size_t>(freeCols()));
+    for (int j = 0; j < cols_; ++j)
+        if (fixed_[static_cast<std::size_t>(j)] == 0) freeCols_.push_back(j);
+}
+
+SpanRows ConstraintBasis::freePart(const BandTriangle& R) const
+{
+    SpanRows part(freeCols());
+    part.reserve(cols_, static_cast<std::size_t>(R.starts()[cols_]) * 2);
+    WideRow row = {std::vector<double>(static_cast<std::size_t>(cols_)), 0, 0};
+    std::vector<double> kept(static_cast<std::size_t>(cols_));
+    int freeBefore = 0;  // free columns left of column j
+    for (int j = 0; j < cols_; ++j) {
+        const auto from = touched_.begin() + j;
+        if (std::find(from, from + R.count(j), 1) == from + R.count(j)) {
+            part.appendTrimmed(freeBefore, R.row(j), R.count(j));
+        } else {
+            load(row, j, R.row(j), R.count(j));
+            reflect(row);
+            const int first =
+                static_cast<int>(std::lower_bound(freeCols_.begin(), freeCols_.end(), row.first) -
+                                 freeCols_.begin());
+            int count = 0;
+            for (int k = first; k < freeCols() && freeColumn(k) < row.end; ++k)
+                kept[static_cast<std::size_t>(count++)] =
+                    row.entries[static_cast<std::size_t>(freeColumn(k))];
+            part.appendTrimmed(first, kept.data(), count);
+            clear(row);
+        }
+        freeBefore += fixed_[static_cast<std::size_t>(j)] == 0 ? 1 : 0;
+    }
+    return part;
+}
+
+double ConstraintBasis::inverseNorm() const
+{
+    return inverseNormOf(std::vector<double>(lengths_.size(), 1.0));
+}
+
+double ConstraintBasis::condition() const
+{
+    return inverseNormOf(lengths_);
+}
+
+double ConstraintBasis::largestLength() const
+{
+    return lengths_.empty() ? 0.0 : *std::max_element(lengths_.begin(), lengths_.end());
+}
+
+/// Of T^-1 with its columns multiplied by the scales.
+double ConstraintBasis::inverseNormOf(const std::vector<double>& scales) const
+{
+    const auto solveOne = [&](double* y) {
+        for (int i = 0; i < constraints(); ++i) {
+            y[i] *= scales[static_cast<std::size_t>(i)];
+            for (const Entry* e = lower_.begin(i); e != lower_.end(i); ++e)
+                y[i] -= e->value * y[e->at];
+            y[i] /= diagonal_[static_cast<std::size_t>(i)];
+        }
+    };
+    const auto solveTransposed = [&](double* y) {
+        for (int i = constraints() - 1; i >= 0; --i) {
+            y[i] /= diagonal_[static_cast<std::size_t>(i)];
+            for (const Entry* e = lower_.begin(i); e != lower_.end(i); ++e)
+                y[e->at] -= e->value * y[i];
+            y[i] *= scales[static_cast<std::size_t>(i)];
+        }
+    };
+    return estimateInverseNorm(constraints(), solveOne, solveTransposed);
+}
+
+template <int Lanes>
+void ConstraintBasis::solve(double* y) const
+{
+    for (int i = 0; i < constraints(); ++i) {
+        double* here = y + std::ptrdiff_t{Lanes} * i;
+        for (const Entry* e = lower_.begin(i); e != lower_.end(i); ++e)
+            for (int c = 0; c < Lanes; ++c)
+                here[c] -= e->value * y[std::ptrdiff_t{Lanes} * e->at + c];
+        for (int c = 0; c < Lanes; ++c) here[c] /= diagonal_[static_cast<std::size_t>(i)];
+    }
+}
+
+template <int Lanes>
+void ConstraintBasis::restore(double* x) const
+{
+    for (int i = constraints() - 1; i >= 0; --i) {
+        double d[Lanes] = {};
+        for (const Entry* v = vectors_.begin(i); v != vectors_.end(i); ++v)
+            for (int c = 0; c < Lanes; ++c) d[c] += v->value * x[std::ptrdiff_t{Lanes} * v->at + c];
+        for (double& t : d) t *= -taus_[static_cast<std::size_t>(i)];
+        for (const Entry* v = vectors_.begin(i); v != vectors_.end(i); ++v)
+            for (int c = 0; c < Lanes; ++c) x[std::ptrdiff_t{Lanes} * v->at + c] += v->value * d[c];
+    }
+}
+
+template void ConstraintBasis::solve<kFewLanes>(double*) const;
+template void ConstraintBasis::solve<kManyLanes>(double*) const;
+template void ConstraintBasis::restore<kFewLanes>(double*) const;
+template void ConstraintBasis::restore<kManyLanes>(double*) const;
+
+}  // namespace knotwork
