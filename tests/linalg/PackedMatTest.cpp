@@ -165,6 +165,7 @@ TYPED_TEST(PackedMatTest, PrintsTheWholeMatrixAndReadsItBack)
     const std::string expected = std::string(TypeParam::className) + ", " + body.str();
     EXPECT_EQ(text.str().substr(0, expected.size()), expected);
     TypeParam first(2u, 2u);
+    first = 9.0;
     TypeParam second = oneToSix<TypeParam>();
     TypeParam third;
     text >> first >> second >> third;
