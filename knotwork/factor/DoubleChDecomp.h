@@ -15,16 +15,15 @@
 ///           downdate or shift of one shows in all. factor() separates. operator= is member by
 ///           member, as those types assign: elements are copied into the target's storage, which
 ///           others may share, and another shape is an error that ends the process.
-/// Status    an indefinite A is no error: see isPD(), lastPosFactor(), fail(). Neither is the loss
-/// of
-///           definiteness in downdate().
+/// Status    neither an indefinite A is an error, see isPD(), lastPosFactor() and fail(), nor the
+///           loss of definiteness in downdate().
 /// Errors    0x5010 fewer rows than columns, 0x5012 specifier, 0x5004 and 0x5002 lengths, 0x5011
 ///           solve without a factor that reaches so far, 0x5005 to 0x5009 and 0x500C arguments of
 ///           update, downdate and shift. All end the process. 0x5001 is a warning. Should a host's
 ///           handler return, a factorisation leaves the object empty, update, downdate (-1) and
 ///           shift leave everything as it was, and a solve returns its argument.
-/// Accuracy  |P^T A P - R^T R| <= 10 max(p, 1) eps |A| in the Frobenius norm (the bound the tests
-///           hold it to), over the rows that isPD() or lastPosFactor() vouch for.
+/// Accuracy  |P^T A P - R^T R| <= 10 p eps |A| in the Frobenius norm (the bound the tests hold it
+///           to) when isPD(); otherwise for the rows up to lastPosFactor().
 /// Source    LINPACK Users' Guide (Dongarra, Bunch, Moler, Stewart; SIAM 1979), chapters 8 and 10.
 class KNOTWORK_EXPORT DoubleChDecomp {
   public:

@@ -7,12 +7,11 @@
 /// kept. Holds R with R^T R = X^T X for the equations seen so far, and for each of m right-hand
 /// sides its transformed column and the norm of its residual.
 /// Shapes    p unknowns and m right-hand sides, fixed for good. x: p coefficients, a shorter one
-///           extended with zeros. y: m values. An equation costs 3 p (p + 2 m) multiplications, a
+///           extended with zeros. y: m values. An equation costs 2 p (p + 2 m) multiplications, a
 ///           solution p^2 / 2.
-/// Storage   copies share; equations added to one show in all. copy() separates the right-hand
-/// sides
-///           and norms but not R: intended. To go on with both, start a new object and add the
-///           equations again. Assigning as for DoubleChDecomp.
+/// Storage   copies share; equations added to one show in all. copy() separates all but R, which
+///           stays shared: intended. To go on with both, start a new object and add the equations
+///           again. Assigning as for DoubleChDecomp.
 /// Status    no tolerance: without p independent equations some diagonal element of R is 0.0, see
 ///           isUnderDetermined(). The base's isPD(), pivots(), condition(), solve() and
 ///           partialSolve() are about factorisations and know nothing of this object.
@@ -32,9 +31,10 @@ class KNOTWORK_EXPORT DoubleLeastSqInc : public DoubleChDecomp {
     void addEquation(DoubleVec& x, const DoubleVec& y);
     void addEquation(DoubleVec& x, double y);  ///< for m = 1
     /// Withdraws an equation added before; for one that was not, the result means nothing. Returns
-    /// 0; -1 when the others do not determine all unknowns, and nothing is changed; 1 when there is
-    /// no such residual to take from, whose norm is -1 from now on. Rounding can hide that the
-    /// others do not suffice: the solution is then large and worth nothing, with 0 returned.
+    /// 0; -1 when the others do not determine all unknowns, and nothing is changed; 1 when a
+    /// residual is smaller than what would be taken from it, and its norm is -1 from now on.
+    /// Rounding can hide that the others do not suffice: the solution is then large and worth
+    /// nothing, with 0 returned.
     int deleteEquation(DoubleVec& x, const DoubleVec& y);
     int deleteEquation(DoubleVec& x, double y);  ///< for m = 1
 
