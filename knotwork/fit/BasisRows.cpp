@@ -35,8 +35,7 @@ double BasisRows::lastLength() const
 long double BasisRows::times(int row, const double* unknowns, int step) const
 {
     const double* entry = entries(row);
-    const double* unknown =
-        unknowns + std::ptrdiff_t{firstColumn_[static_cast<std::size_t>(row)]} * step;
+    const double* unknown = unknowns + std::ptrdiff_t{firstColumn(row)} * step;
     long double total = 0.0L;
     for (int k = 0; k < width(); ++k, unknown += step)
         total += static_cast<long double>(entry[k]) * *unknown;
@@ -45,7 +44,7 @@ long double BasisRows::times(int row, const double* unknowns, int step) const
 
 void BasisRows::addTo(std::vector<long double>& totals, int row, double factor) const
 {
-    const auto first = static_cast<std::size_t>(firstColumn_[static_cast<std::size_t>(row)]);
+    const auto first = static_cast<std::size_t>(firstColumn(row));
     for (std::size_t k = 0; k < static_cast<std::size_t>(width()); ++k)
         totals[first + k] += static_cast<long double>(entries(row)[k]) * factor;
 }
@@ -55,8 +54,7 @@ DoubleGenMat BasisRows::dense() const
     DoubleGenMat matrix(static_cast<unsigned>(count()), static_cast<unsigned>(basis_.count()), 0.0);
     if (matrix.rows() == 0) return matrix;
     for (int i = 0; i < count(); ++i)
-        for (int k = 0; k < width(); ++k)
-            matrix(i, firstColumn_[static_cast<std::size_t>(i)] + k) = entries(i)[k];
+        for (int k = 0; k < width(); ++k) matrix(i, firstColumn(i) + k) = entries(i)[k];
     return matrix;
 }
 

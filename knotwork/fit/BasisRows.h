@@ -21,6 +21,12 @@ class BasisRows {
     double lastLength() const;
 
     int count() const { return static_cast<int>(firstColumn_.size()); }
+    int width() const { return basis_.degree() + 1; }
+    int firstColumn(int row) const { return firstColumn_[static_cast<std::size_t>(row)]; }
+    const double* entries(int row) const
+    {
+        return &entries_[static_cast<std::size_t>(row) * static_cast<std::size_t>(width())];
+    }
     /// The row times one coordinate of the unknowns, which lie `step` apart; accumulated in
     /// extended precision, for residuals.
     long double times(int row, const double* unknowns, int step) const;
@@ -29,12 +35,6 @@ class BasisRows {
     DoubleGenMat dense() const;
 
   private:
-    int width() const { return basis_.degree() + 1; }
-    const double* entries(int row) const
-    {
-        return &entries_[static_cast<std::size_t>(row) * static_cast<std::size_t>(width())];
-    }
-
     const BsplineBasis& basis_;
     std::vector<int> firstColumn_;
     std::vector<double> entries_;

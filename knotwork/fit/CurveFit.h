@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -28,6 +29,8 @@ struct CurveFitOptions {
     DoubleVec weights;  ///< of the squared residuals, one a point, 0 or more; empty: all are 1
     bool estimateCutoff = false;          ///< raises the tolerance to a gap in the singular values
     TsolverReporter* reporter = nullptr;  ///< hears the solver; null: nobody does
+    /// Hears what share of the work is done, ascending to 1, at most a hundred times; may be null.
+    std::function<void(double)> progress;
     FitMethod method = FitMethod::kHouseholder;
 };
 

@@ -17,7 +17,7 @@ class ScaledCurve {
 
     int dataRows() const { return system_.dataRows(); }
     int constraints() const { return system_.constraints(); }
-    DoubleGenMat matrix() const { return system_.rows().dense(); }
+    const ScaledRows& system() const { return system_; }
     TtupleVector rhs() const { return rhs_; }
 
     /// What x leaves of each right-hand side; exact to rounding.

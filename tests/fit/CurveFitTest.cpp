@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <fstream>
 #include <ostream>
@@ -188,6 +189,29 @@ TEST(CurveFitTest, OrderOfDataAndOfConstraintsDoesNotMatter)
     for (std::size_t i = p.parameters.size(); i-- > 0;)
         turned.points.insert(turned.points.end(), {p.points[2 * i], p.points[2 * i + 1]});
     EXPECT_LE(deviationFromReference(p, turned.fit()), kControlBound);
+}
+
+/// More points than are compressed at a time, in no order; the shares of the work only rise.
+TEST(CurveFitTest, ManyPointsInNoOrderFitAsWell)
+{
+    knotwork_test::Dice dice(20270115);
+    FitProblem p = knotwork_test::noisyProblem(3, 9, 5, dice);
+    addConstraints(p, 4, dice);
+    for (int i = 0; i < 9000; ++i) {
+        p.parameters.push_back(dice.unit());
+        for (int k = 0; k < p.dimension; ++k) p.points.push_back(dice.unit());
+    }
+    std::vector<double> shares;
+    knotwork::CurveFitOptions options;
+    options.progress = [&shares](double share) { shares.push_back(share); };
+    const FittedCurve curve = p.fit(options);
+    ASSERT_TRUE(curve.met()) << curve.report.reason;
+    EXPECT_LE(knotwork_test::deviationFromReference(p, curve), kControlBound);
+    EXPECT_TRUE(std::is_sorted(shares.begin(), shares.end()));
+    EXPECT_GE(shares.size(), 5U);
+    EXPECT_LE(shares.size(), 102U);
+    EXPECT_GT(shares.front(), 0.0);
+    EXPECT_EQ(shares.back(), 1.0);
 }
 
 /// A point of weight w counts as w points, in the curve and in its error figures.

@@ -2,18 +2,23 @@
 #pragma once
 
 #include "knotwork/solvers/TsolverReporter.h"
+#include "tools/knotfit/ProgressBar.h"
 
 namespace knotfit {
 
-/// Lets the solver speak on standard error; on a terminal its progress becomes a bar.
+/// Lets the solver speak on standard error; on a terminal its progress becomes a bar, unless the
+/// whole fit has one of its own.
 class ConsoleReporter : public TsolverReporter {
   public:
-    explicit ConsoleReporter(bool verbose);
+    enum class Progress { kBar, kLeftToTheFit };
+
+    explicit ConsoleReporter(bool verbose, Progress progress = Progress::kBar);
     using TsolverReporter::report;
     void report(const char* text) override;
 
   private:
-    bool terminal_;
+    Progress progress_;
+    ProgressBar bar_;
 };
 
 }  // namespace knotfit

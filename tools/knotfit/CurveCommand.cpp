@@ -49,13 +49,15 @@ void runCurve(const CurveOptions& options)
     const double readSeconds = reading.seconds();
     const CurveRequest request = makeCurveRequest(options, std::move(table));
 
-    ConsoleReporter reporter(options.verbose);
+    ConsoleReporter reporter(options.verbose, ConsoleReporter::Progress::kLeftToTheFit);
+    ProgressBar bar;
     knotwork::CurveFitOptions fitOptions;
     fitOptions.method = methodOf(options.method);
     fitOptions.tolerance = options.tolerance;
     fitOptions.estimateCutoff = options.cutoff;
     fitOptions.reporter = &reporter;
     fitOptions.weights.reference(request.weights);
+    if (options.verbose) fitOptions.progress = [&bar](double share) { bar.show(share); };
     const Stopwatch fitting;
     const FittedCurve curve = knotwork::fitCurve(request.points, request.parameters, request.basis,
                                                  request.constraints, fitOptions);
@@ -129,7 +131,9 @@ void addCurveCommand(CLI::App& app)
     curve
         ->add_option("--svg", options->svg, "Draw data, curve, control polygon, knots, constraints")
         ->check(notEmpty);
-    curve->add_flag("-v,--verbose", options->verbose, "Let the solver report on standard error");
+    curve->add_flag(
+        "-v,--verbose", options->verbose,
+        "Let the solver report on standard error; a progress bar where that is a terminal");
     curve->set_version_flag("--version", KNOTFIT_VERSION);
     curve->callback([options] { runCurve(*options); });
 }
