@@ -41,12 +41,12 @@ struct Task {
 
 /// What a stage costs a data point, measured, the cheapest counting 1; and what an unknown and a
 /// column's cube do by each method.
-constexpr double kScalingCost = 1.0;
+constexpr double kScalingCost = 4.0;
 constexpr double kCompressionCost = 2.0;
 constexpr double kResidualCost = 1.0;
-constexpr double kEvaluationCost = 1.0;
-constexpr double kSolutionCost = 20.0;
-constexpr double kDenseCost = 1e-2;
+constexpr double kEvaluationCost = 3.0;
+constexpr double kSolutionCost = 30.0;
+constexpr double kDenseCost = 3e-3;
 
 double solutionCost(FitMethod method, double unknowns)
 {
