@@ -7,10 +7,11 @@
 #include <vector>
 
 #include "knotwork/linalg/DoubleVecPick.h"
+#include "knotwork/solvers/detail/DenseRoad.h"
 #include "knotwork/solvers/detail/OutOfMemory.h"
 #include "knotwork/solvers/detail/ProgressMeter.h"
-#include "knotwork/solvers/detail/ShortRoad.h"
 #include "knotwork/solvers/detail/SpanSystem.h"
+#include "knotwork/solvers/detail/SparseRoad.h"
 #include "knotwork/solvers/detail/TwoPhase.h"
 
 namespace {
@@ -36,10 +37,11 @@ void copyScaled(int n, double factor, const double* from, std::ptrdiff_t fromSte
 
 }  // namespace
 
-/// The short road, and a solver of the same system on the literal road, which is made when a
-/// right-hand side first asks for it.
+/// The short road, sparse or dense, and a solver of the same system on the literal road, which is
+/// made when a right-hand side first asks for it.
 struct Thouseholder::Shortcut {
-    std::unique_ptr<knotwork::ShortRoad> road;
+    std::unique_ptr<knotwork::SparseRoad> sparse;
+    std::unique_ptr<knotwork::DenseRoad> dense;
     double tolerance;  // at the set-up
     std::once_flag literalMade;
     std::unique_ptr<Thouseholder> literal;
@@ -62,6 +64,7 @@ Thouseholder::Thouseholder(double tolerance, int maxEntriesPerRow, bool keepMatr
 Thouseholder::Thouseholder(const Thouseholder& other)
     : TsolveConstrainedLsq(other),
       negligible_(other.negligible_),
+      literalOnly_(other.literalOnly_),
       beta_(other.beta_),
       diagonal_(other.diagonal_),
       norms_(other.norms_),
@@ -106,7 +109,7 @@ bool Thouseholder::factor()
 {
     negligible_ = tolerance_ / 10.0;
     releaseFactors();
-    if (spans_ && findShortcut()) {
+    if (!literalOnly_ && findShortcut()) {
         dependent_ = false;
         return true;
     }
@@ -131,12 +134,15 @@ void Thouseholder::releaseFactors()
 
 bool Thouseholder::findShortcut()
 {
-    if (spans_->cols() > kMostPivots) return false;
-    auto road = knotwork::ShortRoad::find(*spans_, numConstraints_, negligible_);
-    if (!road) return false;
-    shortcut_ = std::make_shared<Shortcut>();
-    shortcut_->road = std::move(road);
-    shortcut_->tolerance = tolerance_;
+    if (workingCols() > static_cast<unsigned>(kMostPivots)) return false;
+    auto shortcut = std::make_shared<Shortcut>();
+    shortcut->tolerance = tolerance_;
+    if (spans_)
+        shortcut->sparse = knotwork::SparseRoad::find(*spans_, numConstraints_, negligible_);
+    else
+        shortcut->dense = knotwork::DenseRoad::find(working_, numConstraints_, negligible_);
+    if (!shortcut->sparse && !shortcut->dense) return false;
+    shortcut_ = std::move(shortcut);
     reportSteps();
     return true;
 }
@@ -186,8 +192,8 @@ int Thouseholder::solveInPlace(DoubleVec& rhs, DoubleVec* x) const
 
 int Thouseholder::solveInPlace(TtupleVector& rhs, TtupleVector* x) const
 {
-    const int rows = shortcut_ ? shortcut_->road->rows() : static_cast<int>(factored_.rows());
-    const int cols = shortcut_ ? shortcut_->road->cols() : static_cast<int>(factored_.cols());
+    const auto rows = static_cast<int>(shortcut_ ? workingRows() : factored_.rows());
+    const auto cols = static_cast<int>(shortcut_ ? workingCols() : factored_.cols());
     if (x == nullptr || x->points() < cols || rhs.points() < rows) return knotwork::kBadArgument;
     if (x->size() != rhs.size()) return knotwork::kBadArgument;
     if (isDependent()) return knotwork::kDependent;
@@ -264,7 +270,7 @@ void Thouseholder::solveShort(const TtupleVector& rhs, TtupleVector& x) const
 template <int Lanes>
 void Thouseholder::solveLanes(const TtupleVector& rhs, TtupleVector& x, int first, int width) const
 {
-    const knotwork::ShortRoad& road = *shortcut_->road;
+    const int cols = static_cast<int>(workingCols());
     const bool scaled = rhsMult_.length() == static_cast<unsigned>(rhs.points());
     const DoubleVec right(TtupleVector(rhs).data());
     const std::ptrdiff_t step = right.stride();
@@ -279,14 +285,19 @@ void Thouseholder::solveLanes(const TtupleVector& rhs, TtupleVector& x, int firs
             largest[c] = std::max(largest[c], std::fabs(lanes[c]));
         }
     };
-    std::vector<double> found(static_cast<std::size_t>(road.cols()) * Lanes);
-    road.solve<Lanes>(fetch, found.data());
+    std::vector<double> found(static_cast<std::size_t>(cols) * Lanes);
+    if (shortcut_->sparse)
+        shortcut_->sparse->solve<Lanes>(fetch, found.data());
+    else
+        shortcut_->dense->solve<Lanes>(fetch, found.data());
+    const double least =
+        shortcut_->sparse ? shortcut_->sparse->leastRhs() : shortcut_->dense->leastRhs();
     for (int c = 0; c < width; ++c) {
         bool finite = true;
-        for (int j = 0; j < road.cols(); ++j)
+        for (int j = 0; j < cols; ++j)
             finite &= std::isfinite(
                 found[static_cast<std::size_t>(j) * Lanes + static_cast<std::size_t>(c)]);
-        if (finite && (largest[c] == 0.0 || largest[c] >= road.leastRhs())) continue;
+        if (finite && (largest[c] == 0.0 || largest[c] >= least)) continue;
         solveLiterally(rhs, first + c, found.data() + c, Lanes);
     }
 
@@ -295,7 +306,7 @@ void Thouseholder::solveLanes(const TtupleVector& rhs, TtupleVector& x, int firs
     for (int i = 0; i < x.points(); ++i) {
         double* to = solution.data() + (std::ptrdiff_t{x.size()} * i + first) * stride;
         const double* from = found.data() + std::ptrdiff_t{Lanes} * i;
-        for (int c = 0; c < width; ++c) to[stride * c] = i < road.cols() ? from[c] : 0.0;
+        for (int c = 0; c < width; ++c) to[stride * c] = i < cols ? from[c] : 0.0;
     }
 }
 
@@ -305,7 +316,8 @@ void Thouseholder::solveLiterally(const TtupleVector& rhs, int coordinate, doubl
 {
     std::call_once(shortcut_->literalMade, [this] {
         auto literal = std::make_unique<Thouseholder>(shortcut_->tolerance, 0, false);
-        literal->working_.reference(knotwork::expanded(*spans_));
+        literal->keepToLiteralRoad();
+        literal->working_.reference(denseWorking());
         literal->numConstraints_ = numConstraints_;
         literal->rhsMult_.reference(rhsMult_.copy());
         literal->factor();
@@ -313,9 +325,9 @@ void Thouseholder::solveLiterally(const TtupleVector& rhs, int coordinate, doubl
         shortcut_->literal = std::move(literal);
     });
     DoubleVec right(TtupleVector(rhs).component(coordinate).copy());
-    DoubleVec solution(static_cast<unsigned>(spans_->cols()), 0.0);
+    DoubleVec solution(workingCols(), 0.0);
     if (shortcut_->literal->solveInPlace(right, &solution) != knotwork::kSolved) return;
-    for (int j = 0; j < spans_->cols(); ++j) x[step * j] = solution(j);
+    for (int j = 0; j < static_cast<int>(solution.length()); ++j) x[step * j] = solution(j);
 }
 
 TtupleVector Thouseholder::altSolve(const TtupleVector& rhs, int depth)

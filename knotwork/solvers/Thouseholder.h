@@ -22,9 +22,9 @@ struct TwoPhaseArrays;
 ///           tolerance / 10 in magnitude, in factoring and in solving. Bring problems to unit size.
 /// Limits    work vectors have the length max(M mod 65536, N mod 65536) as 16-bit hosts laid down;
 ///           a system whose min(M, N) exceeds 65535 stays dependent.
-/// Speed     a system with few entries in a row is solved on a short road that uses them, where
-///           rounding and the thresholds above cannot tell the difference; what is said here holds
-///           on both roads. A right-hand side within reach of the thresholds takes the literal
+/// Speed     a system with few entries in a row, or a larger dense one, is solved on a short road
+///           that uses them, or works in blocks, where rounding and the thresholds above cannot
+///           tell the difference; what is said here holds on both roads. A right-hand side within reach of the thresholds takes the literal
 ///           road, for which the first such solve factors a copy of its own.
 /// Source    Lawson, Hanson: Solving Least Squares Problems (SIAM 1995), chapters 20 and 21, for
 ///           elimination of constraints; Businger, Golub: Linear least squares solutions by
@@ -56,7 +56,11 @@ class KNOTWORK_EXPORT Thouseholder : public TsolveConstrainedLsq {
     bool inPlace();  ///< the two phases; true when no pivot was negligible
 
     /// Keeps set-ups from the short road; for comparisons.
-    void keepToLiteralRoad() { takesSpans_ = false; }
+    void keepToLiteralRoad()
+    {
+        literalOnly_ = true;
+        takesSpans_ = false;
+    }
     bool onShortRoad() const { return shortcut_ != nullptr; }
 
   private:
@@ -74,6 +78,7 @@ class KNOTWORK_EXPORT Thouseholder : public TsolveConstrainedLsq {
                         std::ptrdiff_t step) const;
 
     double negligible_;
+    bool literalOnly_ = false;
     DoubleVec beta_;      // per pivot position, from the first pivot row
     DoubleVec diagonal_;  // likewise; 0.0 for a skipped pivot
     DoubleVec norms_;     // squared row norms from the first constraint, then column norms

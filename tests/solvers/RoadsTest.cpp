@@ -240,16 +240,66 @@ struct Roads {
 
 }  // namespace
 
+TEST(RoadsTest, DenseSystemsInBlocksLeadWhereTheLiteralRoadDoes)
+{
+    Dice dice(9);
+    const auto below = [&](int n) {
+        return static_cast<int>(dice.below(static_cast<unsigned>(n)));
+    };
+    int shortRoads = 0;
+    for (int trial = 0; trial < 400; ++trial) {
+        SCOPED_TRACE(trial);
+        const int unknowns = 32 + below(50);
+        const int samples = unknowns + below(3 * unknowns);
+        const int constraints = below(10);
+        const int rows = samples + constraints;
+        SparseSystem s = {knotwork_test::randomMatrix(static_cast<unsigned>(rows),
+                                                      static_cast<unsigned>(unknowns),
+                                                      static_cast<unsigned>(trial)),
+                          DoubleVec(static_cast<unsigned>(rows)),
+                          IntVec(),
+                          constraints,
+                          std::pow(10.0, -10 - 2 * below(3)),
+                          below(2) == 0,
+                          below(2) == 0,
+                          false};
+        s.matrix *= std::pow(10.0, below(3) == 0 ? below(13) - 6 : 0);
+        for (int i = 0; i < rows; ++i) s.rhs(i) = dice.unit() - 0.5;
+        if (below(4) == 0 && constraints > 1) {  // two constraints alike, or nearly so
+            s.matrix.row(rows - 1) = s.matrix.row(rows - 2);
+            s.matrix(rows - 1, 3) *= 1.0 + std::pow(10.0, -4 * below(5));
+        }
+        if (below(8) == 0) s.matrix.col(5) = 0.0;
+        if (below(8) == 0) s.matrix.col(7) = s.matrix.col(11);
+
+        RoadProbe quick(s.tolerance, 0, true);
+        RoadProbe literal(s.tolerance, 0, true);
+        literal.keepToLiteralRoad();
+        const int code = literal.setMatrix(s.matrix, constraints, s.normalise, s.clean, false);
+        ASSERT_EQ(quick.setMatrix(s.matrix, constraints, s.normalise, s.clean, false), code);
+        shortRoads += quick.onShortRoad() ? 1 : 0;
+        DoubleVec x(s.matrix.cols());
+        DoubleVec expected(s.matrix.cols());
+        ASSERT_EQ(quick.solve(s.rhs, &x, false), literal.solve(s.rhs, &expected, false));
+        EXPECT_LE(largest(x - expected), 1e-9 * largest(expected));
+        if (!quick.onShortRoad()) continue;
+        EXPECT_LE(constraintRatio(quick, s, x), 1.0);
+    }
+    EXPECT_GT(shortRoads, 100);
+}
+
 TEST(RoadsTest, ManyCoordinatesGiveWhatEachGivesAlone)
 {
-    const Roads roads(curveMatrix(200, 30));
-    for (const int coordinates : {1, 3, 4, 5, 16, 37}) {
-        const TtupleVector b = wavyPoints(coordinates, 203);
-        TtupleVector x = roads.quick.solve(b);
-        TtupleVector expected = roads.literal.solve(b);
-        EXPECT_LE(largest(x.data() - expected.data()), 1e-12 * largest(expected.data()))
-            << coordinates;
-    }
+    const Roads kinds[] = {Roads(curveMatrix(200, 30)),
+                           Roads(knotwork_test::randomMatrix(203, 40, 1))};
+    for (const Roads& roads : kinds)
+        for (const int coordinates : {1, 3, 4, 5, 16, 37}) {
+            const TtupleVector b = wavyPoints(coordinates, 203);
+            TtupleVector x = roads.quick.solve(b);
+            TtupleVector expected = roads.literal.solve(b);
+            EXPECT_LE(largest(x.data() - expected.data()), 1e-12 * largest(expected.data()))
+                << coordinates;
+        }
 }
 
 TEST(RoadsTest, NumbersWithinReachOfTheThresholdsTakeTheLiteralRoad)

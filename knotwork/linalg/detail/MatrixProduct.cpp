@@ -235,20 +235,14 @@ void advanceEdge(const TileKernel<T>& kernel, std::size_t rows, std::size_t cols
         std::copy_n(whole + l * kernel.rows, rows, c + static_cast<std::ptrdiff_t>(l) * columnStep);
 }
 
-}  // namespace
-
+/// c := a b, or c + a b when the sums go on from what c holds; its columns lie columnStep apart.
 template <class T>
-void multiply(const MatrixOperand<T>& a, const MatrixOperand<T>& b, T* c)
+void advanceProduct(const MatrixOperand<T>& a, const MatrixOperand<T>& b, bool begin, T* c,
+                    std::ptrdiff_t columnStep)
 {
     const std::size_t m = a.rows;
     const std::size_t n = b.cols;
     const std::size_t inner = a.cols;
-    if (m == 0 || n == 0) return;
-    if (inner == 0) {
-        std::fill_n(c, m * n, T{0});
-        return;
-    }
-
     static const TileKernel<T> kernel = tileKernel<T>();
     const std::size_t depth = equalPart(inner, kDepth, 1);
     const std::size_t blockRows = equalPart(m, kPackedRows, kernel.rows);
@@ -257,10 +251,10 @@ void multiply(const MatrixOperand<T>& a, const MatrixOperand<T>& b, T* c)
     T* packed = scratchA.data();
     if (packed == nullptr || scratchB.data() == nullptr) return;
 
-    const auto columnStep = static_cast<std::ptrdiff_t>(m);
     for (std::size_t k = 0; k < inner; k += depth) {
         const std::size_t depthHere = std::min(depth, inner - k);
         ColumnPanel<T> panel(b, k, depthHere, scratchB.data());
+        const bool beginHere = begin && k == 0;
         for (std::size_t row = 0; row < m; row += blockRows) {
             const std::size_t rowsHere = std::min(blockRows, m - row);
             kernel.pack(a, row, rowsHere, k, depthHere, packed);
@@ -269,17 +263,38 @@ void multiply(const MatrixOperand<T>& a, const MatrixOperand<T>& b, T* c)
                 const T* const* columns = panel.at(j, cols, kernel.cols);
                 for (std::size_t i = 0; i < rowsHere; i += kernel.rows) {
                     const std::size_t rows = std::min(kernel.rows, rowsHere - i);
-                    T* corner = c + j * m + row + i;
+                    T* corner = c + static_cast<std::ptrdiff_t>(j) * columnStep + row + i;
                     if (rows == kernel.rows && cols == kernel.cols)
-                        kernel.advance(depthHere, packed + i * depthHere, columns, k == 0, corner,
-                                       columnStep);
+                        kernel.advance(depthHere, packed + i * depthHere, columns, beginHere,
+                                       corner, columnStep);
                     else
                         advanceEdge(kernel, rows, cols, depthHere, packed + i * depthHere, columns,
-                                    k == 0, corner, columnStep);
+                                    beginHere, corner, columnStep);
                 }
             }
         }
     }
+}
+
+}  // namespace
+
+template <class T>
+void multiply(const MatrixOperand<T>& a, const MatrixOperand<T>& b, T* c)
+{
+    const std::size_t m = a.rows;
+    const std::size_t n = b.cols;
+    if (m == 0 || n == 0) return;
+    if (a.cols == 0)
+        std::fill_n(c, m * n, T{0});
+    else
+        advanceProduct(a, b, true, c, static_cast<std::ptrdiff_t>(m));
+}
+
+template <class T>
+void addProduct(const MatrixOperand<T>& a, const MatrixOperand<T>& b, T* c,
+                std::ptrdiff_t columnStep)
+{
+    if (a.rows > 0 && b.cols > 0 && a.cols > 0) advanceProduct(a, b, false, c, columnStep);
 }
 
 template <class T>
@@ -319,6 +334,8 @@ void multiplyVector(const MatrixOperand<T>& a, const T* x, T* y)
 
 template void multiply(const MatrixOperand<double>&, const MatrixOperand<double>&, double*);
 template void multiply(const MatrixOperand<int>&, const MatrixOperand<int>&, int*);
+template void addProduct(const MatrixOperand<double>&, const MatrixOperand<double>&, double*,
+                         std::ptrdiff_t);
 template void multiplyVector(const MatrixOperand<double>&, const double*, double*);
 template void multiplyVector(const MatrixOperand<int>&, const int*, int*);
 

@@ -29,12 +29,19 @@ struct MatrixOperand {
 template <class T>
 void multiply(const MatrixOperand<T>& a, const MatrixOperand<T>& b, T* c);
 
+/// c := c + a b, where c's columns lie columnStep apart. The sums go on from what c holds.
+template <class T>
+void addProduct(const MatrixOperand<T>& a, const MatrixOperand<T>& b, T* c,
+                std::ptrdiff_t columnStep);
+
 /// y := a x for contiguous x and y, with the same promise.
 template <class T>
 void multiplyVector(const MatrixOperand<T>& a, const T* x, T* y);
 
 extern template void multiply(const MatrixOperand<double>&, const MatrixOperand<double>&, double*);
 extern template void multiply(const MatrixOperand<int>&, const MatrixOperand<int>&, int*);
+extern template void addProduct(const MatrixOperand<double>&, const MatrixOperand<double>&, double*,
+                                std::ptrdiff_t);
 extern template void multiplyVector(const MatrixOperand<double>&, const double*, double*);
 extern template void multiplyVector(const MatrixOperand<int>&, const int*, int*);
 

@@ -131,6 +131,7 @@ DoubleGenMat expanded(const SpanRows& rows)
 {
     DoubleGenMat matrix(static_cast<unsigned>(rows.rows()), static_cast<unsigned>(rows.cols()),
                         0.0);
+    if (matrix.rows() != static_cast<unsigned>(rows.rows())) return matrix;  // found no memory
     for (int i = 0; i < rows.rows(); ++i)
         for (int k = 0; k < rows.count(i); ++k) matrix(i, rows.first(i) + k) = rows.values(i)[k];
     return matrix;

@@ -7,6 +7,7 @@
 
 #include "knotwork/factor/RowCompression.h"
 #include "knotwork/solvers/detail/ConstraintBasis.h"
+#include "knotwork/solvers/detail/RoadGuard.h"
 
 namespace knotwork {
 
@@ -17,18 +18,16 @@ namespace knotwork {
 ///   F = Q2 [S; 0]        a second row compression, without column pivoting
 /// For a right-hand side [b; d]: c = Q1^T b; y2 = T^-1 d gives the particular solution
 /// p = H [0; y2]; S y1 = Q2^T (c - R p); x = H [y1; y2].
-class ShortRoad {
+class SparseRoad {
   public:
-    /// Null where this road might not lead to where the literal one does: see the definition.
-    static std::unique_ptr<ShortRoad> find(const SpanRows& rows, int constraints,
-                                           double negligible);
+    /// Null where this road might not lead to where the literal one does: see RoadGuard.h.
+    static std::unique_ptr<SparseRoad> find(const SpanRows& rows, int constraints,
+                                            double negligible);
 
     int rows() const { return rows_; }
     int cols() const { return first_.cols(); }
     int constraints() const { return basis_.constraints(); }
 
-    /// A right-hand side whose largest number is below this has inner products that the literal
-    /// road may skip.
     double leastRhs() const { return leastRhs_; }
 
     /// fetch(i, lanes) writes what the right-hand sides have in row i, x: cols() rows of lanes.
@@ -36,8 +35,8 @@ class ShortRoad {
     void solve(Fetch fetch, double* x) const;
 
   private:
-    ShortRoad(const SpanRows& rows, int constraints);
-    bool sameVerdict(double negligible);
+    SparseRoad(const SpanRows& rows, int constraints);
+    RoadMeasures measures() const;
 
     int rows_;
     RowCompression first_;
@@ -47,7 +46,7 @@ class ShortRoad {
 };
 
 template <int Lanes, class Fetch>
-void ShortRoad::solve(Fetch fetch, double* x) const
+void SparseRoad::solve(Fetch fetch, double* x) const
 {
     const auto lanes = [](int count) { return static_cast<std::size_t>(count) * Lanes; };
     if (constraints() == 0) {

@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: MIT
+#include "knotwork/solvers/detail/DenseRoad.h"
+
+#include <limits>
+
+namespace knotwork {
+
+namespace {
+
+constexpr int kFewCols = 32;  // fewer make no blocks
+
+Panel panelOf(DoubleGenMat& m, int firstColumn)
+{
+    const int rows = static_cast<int>(m.rows());
+    return {m.data() + std::ptrdiff_t{rows} * firstColumn, rows, rows,
+            static_cast<int>(m.cols()) - firstColumn};
+}
+
+}  // namespace
+
+DenseRoad::DenseRoad(const DoubleGenMat& matrix, int constraints)
+    : samples_(static_cast<int>(matrix.rows()) - constraints),
+      transposedConstraints_(matrix.cols(), static_cast<unsigned>(constraints)),
+      samplesTimesH_(static_cast<unsigned>(samples_), matrix.cols())
+{
+    const int rows = static_cast<int>(matrix.rows());
+    const int cols = static_cast<int>(matrix.cols());
+    complete_ = samplesTimesH_.rows() == static_cast<unsigned>(samples_) &&
+                (constraints == 0 || transposedConstraints_.rows() == matrix.cols());
+    if (!complete_) return;
+    for (int j = 0; j < cols; ++j) {
+        const double* column = matrix.data() + std::ptrdiff_t{rows} * j;
+        std::copy_n(column, samples_, samplesTimesH_.data() + std::ptrdiff_t{samples_} * j);
+        for (int i = 0; i < constraints; ++i) transposedConstraints_(j, i) = column[samples_ + i];
+    }
+    constraints_ = BlockedQR(panelOf(transposedConstraints_, 0));
+    if (!constraints_.sound()) return;
+    for (int i = 0; i < constraints; ++i) lengths_.push_back(constraints_.columnLength(i));
+    constraints_.applyFromRight(panelOf(samplesTimesH_, 0));
+    free_ = BlockedQR(panelOf(samplesTimesH_, constraints));
+}
+
+RoadMeasures DenseRoad::measures() const
+{
+    const double infinity = std::numeric_limits<double>::infinity();
+    if (!complete_ || !constraints_.sound() || !free_.sound())
+        return {infinity, infinity, infinity, infinity, infinity};
+    const double longest =
+        lengths_.empty() ? 0.0 : *std::max_element(lengths_.begin(), lengths_.end());
+    return {free_.normBound(), free_.inverseNorm(), longest,
+            constraints_.transposedInverseNorm(std::vector<double>(lengths_.size(), 1.0)),
+            constraints_.transposedInverseNorm(lengths_)};
+}
+
+std::unique_ptr<DenseRoad> DenseRoad::find(const DoubleGenMat& matrix, int constraints,
+                                           double negligible)
+{
+    if (matrix.rows() < matrix.cols() || static_cast<int>(matrix.cols()) < kFewCols) return nullptr;
+    std::unique_ptr<DenseRoad> road(new DenseRoad(matrix, constraints));
+    const RoadMeasures found = road->measures();
+    if (!sameVerdict(found, negligible)) return nullptr;
+    road->leastRhs_ = knotwork::leastRhs(found, negligible);
+    return road;
+}
+
+}  // namespace knotwork
