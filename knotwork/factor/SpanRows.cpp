@@ -2,8 +2,17 @@
 #include "knotwork/factor/SpanRows.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace knotwork {
+
+SpanRows::SpanRows(int cols, std::vector<int> first, std::vector<std::ptrdiff_t> starts)
+    : cols_(cols),
+      first_(std::move(first)),
+      start_(std::move(starts)),
+      values_(static_cast<std::size_t>(start_.back()))
+{
+}
 
 void SpanRows::reserve(int rows, std::size_t entries)
 {

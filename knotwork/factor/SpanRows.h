@@ -11,6 +11,9 @@ namespace knotwork {
 class SpanRows {
   public:
     explicit SpanRows(int cols = 0) : cols_(cols) {}
+    /// Rows of zeros: row i begins in column first[i] and has the entries from starts[i] on, up to
+    /// starts[i + 1].
+    SpanRows(int cols, std::vector<int> first, std::vector<std::ptrdiff_t> starts);
 
     int cols() const { return cols_; }
     int rows() const { return static_cast<int>(first_.size()); }
@@ -20,6 +23,8 @@ class SpanRows {
     const double* values(int i) const { return values_.data() + start(i); }
     double* values(int i) { return values_.data() + start(i); }
     std::size_t entries() const { return values_.size(); }
+    const int* firsts() const { return first_.data(); }
+    const std::ptrdiff_t* starts() const { return start_.data(); }
     const std::vector<double>& numbers() const { return values_; }
     std::vector<double>& numbers() { return values_; }
 

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <utility>
 
 namespace knotwork {
 
@@ -40,10 +41,15 @@ class EntryList {
     }
     static bool anyBit(const double* p)
     {
-        std::uint64_t lane[4] = {};
-        for (int i = 0; i < kScanned; i += 4)
-            for (int l = 0; l < 4; ++l) lane[l] |= bitsOf(p[i + l]);
-        return (lane[0] | lane[1] | lane[2] | lane[3]) != 0;
+        typedef std::uint64_t Pack __attribute__((vector_size(32)));
+        constexpr int kPack = 4;
+        Pack all = {};
+        for (int i = 0; i < kScanned; i += kPack) {
+            Pack pack;
+            std::memcpy(&pack, p + i, sizeof pack);
+            all |= pack;
+        }
+        return (all[0] | all[1] | all[2] | all[3]) != 0;
     }
     bool take(const double* column, int begin, int end)
     {
@@ -51,10 +57,12 @@ class EntryList {
             if (count_ > most_) return false;
             grow();
         }
+        int* rows = rows_.data();
+        double* values = values_.data();
         std::size_t at = count_;
-        for (int i = begin; i < end; ++i) {
-            rows_[at] = i;
-            values_[at] = column[i];
+        for (int i = begin; i < end; ++i) {  // without branches: what is zero is overwritten
+            rows[at] = i;
+            values[at] = column[i];
             at += bitsOf(column[i]) != 0 ? 1 : 0;
         }
         count_ = at;
@@ -62,7 +70,7 @@ class EntryList {
     }
     void grow()
     {
-        const std::size_t size = std::max<std::size_t>(4096, 2 * rows_.size());
+        const std::size_t size = std::max<std::size_t>(kFewEntries, 2 * rows_.size());
         rows_.resize(size);
         values_.resize(size);
     }
@@ -73,40 +81,37 @@ class EntryList {
     std::vector<double> values_;
 };
 
-/// Where each row's entries begin and end.
-struct Extent {
-    int first = 0;
-    int end = 0;
-};
-
+/// Turns the list into rows; false when their spans hold more than `most` numbers, or one of them
+/// is not finite.
 bool layOut(const EntryList& entries, const std::vector<std::size_t>& columnStarts, int rowCount,
             std::size_t most, SpanRows& rows)
 {
-    const int cols = static_cast<int>(columnStarts.size()) - 1;
-    std::vector<Extent> extents(static_cast<std::size_t>(rowCount));
-    for (int j = 0; j < cols; ++j)
-        for (std::size_t k = columnStarts[static_cast<std::size_t>(j)];
-             k < columnStarts[static_cast<std::size_t>(j) + 1]; ++k) {
-            Extent& extent = extents[static_cast<std::size_t>(entries.row(k))];
-            if (extent.end == 0) extent.first = j;
-            extent.end = j + 1;
+    const std::size_t cols = columnStarts.size() - 1;
+    std::vector<int> first(static_cast<std::size_t>(rowCount), 0);
+    std::vector<int> end(static_cast<std::size_t>(rowCount), 0);
+    for (std::size_t j = 0; j < cols; ++j)
+        for (std::size_t k = columnStarts[j]; k < columnStarts[j + 1]; ++k) {
+            const auto row = static_cast<std::size_t>(entries.row(k));
+            if (end[row] == 0) first[row] = static_cast<int>(j);
+            end[row] = static_cast<int>(j) + 1;
         }
-    std::size_t total = 0;
-    for (const Extent& extent : extents)
-        total += static_cast<std::size_t>(extent.end - extent.first);
-    if (total > most) return false;
+    std::vector<std::ptrdiff_t> starts(static_cast<std::size_t>(rowCount) + 1, 0);
+    for (std::size_t i = 0; i < first.size(); ++i) starts[i + 1] = starts[i] + end[i] - first[i];
+    if (static_cast<std::size_t>(starts.back()) > most) return false;
 
-    rows = SpanRows(cols);
-    rows.reserve(rowCount, total);
-    for (const Extent& extent : extents) rows.append(extent.first, extent.end - extent.first);
-    for (int j = 0; j < cols; ++j)
-        for (std::size_t k = columnStarts[static_cast<std::size_t>(j)];
-             k < columnStarts[static_cast<std::size_t>(j) + 1]; ++k) {
+    rows = SpanRows(static_cast<int>(cols), std::move(first), std::move(starts));
+    const int* firsts = rows.firsts();
+    const std::ptrdiff_t* rowStarts = rows.starts();
+    double* numbers = rows.numbers().data();
+    double nothing = 0.0;  // stays 0 as long as every entry is finite
+    for (std::size_t j = 0; j < cols; ++j)
+        for (std::size_t k = columnStarts[j]; k < columnStarts[j + 1]; ++k) {
             const int row = entries.row(k);
-            if (!std::isfinite(entries.value(k))) return false;
-            rows.values(row)[j - rows.first(row)] = entries.value(k);
+            numbers[rowStarts[row] + static_cast<std::ptrdiff_t>(j) - firsts[row]] =
+                entries.value(k);
+            nothing += entries.value(k) * 0.0;
         }
-    return true;
+    return nothing == 0.0;
 }
 
 }  // namespace
