@@ -17,6 +17,13 @@ void dormqr_(const char* side, const char* trans, const int* m, const int* n, co
 void dtrsm_(const char* side, const char* uplo, const char* trans, const char* diag, const int* m,
             const int* n, const double* alpha, const double* a, const int* lda, double* b,
             const int* ldb);
+void dggrqf_(const int* m, const int* p, const int* n, double* a, const int* lda, double* taua,
+             double* b, const int* ldb, double* taub, double* work, const int* lwork, int* info);
+void dormrq_(const char* side, const char* trans, const int* m, const int* n, const int* k,
+             const double* a, const int* lda, const double* tau, double* c, const int* ldc,
+             double* work, const int* lwork, int* info);
+void dtrtrs_(const char* uplo, const char* trans, const char* diag, const int* n, const int* nrhs,
+             const double* a, const int* lda, double* b, const int* ldb, int* info);
 void dgglse_(const int* m, const int* n, const int* p, double* a, const int* lda, double* b,
              const int* ldb, double* c, double* d, double* x, double* work, const int* lwork,
              int* info);

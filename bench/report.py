@@ -38,6 +38,11 @@ TITLES = {
 
 # Sides of the benchmarks that have several peers.
 PEERS = {
+    "FactoredOnce": "LAPACK `dggrqf`, factored once",
+    "EigenNullSpace": "Eigen, null space",
+    "SuiteSparse": "SuiteSparseQR, weighted constraints",
+    "LiteralRoad": "ours, literal road",
+    "WarmCopy": "one warm copy of A",
     "OpenCascadeCurve": "Open CASCADE `Geom_BSplineCurve::D2`",
     "OpenCascadeSurface": "Open CASCADE `Geom_BSplineSurface::D2`",
     "OpenCascadePoints": "Open CASCADE `Geom_BSplineSurface::D0`",
