@@ -280,10 +280,17 @@ void Thouseholder::solveLanes(const TtupleVector& rhs, TtupleVector& x, int firs
     const auto fetch = [&](int i, double* lanes) {
         const double factor = scaled ? rhsMult_(i) : 1.0;
         const double* from = numbers + pointStep * i;
-        for (int c = 0; c < width; ++c) {
-            lanes[c] = factor * from[step * c];
-            largest[c] = std::max(largest[c], std::fabs(lanes[c]));
-        }
+        const auto take = [&](int count, std::ptrdiff_t apart) {
+            for (int c = 0; c < count; ++c) {
+                lanes[c] = factor * from[apart * c];
+                const double magnitude = std::fabs(lanes[c]);
+                largest[c] = largest[c] < magnitude ? magnitude : largest[c];
+            }
+        };
+        if (width == Lanes && step == 1)
+            take(Lanes, 1);  // the counts are known here, which makes vectors of it
+        else
+            take(width, step);
     };
     std::vector<double> found(static_cast<std::size_t>(cols) * Lanes);
     if (shortcut_->sparse)
