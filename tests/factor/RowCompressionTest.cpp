@@ -7,6 +7,7 @@
 #include <cmath>
 #include <vector>
 
+#include "knotwork/factor/RowStream.h"
 #include "tests/support/Dice.h"
 
 using knotwork::RowCompression;
@@ -143,4 +144,33 @@ TEST(RowCompressionTest, TheInverseNormIsEstimatedWithinAFactorOfThree)
     SpanRows gap(3);
     gap.append(0, 1)[0] = 1.0;
     EXPECT_TRUE(std::isinf(RowCompression(gap).triangle().inverseNorm()));
+}
+
+TEST(RowCompressionTest, AStreamOfRowsComesToTheSameTriangleUpToSigns)
+{
+    Dice dice(3);
+    const SpanRows rows = randomRows({"", 20000, 60, 5, -1, 1.0}, dice);
+    constexpr int kWidth = 6;  // more than fits into few lanes
+    knotwork::RowStream stream(60, kWidth);
+    std::vector<double> b(static_cast<std::size_t>(rows.rows()) * kWidth);
+    for (double& v : b) v = dice.unit();
+    for (int i = 0; i < rows.rows(); ++i)
+        stream.add(rows.first(i), rows.values(i), rows.count(i),
+                   &b[static_cast<std::size_t>(i) * kWidth]);
+    stream.finish();
+    EXPECT_EQ(stream.rows(), 20000);
+
+    const RowCompression atOnce(rows);
+    std::vector<double> c(60 * knotwork::kFewLanes);
+    atOnce.compress<knotwork::kFewLanes>(
+        [&](int i, double* to) { to[0] = b[static_cast<std::size_t>(i) * kWidth + 5]; }, c.data());
+    for (int j = 0; j < 60; ++j) {
+        const double* expected = atOnce.triangle().row(j);
+        const double sign = stream.triangle().row(j)[0] * expected[0] < 0.0 ? -1.0 : 1.0;
+        ASSERT_LE(atOnce.triangle().count(j), stream.triangle().count(j));
+        for (int k = 0; k < atOnce.triangle().count(j); ++k)
+            EXPECT_NEAR(sign * stream.triangle().row(j)[k], expected[k], 1e-12);
+        EXPECT_NEAR(sign * stream.rhs(j)[5], c[static_cast<std::size_t>(j) * knotwork::kFewLanes],
+                    1e-12);
+    }
 }
