@@ -312,8 +312,10 @@ void Thouseholder::solveLanes(const TtupleVector& rhs, TtupleVector& x, int firs
     const std::ptrdiff_t stride = solution.stride();
     for (int i = 0; i < x.points(); ++i) {
         double* to = solution.data() + (std::ptrdiff_t{x.size()} * i + first) * stride;
-        const double* from = found.data() + std::ptrdiff_t{Lanes} * i;
-        for (int c = 0; c < width; ++c) to[stride * c] = i < cols ? from[c] : 0.0;
+        if (i < cols)
+            copyScaled(width, 1.0, found.data() + std::ptrdiff_t{Lanes} * i, 1, to, stride);
+        else
+            for (int c = 0; c < width; ++c) to[stride * c] = 0.0;
     }
 }
 

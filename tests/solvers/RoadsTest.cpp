@@ -318,6 +318,28 @@ TEST(RoadsTest, NumbersWithinReachOfTheThresholdsTakeTheLiteralRoad)
         EXPECT_EQ(std::isfinite(x.component(3)(j)), std::isfinite(expected.component(3)(j)));
 }
 
+TEST(RoadsTest, ConstraintsMayFixEveryUnknown)
+{
+    DoubleGenMat band(90, 40, 0.0);
+    for (int i = 0; i < 90; ++i) {
+        band(i, i % 40) = 2.0;
+        band(i, std::max(i % 40 - 1, 0)) += 1.0;
+    }
+    DoubleGenMat square(knotwork_test::randomMatrix(40, 40, 3));
+    for (int i = 0; i < 40; ++i) square(i, i) += 8.0;
+    for (const DoubleGenMat& a : {band, square}) {
+        RoadProbe quick(1e-13, 0, false);
+        RoadProbe literal(1e-13, 0, false);
+        literal.keepToLiteralRoad();
+        ASSERT_EQ(quick.setMatrix(a, 40, true, false, false), 0);
+        EXPECT_TRUE(quick.onShortRoad());
+        ASSERT_EQ(literal.setMatrix(a, 40, true, false, false), 0);
+        const DoubleVec b(a.rows(), 1.0, 0.25);
+        const DoubleVec expected = literal.solve(b);
+        EXPECT_LE(largest(quick.solve(b) - expected), 1e-9 * largest(expected));
+    }
+}
+
 TEST(RoadsTest, CopiesSharersAndTheDampedMatrixDoNotShowTheRoad)
 {
     const DoubleGenMat a = curveMatrix(200, 30);

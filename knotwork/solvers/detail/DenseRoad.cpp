@@ -20,15 +20,15 @@ Panel panelOf(DoubleGenMat& m, int firstColumn)
 
 DenseRoad::DenseRoad(const DoubleGenMat& matrix, int constraints)
     : samples_(static_cast<int>(matrix.rows()) - constraints),
+      cols_(static_cast<int>(matrix.cols())),
       transposedConstraints_(matrix.cols(), static_cast<unsigned>(constraints)),
       samplesTimesH_(static_cast<unsigned>(samples_), matrix.cols())
 {
-    const int rows = static_cast<int>(matrix.rows());
-    const int cols = static_cast<int>(matrix.cols());
+    const int rows = samples_ + constraints;
     complete_ = samplesTimesH_.rows() == static_cast<unsigned>(samples_) &&
                 (constraints == 0 || transposedConstraints_.rows() == matrix.cols());
     if (!complete_) return;
-    for (int j = 0; j < cols; ++j) {
+    for (int j = 0; j < cols_; ++j) {
         const double* column = matrix.data() + std::ptrdiff_t{rows} * j;
         std::copy_n(column, samples_, samplesTimesH_.data() + std::ptrdiff_t{samples_} * j);
         for (int i = 0; i < constraints; ++i) transposedConstraints_(j, i) = column[samples_ + i];

@@ -23,7 +23,7 @@ class DenseRoad {
                                            double negligible);
 
     int rows() const { return samples_ + constraints(); }
-    int cols() const { return static_cast<int>(samplesTimesH_.cols()); }
+    int cols() const { return cols_; }
     int constraints() const { return constraints_.cols(); }
     double leastRhs() const { return leastRhs_; }
 
@@ -36,6 +36,7 @@ class DenseRoad {
     RoadMeasures measures() const;
 
     int samples_;
+    int cols_;
     bool complete_;  // false where no memory was found
     DoubleGenMat transposedConstraints_;
     DoubleGenMat samplesTimesH_;
