@@ -10,71 +10,15 @@
 #include <utility>
 #include <vector>
 
+#include "tests/factor/ExpectBounds.h"
 #include "tests/factor/MatrixFamilies.h"
-#include "tests/factor/WorstRatio.h"
+#include "tests/factor/SvdChecks.h"
 #include "tests/support/CaseName.h"
 
 namespace {
 
 using checks::Family;
 using checks::randomMatrix;
-
-DoubleGenMat bidiagonalWithZeros(unsigned n, unsigned p, std::mt19937& generator)
-{
-    DoubleGenMat a(n, p, 0.0);
-    for (const int which : {0, 1}) {
-        DoubleVec diagonal = a.diagonal(which);
-        for (int k = 0; k < static_cast<int>(diagonal.length()); ++k)
-            diagonal(k) = static_cast<double>(generator() % 3);
-    }
-    return a;
-}
-
-/// Besides those that any scaling suits.
-const Family kExtremeFamilies[] = {
-    {"NearUnderflow", [](unsigned n, unsigned p,
-                         std::mt19937& g) { return 1e-304 * checks::rankDeficient(n, p, g); }},
-    {"NearOverflow", [](unsigned n, unsigned p,
-                        std::mt19937& g) { return 1e300 * checks::rankDeficient(n, p, g); }},
-    {"Subnormal",
-     [](unsigned n, unsigned p, std::mt19937& g) { return 1e-318 * randomMatrix(n, p, g); }},
-    {"SubnormalBlock",
-     [](unsigned n, unsigned p, std::mt19937& g) {
-         DoubleGenMat a = 1e-318 * randomMatrix(n, p, g);
-         if (n > 0 && p > 0) a(0, 0) = 1.0;
-         return a;
-     }},
-    {"BidiagonalWithZeros", bidiagonalWithZeros},
-    {"NegativeZero",
-     [](unsigned n, unsigned p, std::mt19937&) { return DoubleGenMat(n, p, -0.0); }},
-};
-
-/// The first columns of U, times S, times V^T: with all left vectors, the others meet zeros.
-DoubleGenMat recomposed(const DoubleSVDecomp& d)
-{
-    const DoubleVec s = d.singularValues();
-    DoubleGenMat us = d.leftVecs().copy();
-    DoubleGenMat v = d.rightVecs().copy();
-    us.resize(us.rows(), s.length());
-    v.resize(v.rows(), s.length());
-    for (int k = 0; k < static_cast<int>(s.length()); ++k) us.col(k) *= s(k);
-    return transProduct(us, v);
-}
-
-constexpr double kBound = 10.0;
-
-/// error / norm, less what underflow costs: a subnormal number is rounded to a unit of its own,
-/// once for every operation it goes through.
-double relative(double error, const DoubleGenMat& a, double norm)
-{
-    const double unit = std::numeric_limits<double>::denorm_min() * a.rows() * a.cols() * 10;
-    return error <= unit ? 0.0 : error / norm;
-}
-
-double distance(const DoubleGenMat& a, const DoubleSVDecomp& d)
-{
-    return relative(checks::frobeniusNorm(a - recomposed(d)), a, checks::frobeniusNorm(a));
-}
 
 void expectStatus(const DoubleGenMat& a, const DoubleSVDecomp& d, unsigned leftVecs)
 {
@@ -92,9 +36,9 @@ void expectStatus(const DoubleGenMat& a, const DoubleSVDecomp& d, unsigned leftV
 void expectDecomposition(const DoubleGenMat& a, const DoubleSVDecomp& d)
 {
     expectStatus(a, d, a.rows());
-    EXPECT_LE(distance(a, d), checks::tolerance(a));
-    EXPECT_LE(checks::orthogonalityError(d.leftVecs()), checks::tolerance(a));
-    EXPECT_LE(checks::orthogonalityError(d.rightVecs()), checks::tolerance(a));
+    checks::SvdRatios ratios;
+    ratios.seeFactors(a, d.leftVecs(), d.singularValues(), d.rightVecs(), 0);
+    checks::expectBounds(ratios);
 }
 
 /// What a caller can see of a decomposition, in storage of its own.
@@ -138,48 +82,37 @@ DoubleVec lapackValues(const DoubleGenMat& a)
 }
 #endif
 
-constexpr unsigned kMatrices = 1800;  // of each family
-
 class SvdPropertyTest : public testing::TestWithParam<Family> {};
 
 TEST_P(SvdPropertyTest, HoldsForEveryMatrix)
 {
-    checks::WorstRatio reconstruction, left, right, values;
-    for (unsigned seed = 0; seed < kMatrices; ++seed) {
-        std::mt19937 generator(seed);
-        const auto [n, p] = checks::randomShape(generator);
-        SCOPED_TRACE(testing::Message() << n << "x" << p << " seed " << seed);
-        const DoubleGenMat a = GetParam().make(n, p, generator);
+    checks::SvdRatios ratios;
+    for (unsigned seed = 0; seed < checks::kMatrices; ++seed) {
+        const DoubleGenMat a = checks::Sample(GetParam(), seed).a;
+        SCOPED_TRACE(testing::Message() << a.rows() << "x" << a.cols() << " seed " << seed);
         const DoubleGenMat before = a.copy();
         DoubleSVDecomp d;
         if (seed % 2 != 0) d.computeAllLeftVecs(0);
         d.factor(a);
         EXPECT_TRUE(a == before);
-        if (n == 0 || p == 0) {
+        const unsigned few = std::min(a.rows(), a.cols());
+        if (few == 0) {
             EXPECT_EQ(d.fail(), 1);
             continue;
         }
-        expectStatus(a, d, seed % 2 != 0 ? std::min(n, p) : n);
-        const double unit = std::max(n, p) * checks::kEps;
-        reconstruction.take(distance(a, d) / unit, n, p, seed);
-        left.take(checks::orthogonalityError(d.leftVecs()) / unit, n, p, seed);
-        right.take(checks::orthogonalityError(d.rightVecs()) / unit, n, p, seed);
+        expectStatus(a, d, seed % 2 != 0 ? few : a.rows());
+        ratios.seeFactors(a, d.leftVecs(), d.singularValues(), d.rightVecs(), seed);
 #ifdef KNOTWORK_TEST_LAPACK
-        const DoubleVec s = d.singularValues();
-        const double apart = maxValue(abs(s - lapackValues(a)));
-        values.take(relative(apart, a, s(0)) / unit, n, p, seed);
+        ratios.seeValues(a, d.singularValues(), lapackValues(a), seed);
 #endif
         if (HasFailure()) return;
     }
-    reconstruction.expectBelow(kBound, "reconstruction");
-    left.expectBelow(kBound, "left vectors");
-    right.expectBelow(kBound, "right vectors");
-    values.expectBelow(kBound, "values against LAPACK");
+    checks::expectBounds(ratios);
 }
 
 INSTANTIATE_TEST_SUITE_P(ScaleFree, SvdPropertyTest, testing::ValuesIn(checks::kScaleFreeFamilies),
                          knotwork_test::CaseName());
-INSTANTIATE_TEST_SUITE_P(Extreme, SvdPropertyTest, testing::ValuesIn(kExtremeFamilies),
+INSTANTIATE_TEST_SUITE_P(Extreme, SvdPropertyTest, testing::ValuesIn(checks::kExtremeFamilies),
                          knotwork_test::CaseName());
 
 }  // namespace

@@ -5,19 +5,17 @@
 #include <array>
 #include <cmath>
 
-#include "knotwork/factor/DoubleLeastSqCh.h"
-#include "knotwork/factor/DoubleLeastSqInc.h"
-#include "knotwork/factor/DoubleSVDecomp.h"
-#include "tests/factor/MatrixChecks.h"
+#include "tests/factor/ExpectBounds.h"
+#include "tests/factor/LeastSquaresChecks.h"
 #include "tests/support/Arrays.h"
-#include "tests/support/Dice.h"
 
 namespace {
 
-using checks::frobeniusNorm;
+using checks::fitOf;
 using checks::kEps;
-using checks::ratioOf;
-using checks::Worst;
+using checks::randomRows;
+using checks::randomVector;
+using checks::valuesFor;
 using knotwork_test::Dice;
 using knotwork_test::elements;
 using knotwork_test::mat;
@@ -26,92 +24,21 @@ using testing::DoubleEq;
 using testing::DoubleNear;
 using testing::ElementsAre;
 
-constexpr int kTrials = 21000;
-
-DoubleVec randomVector(unsigned n, Dice& dice)
-{
-    DoubleVec v(n);
-    for (int i = 0; i < static_cast<int>(n); ++i) v(i) = 2.0 * dice.unit() - 1.0;
-    return v;
-}
-
-/// Two right-hand sides: y, and one that ones for unknowns fit but for rounding.
-DoubleVec valuesFor(const DoubleVec& row, double y)
-{
-    return vec({y, sum(row)});
-}
-
-/// A fit of every row of x.
-DoubleLeastSqInc fitOf(const DoubleGenMat& x, const DoubleVec& y)
-{
-    DoubleLeastSqInc fit(x.cols(), 2);
-    for (int i = 0; i < static_cast<int>(x.rows()); ++i) {
-        DoubleVec row = x.row(i);
-        fit.addEquation(row, valuesFor(row, y(i)));
-    }
-    return fit;
-}
-
-/// |X^T (y - X b)|, 0 for the exact solution, in units of what rounding may do to it.
-double normalResidual(const DoubleGenMat& x, const DoubleVec& y, const DoubleVec& b)
-{
-    const DoubleVec gradient = product(product(x, b) + -y, x);
-    const double size = frobeniusNorm(x) * (frobeniusNorm(x) * b.vecLen() + y.vecLen());
-    return ratioOf(gradient.vecLen(), size * std::max(x.rows(), x.cols()) * kEps);
-}
-
 }  // namespace
 
 TEST(LeastSquaresTest, EquationsOneByOneGiveTheBatchSolution)
 {
-    Worst batchError, error, difference, norm, withdrawn;
-    for (int trial = 0; trial < kTrials; ++trial) {
-        SCOPED_TRACE(trial);
-        Dice dice(static_cast<unsigned>(trial));
-        const unsigned p = 1 + dice.below(1 + dice.below(60));
-        const unsigned n = p + 1 + dice.below(p + 1);
-        const double scale = std::pow(10.0, 140 * (trial % 3 - 1));
-        const DoubleGenMat x(randomVector(n * p, dice) * scale, n, p);
-        const DoubleVec y = randomVector(n, dice);
-        const DoubleLeastSqCh batch(x);
-        if (batch.numFreeCols() != 0) continue;  // too close to dependent for the normal equations
-        const DoubleVec b = batch.solve(y);
-        batchError.see(normalResidual(x, y, b), trial);
-
-        DoubleLeastSqInc fit(fitOf(x, y));
-        ASSERT_EQ(fit.good(), 1);
-        const DoubleVec c = fit.solve(0);
-        error.see(normalResidual(x, y, c), trial);
-        const double rest = (product(x, c) + -y).vecLen();
-        const double size = (y.vecLen() + frobeniusNorm(x) * c.vecLen()) * n * kEps;
-        norm.see(std::fabs(rest - fit.residualNorm(0)) / size, trial);
-        DoubleSVDecomp values;
-        values.computeLeftVecs(0);
-        values.computeRightVecs(0);
-        values.factor(x);
-        const DoubleVec s = values.singularValues();
-        const double condition = std::pow(s(0) / s(static_cast<int>(p) - 1), 2.0);
-        difference.see((b + -c).vecLen() * frobeniusNorm(x) / (size * condition), trial);
-
-        // One more, which one right-hand side does not fit at all and the other fits exactly.
-        DoubleVec row = x.row(0).copy() + x.row(static_cast<int>(p)) * 0.5;
-        fit.addEquation(row, valuesFor(row, 3.0));
-        EXPECT_EQ(fit.deleteEquation(row, valuesFor(row, 3.0)), 0);
-        withdrawn.see(normalResidual(x, y, fit.solve(0)), trial);
-        if (HasFailure()) return;
-    }
-    EXPECT_GE(error.count(), 20000);
-    batchError.expectBelow(10, "batch, normal equations");
-    error.expectBelow(10, "one by one, normal equations");
-    norm.expectBelow(10, "residual norm");
-    difference.expectBelow(10, "one by one against batch, times cond(X)^2");
-    withdrawn.expectBelow(1e3, "one more added and withdrawn, normal equations");
+    checks::IncrementalRatios ratios;
+    for (unsigned trial = 0; trial < checks::kTrials; ++trial)
+        ASSERT_TRUE(ratios.see(checks::Equations(trial), trial)) << trial;
+    EXPECT_GE(ratios.oneByOne.count(), 20000);
+    checks::expectBounds(ratios);
 }
 
 TEST(LeastSquaresTest, AThousandEquationsAddedAndWithdrawnLeaveTheSolution)
 {
     Dice dice(5);
-    const DoubleGenMat x(randomVector(40 * 20, dice), 40, 20);
+    const DoubleGenMat x = randomRows(40, 20, dice);
     const DoubleVec y = randomVector(40, dice);
     DoubleLeastSqInc fit(fitOf(x, y));
     const DoubleVec before = fit.solve(0);

@@ -1,13 +1,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cmath>
 #include <limits>
 #include <random>
-#include <string>
 
 #include "knotwork/linalg/DoubleGenMat.h"
 #include "knotwork/linalg/DoubleVec.h"
@@ -39,31 +36,6 @@ inline double orthogonalityError(const DoubleGenMat& q)
 {
     return frobeniusNorm(transposeProduct(q, q) - identity(q.cols()));
 }
-
-/// The worst of many ratios, and the trial it came from; NaN counts as the worst there can be.
-class Worst {
-  public:
-    void see(double ratio, int trial)
-    {
-        ++count_;
-        if (ratio <= ratio_) return;
-        ratio_ = std::isnan(ratio) ? std::numeric_limits<double>::infinity() : ratio;
-        trial_ = trial;
-    }
-    /// Fails unless all were below the bound, and keeps the figure in the test's report.
-    void expectBelow(double bound, const char* name) const
-    {
-        testing::Test::RecordProperty(name, std::to_string(ratio_));
-        EXPECT_LT(ratio_, bound) << name << " in trial " << trial_;
-    }
-
-    int count() const { return count_; }
-
-  private:
-    double ratio_ = 0.0;
-    int trial_ = -1;
-    int count_ = 0;
-};
 
 /// numerator / denominator, where 0 / 0 is no error.
 inline double ratioOf(double numerator, double denominator)

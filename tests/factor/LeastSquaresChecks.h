@@ -1,0 +1,103 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <array>
+#include <cmath>
+
+#include "knotwork/factor/DoubleLeastSqCh.h"
+#include "knotwork/factor/DoubleLeastSqInc.h"
+#include "knotwork/factor/DoubleSVDecomp.h"
+#include "tests/factor/CholeskyChecks.h"
+
+namespace checks {
+
+inline DoubleVec randomVector(unsigned n, knotwork_test::Dice& dice)
+{
+    return randomRows(n, 1, dice).col(0);
+}
+
+/// Two right-hand sides: y, and one that ones for unknowns fit but for rounding.
+inline DoubleVec valuesFor(const DoubleVec& row, double y)
+{
+    return knotwork_test::vec({y, sum(row)});
+}
+
+/// A fit of every row of x.
+inline DoubleLeastSqInc fitOf(const DoubleGenMat& x, const DoubleVec& y)
+{
+    DoubleLeastSqInc fit(x.cols(), 2);
+    for (int i = 0; i < static_cast<int>(x.rows()); ++i) {
+        DoubleVec row = x.row(i);
+        fit.addEquation(row, valuesFor(row, y(i)));
+    }
+    return fit;
+}
+
+/// |X^T (y - X b)|, 0 for the exact solution, in units of what rounding may do to it.
+inline double normalResidual(const DoubleGenMat& x, const DoubleVec& y, const DoubleVec& b)
+{
+    const DoubleVec gradient = product(product(x, b) + -y, x);
+    const double size = frobeniusNorm(x) * (frobeniusNorm(x) * b.vecLen() + y.vecLen());
+    return ratioOf(gradient.vecLen(), size * std::max(x.rows(), x.cols()) * kEps);
+}
+
+/// More equations than unknowns, of any size.
+struct Equations {
+    explicit Equations(unsigned trial) : dice(trial)
+    {
+        const unsigned p = 1 + dice.below(1 + dice.below(60));
+        const unsigned n = p + 1 + dice.below(p + 1);
+        const double scale = std::pow(10.0, 140 * (static_cast<int>(trial % 3) - 1));
+        x.reference(randomRows(n, p, dice) * scale);
+        y.reference(randomVector(n, dice));
+    }
+    knotwork_test::Dice dice;
+    DoubleGenMat x;
+    DoubleVec y;
+};
+
+struct IncrementalRatios {
+    Worst batch{"all at once: X^T (y - X b)"};
+    Worst oneByOne{"one by one: X^T (y - X b)"};
+    Worst norm{"residual norm"};
+    Worst difference{"one by one against all at once, over cond(X)^2"};
+    Worst withdrawn{"one more added and withdrawn: X^T (y - X b)", 1e3};
+    std::array<const Worst*, 5> all() const
+    {
+        return {&batch, &oneByOne, &norm, &difference, &withdrawn};
+    }
+
+    /// False when the fit is not determined, or an equation could not be withdrawn.
+    bool see(const Equations& e, unsigned trial)
+    {
+        const DoubleLeastSqCh atOnce(e.x);
+        if (atOnce.numFreeCols() != 0) return true;  // too close to dependent for X^T X
+        const DoubleVec b = atOnce.solve(e.y);
+        batch.see(normalResidual(e.x, e.y, b), trial);
+
+        DoubleLeastSqInc fit(fitOf(e.x, e.y));
+        if (fit.good() == 0) return false;
+        const DoubleVec c = fit.solve(0);
+        oneByOne.see(normalResidual(e.x, e.y, c), trial);
+        const double rest = (product(e.x, c) + -e.y).vecLen();
+        const double size = (e.y.vecLen() + frobeniusNorm(e.x) * c.vecLen()) * e.x.rows() * kEps;
+        norm.see(std::fabs(rest - fit.residualNorm(0)) / size, trial);
+        const int p = static_cast<int>(e.x.cols());
+        DoubleSVDecomp values;
+        values.computeLeftVecs(0);
+        values.computeRightVecs(0);
+        values.factor(e.x);
+        const DoubleVec s = values.singularValues();
+        const double condition = std::pow(s(0) / s(p - 1), 2.0);
+        difference.see((b + -c).vecLen() * frobeniusNorm(e.x) / (size * condition), trial);
+
+        // One more, which one right-hand side does not fit at all and the other fits exactly.
+        DoubleVec row = e.x.row(0).copy() + e.x.row(p) * 0.5;
+        fit.addEquation(row, valuesFor(row, 3.0));
+        if (fit.deleteEquation(row, valuesFor(row, 3.0)) != 0) return false;
+        withdrawn.see(normalResidual(e.x, e.y, fit.solve(0)), trial);
+        return true;
+    }
+};
+
+}  // namespace checks
