@@ -34,6 +34,21 @@ void dgetrs_(const char* trans, const int* n, const int* nrhs, const double* a, 
              const int* ipiv, double* b, const int* ldb, int* info);
 void dgecon_(const char* norm, const int* n, const double* a, const int* lda, const double* anorm,
              double* rcond, double* work, int* iwork, int* info);
+void dorgqr_(const int* m, const int* n, const int* k, double* a, const int* lda, const double* tau,
+             double* work, const int* lwork, int* info);
+void dgetri_(const int* n, double* a, const int* lda, const int* ipiv, double* work,
+             const int* lwork, int* info);
+void dgesvd_(const char* jobu, const char* jobvt, const int* m, const int* n, double* a,
+             const int* lda, double* s, double* u, const int* ldu, double* vt, const int* ldvt,
+             double* work, const int* lwork, int* info);
+void dgels_(const char* trans, const int* m, const int* n, const int* nrhs, double* a,
+            const int* lda, double* b, const int* ldb, double* work, const int* lwork, int* info);
+void dgelsy_(const int* m, const int* n, const int* nrhs, double* a, const int* lda, double* b,
+             const int* ldb, int* jpvt, const double* rcond, int* rank, double* work,
+             const int* lwork, int* info);
+void dgelsd_(const int* m, const int* n, const int* nrhs, double* a, const int* lda, double* b,
+             const int* ldb, double* s, const double* rcond, int* rank, double* work,
+             const int* lwork, int* iwork, int* info);
 void dgesdd_(const char* jobz, const int* m, const int* n, double* a, const int* lda, double* s,
              double* u, const int* ldu, double* vt, const int* ldvt, double* work, const int* lwork,
              int* iwork, int* info);

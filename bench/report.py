@@ -1,10 +1,12 @@
 # SPDX-License-Identifier: MIT
-"""Puts the benchmark results, and what they were measured on, into a Markdown file.
+"""Puts what was measured, and what it was measured on, into a Markdown file.
 
-Usage: report.py BUILD_FOLDER MARKDOWN_FILE
+Usage: report.py BUILD_FOLDER MARKDOWN_FILE [TABLES]
 
-Reads results.json in the build folder; replaces what stands between the marker lines of the file.
+Reads the tables, or else the benchmarks' results.json in the build folder; replaces what stands between the marker
+lines of the Markdown file.
 """
+import datetime
 import json
 import os
 import pathlib
@@ -66,12 +68,12 @@ def found(pattern, text):
     return match.group(1).strip() if match else "unknown"
 
 
-def machine(build):
+def machine(build, program):
     """CPU, compiler and BLAS provider, a list item each."""
     cpu = output("lscpu")
     cache = (build / "CMakeCache.txt").read_text()
     compiler = output(found(r"^CMAKE_CXX_COMPILER:\w+=(.+)$", cache), "--version").splitlines()
-    blas = found(r"libblas\.so\S* => (\S+)", output("ldd", str(build / "bench/knotwork_bench")))
+    blas = found(r"libblas\.so\S* => (\S+)", output("ldd", str(build / "bench" / program)))
     package = found(r"^([^:\s]+)", output("dpkg-query", "-S", os.path.realpath(blas)))
     version = output("dpkg-query", "-W", "-f", "${Version}", package) or "unknown"
     vectors = [name for name in ("avx2", "avx512f") if re.search(rf"\b{name}\b", cpu)]
@@ -137,11 +139,15 @@ def table(results):
 
 
 def main():
-    build, target = (pathlib.Path(p) for p in sys.argv[1:3])
-    results = json.loads((build / "results.json").read_text())
+    build, target, *tables = (pathlib.Path(p) for p in sys.argv[1:])
+    if tables:
+        program, date, lines = "knotwork_accuracy", datetime.date.today().isoformat(), tables[0].read_text().splitlines()
+    else:
+        results = json.loads((build / "results.json").read_text())
+        program, date, lines = "knotwork_bench", results["context"]["date"][:10], table(results)
     before, _, rest = target.read_text().partition(BEGIN)
     _, _, after = rest.partition(END)
-    measured = machine(build) + [f"- Date: {results['context']['date'][:10]}", ""] + table(results)
+    measured = machine(build, program) + [f"- Date: {date}", "", *lines]
     target.write_text("\n".join([before + BEGIN, *measured, END + after]))
     print("\n".join(measured))
 

@@ -238,7 +238,7 @@ struct CholeskyRatios {
 struct UpdateRatios {
     Worst updated{"a row added"};
     Worst shifted{"columns shifted"};
-    Worst returned{"a row added and withdrawn, over cond(R)", 1e3};
+    Worst returned{"a row added and withdrawn, over eps cond(R)", 1e3};
     std::array<const Worst*, 3> all() const { return {&updated, &shifted, &returned}; }
 
     /// False when the row could not be withdrawn, or more than R was written.

@@ -70,6 +70,34 @@ struct LuFactors {
     }
 };
 
+/// By elimination with complete pivoting, in a type that neither overflows nor underflows here.
+inline long double exactDeterminant(const DoubleGenMat& m)
+{
+    const int n = static_cast<int>(m.rows());
+    std::vector<std::vector<long double>> rows(m.rows());
+    for (int i = 0; i < n; ++i)
+        for (int j = 0; j < n; ++j) rows[static_cast<std::size_t>(i)].push_back(m(i, j));
+    long double result = 1.0L;
+    while (!rows.empty()) {
+        std::size_t row = 0;
+        std::size_t col = 0;
+        for (std::size_t i = 0; i < rows.size(); ++i)
+            for (std::size_t j = 0; j < rows.size(); ++j)
+                if (std::fabs(rows[i][j]) > std::fabs(rows[row][col])) row = i, col = j;
+        const std::vector<long double> pivotRow = rows[row];
+        const long double pivot = pivotRow[col];
+        result *= (row + col) % 2 == 0 ? pivot : -pivot;
+        if (pivot == 0.0L) return 0.0L;
+        rows.erase(rows.begin() + static_cast<std::ptrdiff_t>(row));
+        for (auto& r : rows) {
+            const long double factor = r[col] / pivot;
+            for (std::size_t j = 0; j < r.size(); ++j) r[j] -= factor * pivotRow[j];
+            r.erase(r.begin() + static_cast<std::ptrdiff_t>(col));
+        }
+    }
+    return result;
+}
+
 /// The inverse that the condition is measured with is itself checked first.
 struct LuRatios {
     Worst residual{"P A - L U"};
@@ -111,6 +139,19 @@ struct LuRatios {
         estimateLow.see(1.0 / (rcond * condition), seed);
         estimateHigh.see(rcond * condition, seed);
         return condition;
+    }
+    /// For small matrices, the condition being what seeInverse() returned.
+    void seeDeterminant(const DoubleGenMat& a, LuFactors& f, double condition, unsigned seed)
+    {
+        double det[2];
+        const int determinantOnly = 10;
+        knotwork::linpack::dgedi(f.a.data(), &f.lda, &f.n, f.ipvt.data(), det, nullptr,
+                                 &determinantOnly);
+        const long double found = det[0] * std::pow(10.0L, static_cast<long double>(det[1]));
+        // One rounding for each power of ten besides.
+        const double digits = a.rows() * kEps * condition + kEps * std::fabs(det[1]);
+        const auto off = static_cast<double>(std::fabs(found / exactDeterminant(a) - 1.0L));
+        determinant.see(off / digits, seed);
     }
 };
 

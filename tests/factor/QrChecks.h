@@ -82,10 +82,11 @@ struct QrRatios {
     Worst orthogonality{"Q^T Q - I"};
     Worst order{"pivot order"};
     Worst roundTrip{"Q (Q^T y) - y"};
-    Worst split{"fit + residual - y, and their angle"};
-    std::array<const Worst*, 5> all() const
+    Worst split{"fit + residual - y"};
+    Worst angle{"fit^T residual"};
+    std::array<const Worst*, 6> all() const
     {
-        return {&reconstruction, &orthogonality, &order, &roundTrip, &split};
+        return {&reconstruction, &orthogonality, &order, &roundTrip, &split, &angle};
     }
 
     void seeFactors(const DoubleGenMat& a, const DoubleGenMat& q, const DoubleGenMat& r,
@@ -102,6 +103,7 @@ struct QrRatios {
     {
         const double unit = std::max(r.rows(), r.cols()) * kEps;
         const int rows = static_cast<int>(r.rows());
+        double most = 0.0;
         for (int k = first; k < std::min(end, rows); ++k)
             for (int j = k + 1; j < end; ++j) {
                 const double length = r.col(j).vecLen();
@@ -109,8 +111,10 @@ struct QrRatios {
                 const double left =
                     r.col(j).slice(k, static_cast<unsigned>(rows - k), 1).vecLen() / length;
                 const double taken = r(k, k) / length;
-                order.see((left * left - taken * taken) / unit, seed);
+                const double excess = (left * left - taken * taken) / unit;
+                if (!(excess <= most)) most = excess;
             }
+        order.see(most, seed);
     }
     void seeProjections(const QrFactors& f, const DoubleVec& y, int k, unsigned seed)
     {
@@ -120,7 +124,7 @@ struct QrRatios {
         const DoubleVec fitted = f.apply(kFitted, k, y);
         const DoubleVec rest = f.apply(kResidual, k, y);
         split.see((fitted + rest - y).vecLen() / length, seed);
-        split.see(std::fabs(dot(fitted, rest)) / (y.vecLen() * length), seed);
+        angle.see(std::fabs(dot(fitted, rest)) / (y.vecLen() * length), seed);
     }
 };
 
