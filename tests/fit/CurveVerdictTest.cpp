@@ -207,7 +207,7 @@ TEST(CurveVerdictTest, SystemsBeyondTheArraysCountsAreTooLarge)
     FitProblem p;
     for (int i = 0; i <= 70000; ++i) p.parameters.push_back(i);
     p.points.assign(p.parameters.size(), 1.0);
-    p.basis = BsplineBasis::uniform(3, 0.0, 70000.0, 65000);
+    p.basis = BsplineBasis::uniform(3, 0.0, 70000.0, 66000);
     const FittedCurve curve = p.fit();
     EXPECT_EQ(curve.report.verdict, FitVerdict::kTooLarge);
     EXPECT_EQ(curve.report.reason, "the system does not fit into memory");
