@@ -84,20 +84,18 @@ TEST(CholeskyTest, UpdatesDowndatesAndShiftsActOnTheDataBehindTheFactor)
 
 TEST(TriangularSolveTest, EveryFormLeavesASmallResidual)
 {
-    using Solve = DoubleVec (*)(const DoubleGenMat&, const DoubleVec&);
-    struct Form {
+    const struct {
         const char* name;
-        Solve solve;
+        DoubleVec (*solve)(const DoubleGenMat&, const DoubleVec&);
         bool upper, transposed;
-    };
-    const Form forms[] = {{"lower", knotwork::lowerTriSolve, false, false},
-                          {"lower, transposed", knotwork::lowerTriTransposeSolve, false, true},
-                          {"upper", knotwork::upperTriSolve, true, false},
-                          {"upper, transposed", knotwork::upperTriTransposeSolve, true, true}};
+    } forms[] = {{"lower", knotwork::lowerTriSolve, false, false},
+                 {"lower, transposed", knotwork::lowerTriTransposeSolve, false, true},
+                 {"upper", knotwork::upperTriSolve, true, false},
+                 {"upper, transposed", knotwork::upperTriTransposeSolve, true, true}};
     Worst residual("T x - b");
     for (unsigned trial = 0; trial < kTrials; ++trial) {
         Dice dice(trial);
-        const Form& form = forms[trial % 4];
+        const auto& form = forms[trial % 4];
         const int n = static_cast<int>(dice.below(1 + dice.below(61)));
         const double scale = std::pow(10.0, 140 * (static_cast<int>(trial % 3) - 1));
         DoubleGenMat t =

@@ -4,175 +4,27 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <csignal>
-#include <functional>
 #include <limits>
 
-#include "knotwork/factor/DoubleLeastSqCh.h"
-#include "knotwork/factor/DoubleLeastSqInc.h"
-#include "knotwork/factor/TriangularSolve.h"
 #include "tests/factor/MatrixChecks.h"
 #include "tests/support/Arrays.h"
-#include "tests/support/RecordingHandler.h"
 
 namespace {
 
 using checks::kEps;
 using knotwork_test::elements;
 using knotwork_test::mat;
-using knotwork_test::RecordingHandler;
 using knotwork_test::vec;
 using testing::DoubleEq;
 using testing::DoubleNear;
-using testing::Each;
 using testing::ElementsAre;
-using testing::IsNan;
 
 DoubleChDecomp factored(unsigned p = 3)
 {
     return DoubleChDecomp(checks::identity(p));
 }
 
-/// A shift of three columns that must be refused and change nothing.
-void shift(int first, int last, int direction, unsigned zRows, unsigned c, unsigned s)
-{
-    DoubleChDecomp d = factored();
-    DoubleGenMat Z(zRows, 2, 1.0);
-    DoubleVec cosines(c, 0.0);
-    DoubleVec sines(s, 0.0);
-    d.shift(first, last, direction, &Z, &cosines, &sines);
-    EXPECT_TRUE(Z == DoubleGenMat(zRows, 2, 1.0));
-    EXPECT_TRUE(cosines.isZero(0.0));
-}
-
-/// A downdate and an update of three columns and two right-hand sides, likewise.
-void change(unsigned zRows, unsigned c, unsigned s, const DoubleVec* y, DoubleVec* rho)
-{
-    DoubleChDecomp d = factored();
-    DoubleGenMat Z(zRows, 2, 1.0);
-    DoubleVec cosines(c, 0.0);
-    DoubleVec sines(s, 0.0);
-    const DoubleVec x(3, 0.1);
-    EXPECT_EQ(d.downdate(x, &Z, y, rho, &cosines, &sines), -1);
-    d.update(x, &Z, y, rho, &cosines, &sines);
-    EXPECT_TRUE(Z == DoubleGenMat(zRows, 2, 1.0));
-    EXPECT_TRUE(d.solve(DoubleVec(3, 1.0)) == DoubleVec(3, 1.0)) << "the factor is as it was";
-}
-
-struct Misuse {
-    unsigned code;
-    const char* message;
-    std::function<void()> commit;
-};
-
-std::vector<Misuse> misuses()
-{
-    static const char* const kUnsolvable =
-        "Can't solve system of equations, matrix not successfully factorized";
-    static const DoubleVec one(1, 1.0);
-    static const DoubleVec two(2, 1.0);
-    static const DoubleVec three(3, 1.0);
-    static DoubleVec rho1(1, 1.0);
-    static DoubleVec rho2(2, 1.0);
-    static const DoubleVec reversed = reverse(two);
-    return {
-        {0x5010, "Matrix must have more rows than cols to be factorizable, but 2<3",
-         [] {
-             DoubleChDecomp d(checks::identity(4));
-             d.factor(DoubleGenMat(2, 3, 1.0));
-             EXPECT_EQ(d.lastPosFactor(), -2);  // as if new
-             EXPECT_EQ(d.fail(), 0);
-         }},
-        {0x5012, "Pivoting position specifier must be INITIAL,FREE, or FINAL, not 2",
-         [] { DoubleChDecomp().setPivoting(5, 2); }},
-        {0x5001, "Condition number not calculated",
-         [] {
-             DoubleChDecomp d = factored();
-             EXPECT_EQ(d.doPivoting(0), 1);
-             EXPECT_EQ(d.condition(), -1.0);
-         }},
-        {0x5004, "vector wrong length to permute (2!=3)", [] { factored().permute(two); }},
-        {0x5004, "vector wrong length to permute (5!=3)",
-         [] { factored().unpermute(DoubleVec(5, 1.0)); }},
-        {0x5002, "b vector length wrong (2!=3)", [] { factored().partialSolve(two, 3); }},
-        {0x5002, "b vector length wrong (2!=4294967295)", [] { factored().partialSolve(two, -1); }},
-        {0x5011, kUnsolvable,
-         [] {
-             DoubleChDecomp(mat({{1, 2}, {2, 1}})).partialSolve(two, 2);
-         }},
-        {0x5011, kUnsolvable, [] { DoubleChDecomp().solve(DoubleVec()); }},
-        {0x5005, "Invalid Cholesky shift direction", [] { shift(1, 2, 2, 3, 1, 1); }},
-        {0x5005, "Invalid Cholesky shift direction", [] { shift(2, 1, -1, 2, 7, 7); }},
-        {0x5006, "Invalid Cholesky shift columns (2,1)", [] { shift(2, 1, 0, 2, 7, 7); }},
-        {0x5006, "Invalid Cholesky shift columns (0,2)", [] { shift(0, 2, 1, 3, 2, 2); }},
-        {0x5006, "Invalid Cholesky shift columns (1,3)", [] { shift(1, 3, 1, 3, 2, 2); }},
-        {0x5007, "Data matrix wrong height (2!=3)", [] { shift(1, 2, 1, 2, 7, 7); }},
-        {0x5008, "Vector to hold sines or cosines wrong length (3!=1)",
-         [] { shift(1, 2, 1, 3, 1, 3); }},
-        {0x5007, "Data matrix wrong height (4!=3)", [] { change(4, 7, 7, &reversed, nullptr); }},
-        {0x5008, "Vector to hold sines or cosines wrong length (7!=3)",
-         [] { change(3, 7, 6, &reversed, nullptr); }},
-        {0x5008, "Vector to hold sines or cosines wrong length (6!=3)",
-         [] { change(3, 3, 6, &reversed, nullptr); }},
-        {0x500C, "vec pointers must have stride == 1", [] { change(3, 3, 3, &reversed, nullptr); }},
-        {0x5009, "Different number of residuals than data columns (1!=2)",
-         [] { change(3, 3, 3, &three, &rho1); }},
-        {0x5009, "Different number of residuals than data columns (2!=2)",
-         [] { change(3, 3, 3, nullptr, &rho2); }},
-        {0x5009, "Different number of residuals than data columns (0!=2)",
-         [] { change(3, 3, 3, &two, nullptr); }},
-        {0x5009, "Different number of residuals than data columns (0!=0)",
-         [] { factored().update(three, nullptr, &one); }},
-        {0x5002, "b vector length wrong (2!=3)",
-         [] { DoubleLeastSqCh(checks::identity(3)).solve(two); }},
-        {0x5011, kUnsolvable, [] { EXPECT_EQ(DoubleLeastSqInc(2, 1).solve(0).length(), 0u); }},
-        {0x5011, kUnsolvable, [] { DoubleLeastSqInc(0, 1).solve(0); }},
-        {0x500B, "Data 1 doesn't exist, only 1 data columns",
-         [] { EXPECT_THAT(DoubleLeastSqInc(2, 1).residualNorm(1), IsNan()); }},
-        {0x500B, "Data -1 doesn't exist, only 2 data columns",
-         [] {
-             DoubleLeastSqInc fit(1, 2);
-             DoubleVec x(1, 1.0);
-             fit.addEquation(x, two);
-             EXPECT_THAT(elements(fit.solve(-1)), ElementsAre(IsNan()));
-         }},
-        {0x5009, "Different number of residuals than data columns (1!=1)",
-         [] {
-             DoubleVec x(2, 1.0);
-             DoubleLeastSqInc(2, 1).addEquation(x, two);
-         }},
-        {0x5002, "b vector length wrong (3!=2)",
-         [] { knotwork::upperTriSolve(checks::identity(2), three); }},
-        {0x5002, "b vector length wrong (1!=2)",
-         [] { knotwork::lowerTriSolve(DoubleGenMat(5, 2, 1.0), one); }},
-        {0x5011, kUnsolvable,
-         [] {
-             const DoubleGenMat t = mat({{1, 0}, {0, -0.0}});
-             EXPECT_TRUE(knotwork::lowerTriTransposeSolve(t, two) == two);
-         }},
-    };
-}
-
 }  // namespace
-
-TEST(CholeskyMisuseTest, RaisesItsErrorAndStaysInItsMemoryWhenTheHandlerReturns)
-{
-    RecordingHandler handler(RecordingHandler::OnFatal::kReturn);
-    for (const Misuse& misuse : misuses()) {
-        SCOPED_TRACE(misuse.message);
-        handler.forget();
-        misuse.commit();
-        ASSERT_FALSE(handler.raised().empty());
-        EXPECT_EQ(handler.raised()[0].code, misuse.code);
-        EXPECT_EQ(handler.raised()[0].message, misuse.message);
-    }
-}
-
-TEST(CholeskyMisuseDeathTest, EndsTheProcess)
-{
-    EXPECT_EXIT(factored().shift(2, 1, 0), testing::KilledBySignal(SIGABRT),
-                testing::HasSubstr("** Invalid Cholesky shift columns (2,1).\n"));
-}
 
 TEST(DoubleChDecompTest, JudgesAFactorByWhatItsRulesSay)
 {

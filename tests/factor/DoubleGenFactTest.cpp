@@ -5,9 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <functional>
 #include <limits>
-#include <string>
 #include <vector>
 
 #include "tests/support/Arrays.h"
@@ -103,70 +101,6 @@ TEST(DoubleGenFactTest, CopiesShareAndOutliveTheNextFactor)
     target = copy;
     EXPECT_EQ(target.condition(), copy.condition());
     EXPECT_EQ(sharer.determinant(), -8.0) << "elements go into the storage that is there";
-}
-
-TEST(DoubleGenFactTest, ErrorsNameWhatIsWrong)
-{
-    const DoubleGenFact regular(kRegular, 0);
-    const DoubleGenFact singular(kSingular, 0);
-    const std::string unsolvable =
-        "Can't solve system of equations, matrix not successfully factorized";
-    DoubleGenFact f(kRegular, 1);
-    DoubleGenFact target(regular);
-    DoubleVec x;
-    DoubleGenMat inverse;
-    struct {
-        unsigned code;
-        std::string message;
-        std::function<void()> commit;
-    } const cases[] = {
-        {0x500D, "Can't factorize, 2x3 matrix not square",
-         [&] { f.factor(DoubleGenMat(2u, 3u, 1.0), 1); }},
-        {0x5011, unsolvable, [&] { inverse.reference(f.inverse()); }},
-        {0x5002, "b vector length wrong (2!=3)",
-         [&] {
-             x.reference(regular.solve(vec({1, 2})));
-         }},
-        {0x5002, "b vector length wrong (3!=2)",
-         [&] {
-             x.reference(singular.solve(vec({1, 2, 3})));
-         }},  // before the singularity
-        {0x5011, unsolvable,
-         [&] {
-             x.reference(singular.solve(vec({1, 2})));
-         }},
-        {0x5011, unsolvable, [&] { x.reference(DoubleGenFact().solve(DoubleVec())); }},
-        {0x5011, unsolvable, [&] { inverse.reference(singular.inverse()); }},
-        {0x4004, "Matrix sizes don't match (2x2) vs (3x3)", [&] { target = singular; }},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.message);
-        const RecordingHandler handler(RecordingHandler::OnFatal::kReturn);
-        c.commit();
-        ASSERT_EQ(handler.raised().size(), 1u);
-        EXPECT_EQ(handler.raised()[0].code, c.code);
-        EXPECT_EQ(handler.raised()[0].origin, 0xF000);
-        EXPECT_EQ(handler.raised()[0].message, c.message);
-        EXPECT_EQ(x.length(), 0u);
-        EXPECT_EQ(inverse.rows(), 0u);
-    }
-    EXPECT_EQ(f.fail(), 1);
-    EXPECT_EQ(f.determinant(), 0.0);
-}
-
-TEST(DoubleGenFactDeathTest, AMatrixThatIsNotSquareEndsTheProcess)
-{
-    EXPECT_EXIT(DoubleGenFact(DoubleGenMat(2u, 3u, 1.0), 0), testing::KilledBySignal(SIGABRT),
-                testing::HasSubstr("** Can't factorize, 2x3 matrix not square.\n"
-                                   "** Processing terminated.\n"));
-}
-
-TEST(DoubleGenFactDeathTest, TheMissingEstimateIsOnlyAWarning)
-{
-    EXPECT_EXIT(std::exit(DoubleGenFact(kRegular, 0).condition() == -1.0 ? 0 : 1),
-                testing::ExitedWithCode(0),
-                testing::HasSubstr("** Condition number not calculated.\n"
-                                   "** Processing continues.\n"));
 }
 
 }  // namespace

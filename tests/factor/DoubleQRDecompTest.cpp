@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <functional>
 #include <utility>
 #include <vector>
 
@@ -24,7 +23,6 @@ using knotwork_test::strided;
 using knotwork_test::vec;
 using testing::Each;
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
 
 DoubleVec randomVector(unsigned n, std::mt19937& generator)
@@ -235,79 +233,4 @@ TEST(DoubleQRDecompTest, CopiesKeepTheirResultsAndAssignmentWritesIntoStorage)
     EXPECT_EQ(pivotsOf(sharer), pivotsOf(d)) << "elements are copied into what is shared";
     EXPECT_THAT(codesRaisedBy([&] { target = DoubleLeastSqQR(DoubleGenMat(2, 4, 1.0)); }),
                 ElementsAre(0x4004u));
-}
-
-TEST(DoubleQRDecompTest, ErrorsFollowTheirTable)
-{
-    const DoubleLeastSqQR tall(mat({{1, 2}, {3, 5}, {1, 1}}));
-    const DoubleLeastSqQR noColumns(DoubleGenMat(3, 0));
-    const DoubleLeastSqQR noRows(DoubleGenMat(0, 3));
-    DoubleLeastSqQR strict(DoubleGenMat(3, 2, 0.0));
-    strict.setTolerance(-1.0);
-    const DoubleLeastSqQR zeros(DoubleGenMat(3, 2, 0.0));
-    const DoubleVec y(3, 1.0);
-    const DoubleVec none;
-    const DoubleVec longer(4, 1.0);
-    const char* const wrongLength = "b vector length wrong (4!=3)";
-    const char* const unsolvable =
-        "Can't solve system of equations, matrix not successfully factorized";
-    const struct {
-        const char* name;
-        std::function<DoubleVec()> call;
-        std::vector<unsigned> codes;  // all, under a handler that returns
-        const char* message;          // the first one's
-        unsigned length;              // of what is returned then
-    } cases[] = {
-        {"Q y", [&] { return tall.computeQy(longer, 1); }, {0x5002}, wrongLength, 3},
-        {"Q^T y", [&] { return tall.computeQTy(longer, 1); }, {0x5002}, wrongLength, 3},
-        {"fitted", [&] { return tall.computeXb(longer, 1); }, {0x5002}, wrongLength, 3},
-        {"residual", [&] { return tall.residual(longer); }, {0x5002, 0x5002}, wrongLength, 3},
-        {"no y",
-         [&] { return tall.computeQy(none, 1); },
-         {0x5002},
-         "b vector length wrong (0!=3)",
-         3},
-        {"partial", [&] { return tall.partialSolve(longer, 1); }, {0x5002}, wrongLength, 1},
-        {"solve", [&] { return tall.solve(longer); }, {0x5002, 0x5002}, wrongLength, 2},
-        {"permute",
-         [&] { return tall.permute(y); },
-         {0x5004},
-         "vector wrong length to permute (3!=2)",
-         3},
-        {"unpermute",
-         [&] { return tall.unpermute(DoubleVec(1, 2.0)); },
-         {0x5004},
-         "vector wrong length to permute (1!=2)",
-         1},
-        {"zero diagonal", [&] { return zeros.DoubleQRDecomp::solve(y); }, {0x5011}, unsolvable, 2},
-        {"zero diagonal in use", [&] { return strict.solve(y); }, {0x5011}, unsolvable, 2},
-        {"zero diagonal, all free", [&] { return zeros.solve(y); }, {}, "", 2},
-        {"solve without columns", [&] { return noColumns.solve(y); }, {0x5011}, unsolvable, 0},
-        {"residual without columns", [&] { return noColumns.residual(y); }, {}, "", 3},
-        {"solve without rows", [&] { return noRows.solve(none); }, {}, "", 3},
-        {"residual without rows", [&] { return noRows.residual(none); }, {0x5011}, unsolvable, 0},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        DoubleVec result(99, 0.0);
-        EXPECT_EQ(codesRaisedBy([&] { result.reference(c.call()); }), c.codes);
-        EXPECT_EQ(result.length(), c.length);
-        if (c.codes.empty()) continue;
-        const knotwork_test::RecordingHandler handler;
-        EXPECT_THROW(c.call(), knotwork_test::RaisedError);
-        EXPECT_EQ(handler.raised().at(0).message, c.message);
-        EXPECT_EQ(handler.raised().at(0).origin, 0xF000);
-    }
-}
-
-TEST(DoubleQRDecompDeathTest, WrongLengthsAndZeroDiagonalsEndTheProcess)
-{
-    const DoubleLeastSqQR d(DoubleGenMat(3, 2, 0.0));
-    const auto abort = testing::KilledBySignal(SIGABRT);
-    EXPECT_EXIT(d.solve(DoubleVec(2, 1.0)), abort, HasSubstr("** b vector length wrong (2!=3).\n"));
-    EXPECT_EXIT(d.permute(DoubleVec(3, 1.0)), abort,
-                HasSubstr("** vector wrong length to permute (3!=2).\n"));
-    EXPECT_EXIT(d.partialSolve(DoubleVec(3, 1.0), 2), abort,
-                HasSubstr("** Can't solve system of equations, matrix not successfully "
-                          "factorized.\n** Processing terminated.\n"));
 }

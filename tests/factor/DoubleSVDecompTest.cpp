@@ -10,6 +10,9 @@
 #include <utility>
 #include <vector>
 
+#ifdef KNOTWORK_BENCH_LAPACK
+#include "bench/LapackFactors.h"
+#endif
 #include "tests/factor/ExpectBounds.h"
 #include "tests/factor/MatrixFamilies.h"
 #include "tests/factor/SvdChecks.h"
@@ -61,27 +64,6 @@ struct Snapshot {
     int found;
 };
 
-#ifdef KNOTWORK_TEST_LAPACK
-extern "C" void dgesvd_(const char* jobu, const char* jobvt, const int* m, const int* n, double* a,
-                        const int* lda, double* s, double* u, const int* ldu, double* vt,
-                        const int* ldvt, double* work, const int* lwork, int* info);
-
-DoubleVec lapackValues(const DoubleGenMat& a)
-{
-    DoubleGenMat scratch = a.copy();
-    DoubleVec s(std::min(a.rows(), a.cols()));
-    const int n = static_cast<int>(a.rows());
-    const int p = static_cast<int>(a.cols());
-    const int lwork = 8 * (n + p);
-    std::vector<double> work(static_cast<std::size_t>(lwork));
-    int info = 0;
-    dgesvd_("N", "N", &n, &p, scratch.data(), &n, s.data(), nullptr, &n, nullptr, &p, work.data(),
-            &lwork, &info);
-    EXPECT_EQ(info, 0);
-    return s;
-}
-#endif
-
 class SvdPropertyTest : public testing::TestWithParam<Family> {};
 
 TEST_P(SvdPropertyTest, HoldsForEveryMatrix)
@@ -102,8 +84,8 @@ TEST_P(SvdPropertyTest, HoldsForEveryMatrix)
         }
         expectStatus(a, d, seed % 2 != 0 ? few : a.rows());
         ratios.seeFactors(a, d.leftVecs(), d.singularValues(), d.rightVecs(), seed);
-#ifdef KNOTWORK_TEST_LAPACK
-        ratios.seeValues(a, d.singularValues(), lapackValues(a), seed);
+#ifdef KNOTWORK_BENCH_LAPACK
+        ratios.seeValues(a, d.singularValues(), knotwork_bench::LapackSvd::values(a), seed);
 #endif
         if (HasFailure()) return;
     }
@@ -116,23 +98,6 @@ INSTANTIATE_TEST_SUITE_P(Extreme, SvdPropertyTest, testing::ValuesIn(checks::kEx
                          knotwork_test::CaseName());
 
 }  // namespace
-
-TEST(DoubleSVDecompTest, FindsTheValuesAMatrixWasMadeFrom)
-{
-    std::mt19937 generator(21);
-    const double exact[] = {1000.0, 1000.0, 7.0, 1.0, 1e-3, 1e-9, 0.0};
-    constexpr unsigned kCount = 7;
-    for (const auto& [n, p] : {std::pair{7u, 7u}, {20u, 7u}, {7u, 31u}}) {
-        DoubleGenMat sigma(n, p, 0.0);
-        sigma.diagonal(0) = DoubleVec(exact, kCount);
-        const DoubleGenMat a = product(checks::randomOrthogonal(n, generator),
-                                       product(sigma, checks::randomOrthogonal(p, generator)));
-        const DoubleVec s = DoubleSVDecomp(a).singularValues();
-        ASSERT_EQ(s.length(), kCount);
-        for (int k = 0; k < static_cast<int>(kCount); ++k)
-            EXPECT_NEAR(s(k), exact[k], 2.0 * checks::tolerance(a) * checks::frobeniusNorm(a));
-    }
-}
 
 TEST(DoubleSVDecompTest, SwitchesFollowTheirTable)
 {
