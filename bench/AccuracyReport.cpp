@@ -27,6 +27,7 @@ namespace {
 
 using checks::kMatrices;
 using checks::kTrials;
+using checks::permuted;
 using checks::Worst;
 using knotwork_bench::Driver;
 using knotwork_bench::KnownSolution;
@@ -49,14 +50,6 @@ void printRows(const char* title, const Ratios& ours, const Ratios& lapack, cons
     const auto theirs = lapack.all();
     std::size_t i = 0;
     for (const Worst* worst : ours.all()) printRow(title, *worst, theirs[i++], peer);
-}
-
-DoubleGenMat permuted(const DoubleGenMat& a, const std::vector<int>& order)
-{
-    DoubleGenMat result(a.rows(), a.cols());
-    for (std::size_t j = 0; j < order.size(); ++j)
-        result.col(static_cast<int>(j)) = a.col(order[j]);
-    return result;
 }
 
 void measureQr()
@@ -162,23 +155,17 @@ void measureCholesky()
 
 void measureLeastSquares()
 {
-    checks::IncrementalRatios ours;
-    Worst qr("X^T (y - X b)");
-    Worst lapack("X^T (y - X b)");
+    checks::LeastSquaresRatios ours;
+    Worst lapack("");
     for (unsigned trial = 0; trial < kTrials; ++trial) {
         const checks::Equations e(trial);
         ours.see(e, trial);
-        qr.see(checks::normalResidual(e.x, e.y, DoubleLeastSqQR(e.x).solve(e.y)), trial);
         const DoubleVec x = lapackLeastSquares(Driver::kDgels, e.x, e.y);
         lapack.see(checks::normalResidual(e.x, e.y, x), trial);
     }
-    printRow("`DoubleLeastSqQR`", qr, &lapack, "`dgels`");
-    for (const Worst* worst : ours.all())
-        if (worst == &ours.batch)
-            printRow("`DoubleLeastSqCh`", *worst, &lapack, "`dgels`");
-        else
-            printRow("`DoubleLeastSqInc`", *worst, worst == &ours.oneByOne ? &lapack : nullptr,
-                     "`dgels`");
+    const auto rows = ours.all();
+    for (std::size_t i = 0; i < rows.size(); ++i)  // the solutions, then what dgels does not do
+        printRow("least squares", *rows[i], i < 3 ? &lapack : nullptr, "`dgels`");
 }
 
 using Solve = std::function<DoubleVec(const DoubleGenMat&, const DoubleVec&)>;  // empty: refused

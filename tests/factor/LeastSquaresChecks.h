@@ -6,6 +6,7 @@
 
 #include "knotwork/factor/DoubleLeastSqCh.h"
 #include "knotwork/factor/DoubleLeastSqInc.h"
+#include "knotwork/factor/DoubleLeastSqQR.h"
 #include "knotwork/factor/DoubleSVDecomp.h"
 #include "tests/factor/CholeskyChecks.h"
 
@@ -56,20 +57,22 @@ struct Equations {
     DoubleVec y;
 };
 
-struct IncrementalRatios {
-    Worst batch{"all at once: X^T (y - X b)"};
-    Worst oneByOne{"one by one: X^T (y - X b)"};
-    Worst norm{"residual norm"};
-    Worst difference{"one by one against all at once, over cond(X)^2"};
-    Worst withdrawn{"one more added and withdrawn: X^T (y - X b)", 1e3};
-    std::array<const Worst*, 5> all() const
+struct LeastSquaresRatios {
+    Worst qr{"`DoubleLeastSqQR`: X^T (y - X b)"};
+    Worst batch{"`DoubleLeastSqCh`: X^T (y - X b)"};
+    Worst oneByOne{"`DoubleLeastSqInc`: X^T (y - X b)"};
+    Worst norm{"`DoubleLeastSqInc`: residual norm"};
+    Worst difference{"`DoubleLeastSqInc` - `DoubleLeastSqCh`, over cond(X)^2"};
+    Worst withdrawn{"`DoubleLeastSqInc`, one more withdrawn: X^T (y - X b)", 1e3};
+    std::array<const Worst*, 6> all() const
     {
-        return {&batch, &oneByOne, &norm, &difference, &withdrawn};
+        return {&qr, &batch, &oneByOne, &norm, &difference, &withdrawn};
     }
 
     /// False when the fit is not determined, or an equation could not be withdrawn.
     bool see(const Equations& e, unsigned trial)
     {
+        qr.see(normalResidual(e.x, e.y, DoubleLeastSqQR(e.x).solve(e.y)), trial);
         const DoubleLeastSqCh atOnce(e.x);
         if (atOnce.numFreeCols() != 0) return true;  // too close to dependent for X^T X
         const DoubleVec b = atOnce.solve(e.y);

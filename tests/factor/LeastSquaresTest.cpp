@@ -28,7 +28,7 @@ using testing::ElementsAre;
 
 TEST(LeastSquaresTest, EquationsOneByOneGiveTheBatchSolution)
 {
-    checks::IncrementalRatios ratios;
+    checks::LeastSquaresRatios ratios;
     for (unsigned trial = 0; trial < checks::kTrials; ++trial)
         ASSERT_TRUE(ratios.see(checks::Equations(trial), trial)) << trial;
     EXPECT_GE(ratios.oneByOne.count(), 20000);

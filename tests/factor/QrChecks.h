@@ -77,6 +77,14 @@ struct QrFactors {
     }
 };
 
+inline DoubleGenMat permuted(const DoubleGenMat& a, const std::vector<int>& order)
+{
+    DoubleGenMat result(a.rows(), a.cols());
+    for (std::size_t j = 0; j < order.size(); ++j)
+        result.col(static_cast<int>(j)) = a.col(order[j]);
+    return result;
+}
+
 struct QrRatios {
     Worst reconstruction{"A P - Q R"};
     Worst orthogonality{"Q^T Q - I"};

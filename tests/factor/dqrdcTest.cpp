@@ -23,6 +23,7 @@ using checks::kQy;
 using checks::kResidual;
 using checks::kSolution;
 using checks::kUntouched;
+using checks::permuted;
 using checks::QrRatios;
 using checks::randomMatrix;
 using testing::ElementsAre;
@@ -36,14 +37,6 @@ struct Factored : checks::QrFactors {
         EXPECT_TRUE(restUntouched());
     }
 };
-
-DoubleGenMat permuted(const DoubleGenMat& a, const std::vector<int>& order)
-{
-    DoubleGenMat result(a.rows(), a.cols());
-    for (std::size_t j = 0; j < order.size(); ++j)
-        result.col(static_cast<int>(j)) = a.col(order[j]);
-    return result;
-}
 
 /// Initial columns in front and final ones behind; returns the range of the free ones.
 std::pair<int, int> expectPlaces(const std::vector<int>& specifiers, const std::vector<int>& order)
