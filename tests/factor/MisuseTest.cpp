@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
-#include <functional>
 
 #include "knotwork/factor/DoubleGenFact.h"
 #include "knotwork/factor/DoubleLeastSqCh.h"
@@ -14,12 +13,14 @@
 #include "knotwork/factor/TriangularSolve.h"
 #include "tests/factor/MatrixChecks.h"
 #include "tests/support/Arrays.h"
-#include "tests/support/RecordingHandler.h"
+#include "tests/support/Misuse.h"
 
 namespace {
 
 using knotwork_test::elements;
+using knotwork_test::expectRaises;
 using knotwork_test::mat;
+using knotwork_test::Misuse;
 using knotwork_test::RecordingHandler;
 using testing::ElementsAre;
 using testing::IsNan;
@@ -91,12 +92,6 @@ void change(unsigned zRows, unsigned c, unsigned s, const DoubleVec* y, DoubleVe
     EXPECT_TRUE(Z == DoubleGenMat(zRows, 2, 1.0));
     EXPECT_TRUE(d.solve(DoubleVec(3, 1.0)) == DoubleVec(3, 1.0)) << "the factor is as it was";
 }
-
-struct Misuse {
-    unsigned code;
-    const char* message;
-    std::function<void()> commit;
-};
 
 const Misuse kQrMisuses[] = {
     {0x5002, "b vector length wrong (1!=3)", [] { expectLength(3, tall().computeQy(kOne, 1)); }},
@@ -214,19 +209,9 @@ const Misuse kCholeskyMisuses[] = {
 
 TEST(FactorMisuseTest, RaisesItsErrorAndStaysInItsMemoryWhenTheHandlerReturns)
 {
-    RecordingHandler handler(RecordingHandler::OnFatal::kReturn);
-    const auto commit = [&](const Misuse& misuse) {
-        SCOPED_TRACE(misuse.message);
-        handler.forget();
-        misuse.commit();
-        ASSERT_FALSE(handler.raised().empty());
-        EXPECT_EQ(handler.raised()[0].code, misuse.code);
-        EXPECT_EQ(handler.raised()[0].message, misuse.message);
-        EXPECT_EQ(handler.raised()[0].origin, 0xF000);
-    };
-    for (const Misuse& misuse : kQrMisuses) commit(misuse);
-    for (const Misuse& misuse : kLuMisuses) commit(misuse);
-    for (const Misuse& misuse : kCholeskyMisuses) commit(misuse);
+    expectRaises(kQrMisuses);
+    expectRaises(kLuMisuses);
+    expectRaises(kCholeskyMisuses);
 }
 
 TEST(FactorMisuseTest, NothingIsWrongWithWhatHasNothingToSolve)
@@ -244,8 +229,7 @@ TEST(FactorMisuseDeathTest, EndsTheProcess)
                             kCholeskyMisuses[12]};
     for (const Misuse& misuse : fatal)
         EXPECT_EXIT(misuse.commit(), testing::KilledBySignal(SIGABRT),
-                    testing::HasSubstr(std::string("** ") + misuse.message +
-                                       ".\n** Processing terminated.\n"));
+                    testing::HasSubstr("** " + misuse.message + ".\n** Processing terminated.\n"));
 }
 
 TEST(FactorMisuseDeathTest, TheMissingEstimateIsOnlyAWarning)
