@@ -221,8 +221,8 @@ DoubleVec bySolver(Solver solver, const DoubleGenMat& a, const DoubleVec& b,
     const auto solve = [&](const TtupleVector& rhs, TtupleVector& unknowns) {
         return solver.solve(rhs, &unknowns, false) == knotwork::kSolved;
     };
-    TtupleVector left(1, b.length(), 0.0);
-    TtupleVector x(1, a.cols(), 0.0);
+    TtupleVector left(1, static_cast<int>(b.length()), 0.0);
+    TtupleVector x(1, static_cast<int>(a.cols()), 0.0);
     DoubleVec rhs(left.component(0));
     DoubleVec unknowns(x.component(0));
     rhs += b * unit(b);
