@@ -233,6 +233,6 @@ TEST_P(KnotfitMemoryTest, LittleMemoryIsSaidSo)
 }
 
 INSTANTIATE_TEST_SUITE_P(Tables, KnotfitMemoryTest,
-                         testing::Values(MemoryCase{"Long", 20000, 2},
+                         testing::Values(MemoryCase{"Long", 60000, 2},
                                          MemoryCase{"Wide", 500, 300}),
                          knotwork_test::CaseName());
