@@ -15,7 +15,13 @@ bool allFinite(const DoubleVec& v)
 
 double largestMagnitude(const DoubleVec& v)
 {
-    return v.length() == 0 ? 0.0 : maxValue(abs(v));
+    double largest = 0.0;
+    for (int i = 0, n = static_cast<int>(v.length()); i < n; ++i) {
+        const double magnitude = std::fabs(v(i));
+        if (std::isnan(magnitude)) return magnitude;
+        largest = std::max(largest, magnitude);
+    }
+    return largest;
 }
 
 DoubleVec contiguous(const DoubleVec& v)

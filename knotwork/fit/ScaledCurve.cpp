@@ -3,6 +3,8 @@
 
 #include <cmath>
 
+#include "knotwork/fit/Numbers.h"
+
 namespace knotwork {
 
 namespace {
@@ -48,7 +50,7 @@ ScaledCurve::ScaledCurve(const TtupleVector& points, const DoubleVec& parameters
     }
     for (int k = 0; k < rhs_.size(); ++k) {
         DoubleVec coordinate(rhs_.component(k));
-        coordinateExponents_.push_back(exponentOf(maxValue(abs(coordinate))));
+        coordinateExponents_.push_back(exponentOf(largestMagnitude(coordinate)));
         for (int i = 0; i < rhs_.points(); ++i)
             coordinate(i) = std::ldexp(coordinate(i), -coordinateExponents_.back());
     }
