@@ -24,8 +24,9 @@ struct TwoPhaseArrays;
 ///           a system whose min(M, N) exceeds 65535 stays dependent.
 /// Speed     a system with few entries in a row, or a larger dense one, is solved on a short road
 ///           that uses them, or works in blocks, where rounding and the thresholds above cannot
-///           tell the difference; what is said here holds on both roads. A right-hand side within reach of the thresholds takes the literal
-///           road, for which the first such solve factors a copy of its own.
+///           tell the difference; what is said here holds on both roads. A right-hand side within
+///           reach of the thresholds takes the literal road, for which the first such solve factors
+///           a copy of its own.
 /// Source    Lawson, Hanson: Solving Least Squares Problems (SIAM 1995), chapters 20 and 21, for
 ///           elimination of constraints; Businger, Golub: Linear least squares solutions by
 ///           Householder transformations, Numer. Math. 7 (1965), for the pivoting and downdating.
