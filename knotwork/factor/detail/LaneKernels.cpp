@@ -3,33 +3,16 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 
-// The helpers are always inlined: no vector crosses a call, so no calling convention is at stake.
-#pragma GCC diagnostic ignored "-Wpsabi"
+#include "knotwork/factor/detail/Pack.h"
 
 namespace knotwork {
 
 namespace {
 
-typedef double Pack __attribute__((vector_size(32)));
-constexpr std::ptrdiff_t kPack = 4;
-
 // Sums of squares in this range have lost no digits.
 constexpr double kLeastSquare = 1e-280;
 constexpr double kMostSquare = 1e280;
-
-[[gnu::always_inline]] inline Pack load(const double* p)
-{
-    Pack pack;
-    std::memcpy(&pack, p, sizeof pack);
-    return pack;
-}
-
-[[gnu::always_inline]] inline void store(double* p, const Pack& pack)
-{
-    std::memcpy(p, &pack, sizeof pack);
-}
 
 /// out[c] = x . column c, for `Count` columns of n numbers, n a multiple of four.
 template <int Count>

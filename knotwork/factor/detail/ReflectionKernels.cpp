@@ -1,34 +1,16 @@
 // SPDX-License-Identifier: MIT
 #include "knotwork/factor/detail/ReflectionKernels.h"
 
-#include <cstring>
-
 #include "knotwork/factor/PanelKernels.h"
-
-// The helpers are always inlined: no vector crosses a call, so no calling convention is at stake.
-#pragma GCC diagnostic ignored "-Wpsabi"
+#include "knotwork/factor/detail/Pack.h"
 
 namespace knotwork {
 
 namespace {
 
-typedef double Pack __attribute__((vector_size(32)));
-constexpr int kPack = 4;
 constexpr int kGroup = 4;  // reflections that go through the registers together
 constexpr int kPair = 2;   // columns likewise
 constexpr int kMost = ReflectionBlock::kMost;
-
-[[gnu::always_inline]] inline Pack load(const double* p)
-{
-    Pack pack;
-    std::memcpy(&pack, p, sizeof pack);
-    return pack;
-}
-
-[[gnu::always_inline]] inline void store(double* p, const Pack& pack)
-{
-    std::memcpy(p, &pack, sizeof pack);
-}
 
 [[gnu::always_inline]] inline double total(const Pack& lanes)
 {
@@ -42,7 +24,7 @@ template <int Vs, int Xs>
                                         double (*out)[kMost])
 {
     Pack sums[Xs][Vs] = {};
-    int i = 0;
+    std::ptrdiff_t i = 0;
     for (; i + kPack <= n; i += kPack) {
         Pack packs[Vs];
         for (int r = 0; r < Vs; ++r) packs[r] = load(v + r * vLeading + i);
@@ -54,7 +36,8 @@ template <int Vs, int Xs>
     for (int c = 0; c < Xs; ++c)
         for (int r = 0; r < Vs; ++r) {
             double rest = 0.0;
-            for (int k = i; k < n; ++k) rest += v[r * vLeading + k] * x[c * xLeading + k];
+            for (std::ptrdiff_t k = i; k < n; ++k)
+                rest += v[r * vLeading + k] * x[c * xLeading + k];
             out[c][r] = total(sums[c][r]) + rest;
         }
 }
@@ -65,7 +48,7 @@ template <int Vs, int Xs>
                                             const double (*w)[kMost], double* x,
                                             std::ptrdiff_t xLeading)
 {
-    int i = 0;
+    std::ptrdiff_t i = 0;
     for (; i + kPack <= n; i += kPack) {
         Pack packs[Vs];
         for (int r = 0; r < Vs; ++r) packs[r] = load(v + r * vLeading + i);
@@ -138,7 +121,7 @@ template <int Count>
                                                  double* out)
 {
     Pack sums[Count] = {};
-    int i = 0;
+    std::ptrdiff_t i = 0;
     for (; i + kPack <= n; i += kPack) {
         const Pack uPack = load(u + i);
         const Pack vPack = load(v + i);
@@ -150,7 +133,7 @@ template <int Count>
     }
     for (int c = 0; c < Count; ++c) {
         double rest = 0.0;
-        for (int k = i; k < n; ++k) {
+        for (std::ptrdiff_t k = i; k < n; ++k) {
             columns[c][k] += factors[c] * u[k];
             rest += v[k] * columns[c][k];
         }
