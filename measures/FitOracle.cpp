@@ -64,15 +64,48 @@ double crossing(const SurfaceProblem& p, const LineConstraint& ofU, const LineCo
     return alongV >= 0 ? ofV.values[at(alongV * p.dimension + k)] : 0.0;
 }
 
+/// A power of two for each unknown, that brings its largest entry in any row to 1 or a little more.
+std::vector<Quad> unknownScales(const Equations& e)
+{
+    std::vector<double> largest(at(e.fitted.rows()), 0.0);
+    for (const QuadMatrix* rows : {&e.fitted, &e.met})
+        for (int j = 0; j < rows->cols(); ++j)
+            for (int i = 0; i < rows->rows(); ++i)
+                largest[at(i)] =
+                    std::max(largest[at(i)], std::fabs(static_cast<double>((*rows)(i, j))));
+    std::vector<Quad> scales;
+    for (const double x : largest)
+        scales.push_back(x > 0.0 ? std::ldexp(1.0, -std::ilogb(x)) : 1.0);
+    return scales;
+}
+
+QuadMatrix scaledRows(QuadMatrix rows, const std::vector<Quad>& scales)
+{
+    for (int j = 0; j < rows.cols(); ++j)
+        for (int i = 0; i < rows.rows(); ++i) rows(i, j) *= scales[at(i)];
+    return rows;
+}
+
 /// Solves for columns of right-hand sides in the data's units: first those of samples, then those
-/// of constraints.
+/// of constraints. Scales of unknowns change no answer: what a function that is nowhere but small
+/// multiplies is as determined as the others, so that ranks are those with all functions alike.
 class Direction {
   public:
     explicit Direction(const Equations& equations)
-        : equations_(equations), system_(equations_.fitted, equations_.met)
+        : equations_(equations),
+          scales_(unknownScales(equations)),
+          system_(scaledRows(equations.fitted, scales_), scaledRows(equations.met, scales_))
     {
     }
     const ConstrainedLeastSquares& system() const { return system_; }
+
+    /// Of the equations as they are; infinite where it is beyond what can be told.
+    double condition() const
+    {
+        const ConstrainedLeastSquares asGiven(equations_.fitted, equations_.met);
+        return asGiven.determined() ? asGiven.condition() : HUGE_VAL;
+    }
+
     QuadMatrix solve(const QuadMatrix& rhs) const
     {
         QuadMatrix fitted(equations_.fitted.cols(), rhs.cols());
@@ -83,11 +116,12 @@ class Direction {
             for (int i = 0; i < met.rows(); ++i)
                 met(i, k) = equations_.metScales[at(i)] * rhs(fitted.rows() + i, k);
         }
-        return system_.solve(fitted, met);
+        return scaledRows(system_.solve(fitted, met), scales_);
     }
 
   private:
     Equations equations_;
+    std::vector<Quad> scales_;
     ConstrainedLeastSquares system_;
 };
 
@@ -164,7 +198,7 @@ OracleAnswer answerFor(const CurveProblem& p)
     answer.determined = system.determined();
     answer.margin = system.margin();
     if (!answer.determined) return answer;
-    answer.condition = system.condition();
+    answer.condition = direction.condition();
     const int samples = static_cast<int>(p.parameters.size());
     QuadMatrix rhs(samples + static_cast<int>(places.size()), p.dimension);
     for (int k = 0; k < p.dimension; ++k)
@@ -187,7 +221,7 @@ OracleAnswer answerFor(const SurfaceProblem& p)
     answer.determined = u.system().determined() && v.system().determined();
     answer.margin = std::min(u.system().margin(), v.system().margin());
     if (!answer.determined) return answer;
-    answer.condition = u.system().condition() * v.system().condition();
+    answer.condition = u.condition() * v.condition();
     const int inU = static_cast<int>(p.uParameters.size());
     const int inV = static_cast<int>(p.vParameters.size());
     const int d = p.dimension;
