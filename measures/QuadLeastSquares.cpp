@@ -55,27 +55,29 @@ QuadMatrix transposed(const QuadMatrix& a)
     return t;
 }
 
-PivotedQr::PivotedQr(QuadMatrix a) : a_(std::move(a)), pivots_(at(a_.cols()))
+double longestColumn(const QuadMatrix& a)
 {
-    std::iota(pivots_.begin(), pivots_.end(), 0);
-    factor();
+    double most = 0.0;
+    for (int j = 0; j < a.cols(); ++j) most = std::max(most, squaredLength(a.col(j), 0, a.rows()));
+    return std::sqrt(most);
 }
 
-void PivotedQr::factor()
+PivotedQr::PivotedQr(QuadMatrix a, double size) : a_(std::move(a)), pivots_(at(a_.cols()))
+{
+    std::iota(pivots_.begin(), pivots_.end(), 0);
+    factor(size);
+}
+
+void PivotedQr::factor(double size)
 {
     const int m = a_.rows();
     std::vector<double> squares;  // what is left of each column: choosing needs no more digits
     for (int j = 0; j < a_.cols(); ++j) squares.push_back(squaredLength(a_.col(j), 0, m));
-    double longest = 0.0;
     for (int k = 0; k < a_.cols(); ++k) {
         const auto most = std::max_element(squares.begin() + k, squares.end());
-        const double left = std::sqrt(*most);
-        if (k == 0) longest = left;
-        if (k < m && longest > 0.0) margin_ = std::min(margin_, left / longest);
-        if (k == m || !(left > kRankTolerance * longest)) {
-            if (k == m || longest == 0.0) margin_ = 0.0;
-            return;
-        }
+        const double left = k < m ? std::sqrt(*most) : 0.0;
+        margin_ = size > 0.0 ? std::min(margin_, left / size) : 0.0;
+        if (!(margin_ > kRankTolerance)) return;
         const int p = static_cast<int>(most - squares.begin());
         std::swap(squares[at(k)], squares[at(p)]);
         std::swap(pivots_[at(k)], pivots_[at(p)]);
@@ -201,7 +203,10 @@ double PivotedQr::condition() const
 
 ConstrainedLeastSquares::ConstrainedLeastSquares(QuadMatrix dataRows,
                                                  const QuadMatrix& constraintRows)
-    : constraints_(constraintRows), rotatedRows_(rotated(std::move(dataRows))), data_(leftOver())
+    : constraints_(constraintRows, longestColumn(constraintRows)),
+      dataSize_(longestColumn(dataRows)),
+      rotatedRows_(rotated(std::move(dataRows))),
+      data_(leftOver(), dataSize_)
 {
 }
 

@@ -44,17 +44,19 @@ class QuadMatrix {
 };
 
 QuadMatrix transposed(const QuadMatrix& a);
+double longestColumn(const QuadMatrix& a);  ///< 0 for none
 
 /// A P = Q R by Householder's reflections, the longest column left going first. Ends where what is
-/// left is below kRankTolerance of the longest column of all.
+/// left is below kRankTolerance of a size, so that rounding does not pass for rank.
 class PivotedQr {
   public:
     static constexpr double kRankTolerance = 1e-25;
 
-    explicit PivotedQr(QuadMatrix a);
+    /// The size: of what A was made from, where that can have cancelled.
+    PivotedQr(QuadMatrix a, double size);
     int rank() const { return static_cast<int>(reflections_.size()); }
     bool fullRank() const { return rank() == a_.cols(); }
-    double margin() const { return margin_; }  ///< the shortest pivot, of the longest; 1 for none
+    double margin() const { return margin_; }  ///< the shortest pivot, of the size; 1 for none
 
     void applyTransposed(QuadMatrix& b) const;  ///< b becomes Q^T b
     void apply(QuadMatrix& b) const;            ///< b becomes Q b
@@ -69,7 +71,7 @@ class PivotedQr {
         std::vector<int> nonZeros;  // of v
     };
 
-    void factor();
+    void factor(double size);
     Reflection reflectColumn(int k);
     void reflect(const Reflection& reflection, int k, Quad* column) const;
     Quad r(int i, int j) const
@@ -107,6 +109,7 @@ class ConstrainedLeastSquares {
     QuadMatrix leftOver() const;
 
     PivotedQr constraints_;
+    double dataSize_;
     QuadMatrix rotatedRows_;  // A Q, row i in column i
     PivotedQr data_;
 };

@@ -136,7 +136,7 @@ Numbers wildParameters(Draw& draw, const BsplineBasis& basis, int count)
     const Numbers breaks = basis.breakpoints();
     const int spans = static_cast<int>(breaks.size()) - 1;
     const double range = basis.last() - basis.first();
-    const int kind = draw.below(7);
+    const int kind = draw.below(11);
     const double centre = basis.first() + range * draw.unit();
     const double width = range * draw.power(-4, -1);
     const int distinct = draw.from(1, std::max(1, basis.count() + 2));
@@ -145,6 +145,14 @@ Numbers wildParameters(Draw& draw, const BsplineBasis& basis, int count)
     Numbers few;
     for (int i = 0; i < distinct; ++i) few.push_back(basis.first() + range * draw.unit());
     Numbers values;
+    if (kind > 8) {  // one for each control point, then a few moved where others are
+        for (int i = 0; i < count; ++i)
+            values.push_back(basis.greville(i % basis.count()) + 1e-3 * range * draw.unit());
+        for (int moved = draw.from(1, 2); moved > 0; --moved)
+            values[at(draw.below(count))] =
+                inside(basis, draw.oneOf(values) + 0.1 * range * draw.signedUnit());
+        return values;
+    }
     for (int i = 0; i < count; ++i) switch (kind) {
             case 0:
             case 1:
@@ -161,6 +169,10 @@ Numbers wildParameters(Draw& draw, const BsplineBasis& basis, int count)
                 values.push_back(draw.oneOf(few));
                 break;
             case 5:
+            case 6:
+                values.push_back(draw.oneOf(few) + width * draw.signedUnit());
+                break;
+            case 7:
                 values.push_back(inSpan(breaks, draw.from(firstSpan, lastSpan), draw.unit()));
                 break;
             default:

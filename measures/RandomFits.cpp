@@ -20,8 +20,8 @@ namespace {
 
 using Numbers = std::vector<double>;
 
-constexpr Wildness kCurves{34, 5, 65, 4};
-constexpr Wildness kSurfaces{12, 4, 88, 2};
+constexpr Wildness kCurves{34, 5, 48, 4};
+constexpr Wildness kSurfaces{12, 4, 80, 2};
 
 std::size_t at(int i)
 {
@@ -129,6 +129,13 @@ std::vector<LineConstraint> randomLines(Draw& draw, const BsplineBasis& basis,
     for (const Place& place : randomPlaces(draw, basis, parameters, count)) {
         LineConstraint line{place.parameter, place.derivative, {}};
         if (line.derivative == 0) line.parameter = draw.oneOf(parameters);
+        const auto same = std::find_if(lines.begin(), lines.end(), [&line](const auto& other) {
+            return other.derivative == line.derivative && other.parameter == line.parameter;
+        });
+        if (same != lines.end()) {  // with other values it would contradict lines that cross
+            lines.push_back(LineConstraint(*same));
+            continue;
+        }
         const double steep = steepness(draw, basis, line.derivative);
         for (int j = 0; j < static_cast<int>(alongParameters.size()); ++j)
             for (const Coordinate& coordinate : coordinates)
