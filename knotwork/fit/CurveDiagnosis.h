@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "knotwork/fit/BsplineBasis.h"
-#include "knotwork/linalg/DoubleGenMat.h"
+#include "knotwork/fit/ScaledRows.h"
 
 namespace knotwork {
 
@@ -16,8 +16,11 @@ namespace knotwork {
 std::string whyUndetermined(const BsplineBasis& basis, std::vector<double> parameters);
 
 constexpr const char* kNotFixed = "data and constraints together do not fix every control point";
+constexpr const char* kTooCloseToDependent =
+    "the system is too close to dependent for a trustworthy answer";
 
-/// Whether the last `constraints` rows of a system of unit size depend on each other.
-bool constraintRowsDepend(const DoubleGenMat& matrix, int constraints);
+/// That the constraints of a system depend on each other, and which ones: the first that is a
+/// combination of others before it, with those, counted from 0.
+std::string whyDependent(const ScaledRows& rows);
 
 }  // namespace knotwork

@@ -93,7 +93,7 @@ std::string figures(const CurveFitReport& report)
                   "%d points, %d control points, %d %s equations: RMS %.3g, largest residual %.3g, "
                   "constraint residual %.2g",
                   report.dataPoints, report.unknowns, report.constraints,
-                  report.verdict == FitVerdict::kFitted ? "fitted" : "exact", report.rms,
+                  report.verdict == FitVerdict::kCompromise ? "fitted" : "exact", report.rms,
                   report.maxResidual, report.constraintResidual);
     return text;
 }

@@ -24,7 +24,7 @@ std::string figures(const FittedSurface& surface)
                   "%d points, %d x %d control points, %d %s equations: RMS %.3g, "
                   "largest residual %.3g at (%.5g, %.5g), constraint residual %.2g",
                   r.dataPoints, surface.u.count(), surface.v.count(), r.constraints,
-                  r.verdict == FitVerdict::kFitted ? "fitted" : "exact", r.rms, r.maxResidual,
+                  r.verdict == FitVerdict::kCompromise ? "fitted" : "exact", r.rms, r.maxResidual,
                   r.maxResidualAtU, r.maxResidualAtV, r.constraintResidual);
     return text;
 }
