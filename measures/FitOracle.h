@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <string>
 #include <vector>
 
 #include "knotwork/fit/CurveFit.h"
@@ -39,7 +38,8 @@ struct OracleAnswer {
     bool determined = false;  ///< there is one answer
     double margin = 0.0;      ///< smallest pivot, of the largest: how close to not determined
     /// The larger of that of the constraints' rows at length 1 and that of the data's weighted rows
-    /// on the constraints' null space; for surfaces the product of both directions'.
+    /// on the constraints' null space, these counting as large as they are off it; for surfaces the
+    /// product of both directions'.
     double condition = 0.0;
     std::vector<double> controlPoints;  ///< as fits lay them out; empty unless determined
 };

@@ -62,13 +62,14 @@ double longestColumn(const QuadMatrix& a)
     return std::sqrt(most);
 }
 
-PivotedQr::PivotedQr(QuadMatrix a, double size) : a_(std::move(a)), pivots_(at(a_.cols()))
+PivotedQr::PivotedQr(QuadMatrix a, double size)
+    : a_(std::move(a)), pivots_(at(a_.cols())), size_(size)
 {
     std::iota(pivots_.begin(), pivots_.end(), 0);
-    factor(size);
+    factor();
 }
 
-void PivotedQr::factor(double size)
+void PivotedQr::factor()
 {
     const int m = a_.rows();
     std::vector<double> squares;  // what is left of each column: choosing needs no more digits
@@ -76,7 +77,7 @@ void PivotedQr::factor(double size)
     for (int k = 0; k < a_.cols(); ++k) {
         const auto most = std::max_element(squares.begin() + k, squares.end());
         const double left = k < m ? std::sqrt(*most) : 0.0;
-        margin_ = size > 0.0 ? std::min(margin_, left / size) : 0.0;
+        margin_ = size_ > 0.0 ? std::min(margin_, left / size_) : 0.0;
         if (!(margin_ > kRankTolerance)) return;
         const int p = static_cast<int>(most - squares.begin());
         std::swap(squares[at(k)], squares[at(p)]);
@@ -198,7 +199,7 @@ double PivotedQr::condition() const
         smallestInverse = length(small);
         solveInPlace(small.data());
     }
-    return static_cast<double>(largest * smallestInverse);
+    return std::max(static_cast<double>(largest), size_) * static_cast<double>(smallestInverse);
 }
 
 ConstrainedLeastSquares::ConstrainedLeastSquares(QuadMatrix dataRows,

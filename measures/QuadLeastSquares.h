@@ -63,7 +63,9 @@ class PivotedQr {
     // With full rank:
     QuadMatrix solve(const QuadMatrix& b) const;            ///< R P^T x = the first rows of b
     QuadMatrix solveTransposed(const QuadMatrix& b) const;  ///< the y with P R^T y = b
-    double condition() const;  ///< largest by smallest singular value, to about a tenth
+    /// The size or the largest singular value, whichever is larger, by the smallest one, to about a
+    /// tenth.
+    double condition() const;
 
   private:
     struct Reflection {
@@ -71,7 +73,7 @@ class PivotedQr {
         std::vector<int> nonZeros;  // of v
     };
 
-    void factor(double size);
+    void factor();
     Reflection reflectColumn(int k);
     void reflect(const Reflection& reflection, int k, Quad* column) const;
     Quad r(int i, int j) const
@@ -86,6 +88,7 @@ class PivotedQr {
     std::vector<Reflection> reflections_;
     std::vector<Quad> diagonal_;
     std::vector<int> pivots_;  // position k holds column pivots_[k]
+    double size_;
     double margin_ = 1.0;
 };
 
@@ -99,7 +102,8 @@ class ConstrainedLeastSquares {
     bool dependent() const { return !constraints_.fullRank(); }
     bool determined() const { return !dependent() && data_.fullRank(); }
     double margin() const;  ///< the closest that a rank came to being less
-    /// The larger of that of C and that of A on the null space of C.
+    /// The larger of that of C and that of A on the null space of C, where A counts as large as it
+    /// was: what the constraints leave of it can be small as a whole.
     double condition() const;
     /// When determined: one column of unknowns for each column of the right-hand sides.
     QuadMatrix solve(QuadMatrix dataRhs, const QuadMatrix& constraintRhs) const;
