@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 #include "knotwork/factor/InverseNorm.h"
 #include "knotwork/factor/detail/LaneKernels.h"
@@ -60,6 +61,22 @@ DoubleGenMat BandTriangle::expanded() const
 void BandTriangle::scale(double factor)
 {
     for (double& v : values_) v *= factor;
+}
+
+void BandTriangle::raiseDiagonal(double least)
+{
+    std::vector<double> values;
+    values.reserve(values_.size());
+    for (int j = 0; j < size(); ++j) {
+        const auto first = values.size();
+        values.insert(values.end(), row(j), row(j) + count(j));
+        if (count(j) == 0) values.push_back(0.0);
+        if (!(std::fabs(values[first]) >= least)) values[first] = least;
+    }
+    std::vector<std::ptrdiff_t> starts = {0};
+    for (int j = 0; j < size(); ++j) starts.push_back(starts.back() + std::max(1, count(j)));
+    starts_ = std::move(starts);
+    values_ = std::move(values);
 }
 
 template <int Lanes>

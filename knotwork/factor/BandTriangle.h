@@ -26,6 +26,8 @@ class BandTriangle {
     double* values() { return values_.data(); }
     const std::ptrdiff_t* starts() const { return starts_.data(); }
     void scale(double factor);
+    /// Brings diagonal entries below a magnitude up to that; empty rows get one.
+    void raiseDiagonal(double least);
 
     /// y -= R x, for right-hand sides in lanes (see LaneKernels.h).
     template <int Lanes>

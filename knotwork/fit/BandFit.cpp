@@ -19,7 +19,7 @@ constexpr double kExactEps = 0x1p-100;  // of doubled precision, with room for a
 // Rounding leaves of a triangle that is singular a condition of 1e15 or more.
 constexpr double kMostCondition = 1e12;   // refinement still gains two digits a round
 constexpr double kSurelySingular = 1e14;  // it is said so
-constexpr double kContraction = 4.0;      // a round leaves eps times the condition, times this
+constexpr double kContraction = 4.0;      // a round leaves eps times both conditions, times this
 constexpr double kConverged = 1e-15;      // a correction that small ends the rounds
 constexpr double kNothing = 1e-24;        // the same, of the largest right-hand side
 constexpr double kProgress = 0.5;         // a round that gains less will not get there
@@ -90,6 +90,16 @@ BandFit::State BandFit::state() const
     if (!(condition() <= kSurelySingular)) return State::kUndetermined;
     const bool far = condition() <= kMostCondition && constraintCondition() <= kMostCondition;
     return far ? State::kSolvable : State::kTooClose;
+}
+
+std::vector<int> BandFit::weakUnknowns() const
+{
+    constexpr double kPart = 0.1;  // of the largest
+    const std::vector<double> direction = factors_->weakestDirection();
+    std::vector<int> unknowns;
+    for (std::size_t j = 0; j < direction.size(); ++j)
+        if (std::fabs(direction[j]) > kPart) unknowns.push_back(static_cast<int>(j));
+    return unknowns;
 }
 
 double BandFit::amplification() const
@@ -257,7 +267,8 @@ double BandFit::solve(const NumberBlock& b, int dimension, double wanted, Number
                       const std::function<void(int)>& progress) const
 {
     Refinement refinement(*this, b, dimension, x);
-    const double contraction = kContraction * kEps * (condition() + constraintCondition());
+    const double contraction =
+        kContraction * kEps * (1.0 + condition()) * (1.0 + constraintCondition());
     refinement.correctPlainly(progress);  // from zeros
     refinement.correctPlainly(progress);
     const double plain = refinement.uncertainty(kEps, 0.0) + contraction * refinement.moved(0.0);
@@ -266,14 +277,9 @@ double BandFit::solve(const NumberBlock& b, int dimension, double wanted, Number
     double before = std::numeric_limits<double>::infinity();
     for (int round = 0; round < kMostRounds; ++round) {
         refinement.correctExactly();
-        // Where data cancel, rounding of the data is what there is to find.
-        const double moved = refinement.moved(0.0);
-        const bool nothing = refinement.moved(1.0) <= kNothing;
-        if (moved <= kConverged || nothing) {
-            const double ofRight = nothing ? 1.0 : 0.0;
-            return contraction * refinement.moved(ofRight) +
-                   refinement.uncertainty(kExactEps, ofRight);
-        }
+        const double moved = refinement.moved(1.0);
+        if (refinement.moved(0.0) <= kConverged || moved <= kNothing)
+            return contraction * moved + refinement.uncertainty(kExactEps, 1.0);
         if (!(moved < kProgress * before)) return std::max(1.0, moved);
         before = moved;
     }

@@ -43,6 +43,9 @@ class BandFit {
     double condition() const { return factors_->condition(); }
     double constraintCondition() const { return factors_->constraintCondition(); }
 
+    /// The unknowns that are hardly fixed, or not at all, counted from 0.
+    std::vector<int> weakUnknowns() const;
+
     /// How much larger than the largest right-hand side a solution can be, at most.
     double amplification() const;
 

@@ -149,11 +149,24 @@ std::string whyUndetermined(const BsplineBasis& basis, std::vector<double> param
     return "";
 }
 
+std::string notFixed(const std::vector<int>& controlPoints, const BsplineBasis& basis)
+{
+    return "data and constraints together do not fix " + listed("control point", controlPoints) +
+           " of " + std::to_string(basis.count());
+}
+
+std::string hardlyFixed(const std::vector<int>& controlPoints, const BsplineBasis& basis)
+{
+    return std::string(kTooCloseToDependent) + ": it hardly fixes " +
+           listed("control point", controlPoints) + " of " + std::to_string(basis.count());
+}
+
 std::string whyDependent(const ScaledRows& rows)
 {
+    constexpr int kMostCombined = 1000;  // each keeps as many numbers as there are unknowns
     std::vector<ConstraintCombination> kept;
     std::string why = "the constraints depend on each other";
-    for (int c = 0; c < rows.constraints(); ++c) {
+    for (int c = 0; c < std::min(rows.constraints(), kMostCombined); ++c) {
         ConstraintCombination next(rows, c);
         for (const ConstraintCombination& earlier : kept) next.eliminate(earlier);
         if (next.vanishes()) return why + ": " + listed("constraint", next.parts());

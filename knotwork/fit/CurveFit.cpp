@@ -105,11 +105,13 @@ bool determined(const BandFit& fit, const ScaledCurve& problem, const Task& task
         refuse(report, FitVerdict::kDependentConstraints, whyDependent(problem.rows()));
         return false;
     }
+    if (fit.state() == BandFit::State::kTooClose) {
+        refuse(report, FitVerdict::kInaccurate, hardlyFixed(fit.weakUnknowns(), curve.basis));
+        return false;
+    }
     const std::string why = whyDataLeaveItOpen(task, curve.basis);
-    if (fit.state() == BandFit::State::kTooClose)
-        refuse(report, FitVerdict::kInaccurate, kTooCloseToDependent);
-    else
-        refuse(report, FitVerdict::kUndetermined, why.empty() ? kNotFixed : why);
+    refuse(report, FitVerdict::kUndetermined,
+           why.empty() ? notFixed(fit.weakUnknowns(), curve.basis) : why);
     return false;
 }
 
@@ -136,13 +138,16 @@ void measure(const ScaledCurve& problem, const Task& task, WorkMeter& work, Fitt
 {
     CurveFitReport& report = curve.report;
     const NumberBlock x = problem.scaled(curve.controlPoints);
-    const bool exact = cancels(x);
     ResidualTally tally;
     int largest = 0;
-    for (int i = 0; i < report.dataPoints; ++i) {
-        const double squares =
-            exact ? problem.squaredDistanceExactly(i, x) : problem.squaredDistance(i, x);
-        if (tally.add(squares, problem.rows().weight(i))) largest = i;
+    for (const bool exact : {false, true}) {
+        tally = ResidualTally();
+        for (int i = 0; i < report.dataPoints; ++i) {
+            const double squares =
+                exact ? problem.squaredDistanceExactly(i, x) : problem.squaredDistance(i, x);
+            if (tally.add(squares, problem.rows().weight(i))) largest = i;
+        }
+        if (tally.standsRounding(problem.largestTerm(x))) break;
     }
     work.add(kResidualCost * report.dataPoints);
     report.rms = std::ldexp(tally.rms(), problem.figureExponent());

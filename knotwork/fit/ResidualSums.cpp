@@ -2,7 +2,6 @@
 #include "knotwork/fit/ResidualSums.h"
 
 #include <algorithm>
-#include <cmath>
 
 namespace knotwork {
 
@@ -103,13 +102,6 @@ ResidualSums sumResidualsExactly(const ScaledRows& rows, int count, const Number
         }
     }
     return sums;
-}
-
-bool cancels(const NumberBlock& x)
-{
-    constexpr double kLarge = 1e4;
-    return std::any_of(x.high.begin(), x.high.end(),
-                       [](double v) { return std::fabs(v) > kLarge; });
 }
 
 DoubleDouble exactResidual(const ScaledRows& rows, int row, const NumberBlock& b,

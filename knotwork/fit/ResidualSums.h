@@ -55,10 +55,6 @@ ResidualSums sumResiduals(const ScaledRows& rows, int count, const NumberBlock& 
 ResidualSums sumResidualsExactly(const ScaledRows& rows, int count, const NumberBlock& b,
                                  const NumberBlock& x);
 
-/// Whether unknowns are so large beside right-hand sides of unit size that these are what is left
-/// of sums that cancel, so that rounding shows in plain residuals.
-bool cancels(const NumberBlock& x);
-
 /// What x leaves of one right-hand side of a row, without its weight, in doubled precision.
 DoubleDouble exactResidual(const ScaledRows& rows, int row, const NumberBlock& b,
                            const NumberBlock& x, int column);

@@ -22,6 +22,14 @@ class ResidualTally {
         return true;
     }
 
+    /// Whether distances that rounded, each by about eps times the largest of the numbers that it
+    /// is made of, are good for three digits.
+    bool standsRounding(double largestNumber) const
+    {
+        constexpr double kRounding = 16 * 0x1p-52;
+        return rms() > 1e3 * kRounding * largestNumber;
+    }
+
     double rms() const { return std::sqrt((total_ / weights_).high); }
     double largest() const { return std::sqrt(largest_); }
 

@@ -100,6 +100,15 @@ ScaledCurve::Deviation ScaledCurve::constraintDeviation(const NumberBlock& x) co
     return worst;
 }
 
+double ScaledCurve::largestTerm(const NumberBlock& x) const
+{
+    double largest = 0.0;
+    for (std::size_t i = 0; i < x.high.size(); ++i)
+        largest =
+            std::max(largest, std::fabs(x.high[i]) * figureFactors_[i % figureFactors_.size()]);
+    return largest;
+}
+
 double ScaledCurve::squaredDistance(int i, const NumberBlock& x) const
 {
     const double* entries = rows_.entries(i);

@@ -36,6 +36,8 @@ class ScaledCurve {
     double squaredDistance(int i, const NumberBlock& x) const;
     double squaredDistanceExactly(int i, const NumberBlock& x) const;
     int figureExponent() const { return figureExponent_; }
+    /// The largest number that goes into a distance, in its units.
+    double largestTerm(const NumberBlock& x) const;
 
   private:
     void addData(const TtupleVector& points, const DoubleVec& parameters, const DoubleVec& weights,

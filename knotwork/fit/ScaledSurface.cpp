@@ -136,6 +136,15 @@ NumberBlock ScaledSurface::scaled(const std::vector<double>& controlPoints) cons
     return x;
 }
 
+double ScaledSurface::largestTerm(const NumberBlock& x) const
+{
+    double largest = 0.0;
+    for (std::size_t i = 0; i < x.high.size(); ++i)
+        largest =
+            std::max(largest, std::fabs(x.high[i]) * figureFactors_[i % figureFactors_.size()]);
+    return largest;
+}
+
 NumberBlock ScaledSurface::residuals(const NumberBlock& x) const
 {
     NumberBlock left(v_.dataRows(), u_.dataRows() * dimension_, true);

@@ -55,8 +55,10 @@ class ScaledSurface {
     NumberBlock residuals(const NumberBlock& x) const;
     /// visit(i, j, squared distance of the sample from x in units of 2^figureExponent()).
     template <class Visit>
-    void forDistances(const NumberBlock& x, Visit visit) const;
+    void forDistances(const NumberBlock& x, bool exactly, Visit visit) const;
     int figureExponent() const { return figureExponent_; }
+    /// The largest number that goes into a distance, in its units.
+    double largestTerm(const NumberBlock& x) const;
 
   private:
     void fillSamples(const TtupleMatrix& points);
@@ -118,7 +120,7 @@ void ScaledSurface::forResiduals(const NumberBlock& x, Visit visit) const
 }
 
 template <class Visit>
-void ScaledSurface::forDistances(const NumberBlock& x, Visit visit) const
+void ScaledSurface::forDistances(const NumberBlock& x, bool exactly, Visit visit) const
 {
     const auto squaresOf = [&](auto high) {
         return [this, high, &visit](int i, int j, const auto* left) {
@@ -130,7 +132,7 @@ void ScaledSurface::forDistances(const NumberBlock& x, Visit visit) const
             visit(i, j, squares);
         };
     };
-    if (cancels(x))
+    if (exactly)
         forResiduals<DoubleDouble>(x, squaresOf([](DoubleDouble r) { return r.high; }));
     else
         forResiduals<double>(x, squaresOf([](double r) { return r; }));

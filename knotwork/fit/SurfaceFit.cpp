@@ -96,11 +96,15 @@ void measureData(const SurfaceData& data, const ScaledSurface& problem, const Nu
                  FittedSurface& fitted)
 {
     ResidualTally tally;
-    problem.forDistances(x, [&](int i, int j, double squares) {
-        if (!tally.add(squares)) return;
-        fitted.report.maxResidualAtU = data.uParameters(i);
-        fitted.report.maxResidualAtV = data.vParameters(j);
-    });
+    for (const bool exactly : {false, true}) {
+        tally = ResidualTally();
+        problem.forDistances(x, exactly, [&](int i, int j, double squares) {
+            if (!tally.add(squares)) return;
+            fitted.report.maxResidualAtU = data.uParameters(i);
+            fitted.report.maxResidualAtV = data.vParameters(j);
+        });
+        if (tally.standsRounding(problem.largestTerm(x))) break;
+    }
     fitted.report.rms = std::ldexp(tally.rms(), problem.figureExponent());
     fitted.report.maxResidual = std::ldexp(tally.largest(), problem.figureExponent());
 }
@@ -136,9 +140,10 @@ bool determined(const char* name, const BandFit& fit, const ScaledRows& rows,
                where + std::to_string(rows.cols()) + " unknowns are more than " +
                    std::to_string(rows.count()) + " lines can fix");
     else if (state == BandFit::State::kUndetermined)
-        refuse(fitted, FitVerdict::kUndetermined, where + (why.empty() ? kNotFixed : why));
+        refuse(fitted, FitVerdict::kUndetermined,
+               where + (why.empty() ? notFixed(fit.weakUnknowns(), basis) : why));
     else
-        refuse(fitted, FitVerdict::kInaccurate, where + kTooCloseToDependent);
+        refuse(fitted, FitVerdict::kInaccurate, where + hardlyFixed(fit.weakUnknowns(), basis));
     return false;
 }
 

@@ -2,6 +2,7 @@
 #include "knotwork/solvers/detail/ConstrainedTriangle.h"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 #include <vector>
 
@@ -74,6 +75,44 @@ void ConstrainedTriangle::correct(double* g, double* e, double* dx, double* dl) 
     basis_.reflect<Lanes>(g);
     for (int i = 0; i < constraints(); ++i) std::copy_n(row(g, basis_.pivot(i)), Lanes, row(dl, i));
     basis_.solveTransposed<Lanes>(dl);
+}
+
+/// Inverse iteration, from a vector without pattern; what is singular in S is made nearly so.
+std::vector<double> ConstrainedTriangle::weakestDirection() const
+{
+    constexpr int kRounds = 3;
+    BandTriangle S = constraints() == 0 ? triangle_ : free_;
+    const double least = std::numeric_limits<double>::epsilon() * S.normBound();
+    S.raiseDiagonal(least > 0.0 ? least : 1.0);
+    std::vector<double> y(static_cast<std::size_t>(S.size()) * kFewLanes, 0.0);
+    const auto number = [&y](int j) -> double& {
+        return y[static_cast<std::size_t>(j) * kFewLanes];
+    };
+    const auto normalise = [&] {
+        double most = 0.0;
+        for (int j = 0; j < S.size(); ++j) most = std::max(most, std::fabs(number(j)));
+        for (double& v : y) v /= most;
+    };
+    for (int j = 0; j < S.size(); ++j) number(j) = 1.0 + 0.618 * (j % 7) - 0.414 * (j % 5);
+    for (int round = 0; round < kRounds; ++round) {
+        S.solveTransposed<kFewLanes>(y.data());
+        normalise();
+        S.solve<kFewLanes>(y.data());
+        normalise();
+    }
+    std::vector<double> x(static_cast<std::size_t>(cols()) * kFewLanes, 0.0);
+    for (int k = 0; k < S.size(); ++k)
+        x[static_cast<std::size_t>(constraints() == 0 ? k : basis_.freeColumn(k)) * kFewLanes] =
+            number(k);
+    if (constraints() > 0) basis_.restore<kFewLanes>(x.data());
+    std::vector<double> direction(static_cast<std::size_t>(cols()));
+    double most = 0.0;
+    for (int j = 0; j < cols(); ++j) {
+        direction[static_cast<std::size_t>(j)] = x[static_cast<std::size_t>(j) * kFewLanes];
+        most = std::max(most, std::fabs(direction[static_cast<std::size_t>(j)]));
+    }
+    for (double& v : direction) v /= most;
+    return direction;
 }
 
 template void ConstrainedTriangle::correct<kFewLanes>(double*, double*, double*, double*) const;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <vector>
+
 #include "knotwork/factor/BandTriangle.h"
 #include "knotwork/factor/SpanRows.h"
 #include "knotwork/solvers/detail/ConstraintBasis.h"
@@ -32,6 +34,10 @@ class ConstrainedTriangle {
     double constraintCondition() const { return constraintCondition_; }
     /// Of the data rows in what the constraints leave free, an estimate.
     double condition() const { return norm_ * inverseNorm_; }
+
+    /// Unknowns of largest magnitude 1 that the constraints leave free and the data rows hardly
+    /// see: near the singular vector of the smallest singular value.
+    std::vector<double> weakestDirection() const;
 
     /// The change of the unknowns for which the gradient g = X^T r - C^T l and the constraints'
     /// residuals e vanish, and the change of the multipliers l with it. All in lanes (see
