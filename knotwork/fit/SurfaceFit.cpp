@@ -280,6 +280,46 @@ std::vector<double> heldPoints(const IntGenMat& mask, const TtupleMatrix& held)
     return points;
 }
 
+/// A fit along u for each column of control points, around those that are held in it; neighbours
+/// with the same ones share it.
+class ColumnFits {
+  public:
+    ColumnFits(const BandFit& data, const IntGenMat& mask)
+    {
+        std::vector<int> before;
+        for (int j = 0; j < static_cast<int>(mask.cols()); ++j) {
+            std::vector<int> now;
+            for (int i = 0; i < static_cast<int>(mask.rows()); ++i)
+                if (mask(i, j) == kFixed) now.push_back(i);
+            held_ += static_cast<int>(now.size());
+            if (j == 0 || now != before)
+                fits_.push_back(std::make_shared<const BandFit>(data, now));
+            else
+                fits_.push_back(fits_.back());
+            before = std::move(now);
+        }
+    }
+
+    int held() const { return held_; }
+    const BandFit& of(int j) const { return *fits_[static_cast<std::size_t>(j)]; }
+    bool solvable() const
+    {
+        return std::all_of(fits_.begin(), fits_.end(), [](const auto& fit) {
+            return fit->state() == BandFit::State::kSolvable;
+        });
+    }
+    double amplification() const
+    {
+        double most = 0.0;
+        for (const auto& fit : fits_) most = std::max(most, fit->amplification());
+        return most;
+    }
+
+  private:
+    std::vector<std::shared_ptr<const BandFit>> fits_;
+    int held_ = 0;
+};
+
 /// Column j of the control points: what is left of the data in it, with the held ones at 0.
 double solveColumn(const BandFit& fit, const NumberBlock& alongV, int j, int dimension,
                    NumberBlock& x)
@@ -299,31 +339,21 @@ void fitAround(const SurfaceData& data, const IntGenMat& mask, const TtupleMatri
     const ScaledSurface problem(data, {}, {});
     const BandFit fitU(problem.inU(), FitMethod::kHouseholder);
     const BandFit fitV(problem.inV(), FitMethod::kHouseholder);
-    if (fitV.state() != BandFit::State::kSolvable)
+    const ColumnFits columns(fitU, mask);
+    if (fitV.state() != BandFit::State::kSolvable || !columns.solvable())
         return refuse(fitted, FitVerdict::kUndetermined, kFreeNotFixed);
     fitted.controlPoints = heldPoints(mask, held);
     const NumberBlock fixed = problem.scaled(fitted.controlPoints);
     const NumberBlock rest = problem.residuals(fixed);
     NumberBlock alongV;
-    // What a column's own factors make of the error is known later; most are as good as all.
-    const double errorV = fitV.solve(rest, d, kBelievable / (2.0 * std::sqrt(rows)), alongV);
+    const double errorV =
+        fitV.solve(rest, d, kBelievable / (2.0 * columns.amplification()), alongV);
 
     NumberBlock x(data.v.count(), rows * d, false);
-    std::unique_ptr<BandFit> fit;
-    std::vector<int> heldRows;
-    int heldCount = 0;
     for (int j = 0; j < data.v.count(); ++j) {
-        std::vector<int> now;
-        for (int i = 0; i < rows; ++i)
-            if (mask(i, j) == kFixed) now.push_back(i);
-        heldCount += static_cast<int>(now.size());
-        if (fit == nullptr || now != heldRows) fit = std::make_unique<BandFit>(fitU, now);
-        heldRows = std::move(now);
-        if (fit->state() != BandFit::State::kSolvable)
-            return refuse(fitted, FitVerdict::kUndetermined, kFreeNotFixed);
         NumberBlock column;
-        const double error = solveColumn(*fit, alongV, j, d, column);
-        if (!(error + carriedOver(errorV, alongV, *fit, fixed) <= kBelievable))
+        const double error = solveColumn(columns.of(j), alongV, j, d, column);
+        if (!(error + carriedOver(errorV, alongV, columns.of(j), fixed) <= kBelievable))
             return refuse(fitted, FitVerdict::kInaccurate, kTooCloseToDependent);
         std::copy(column.high.begin(), column.high.end(),
                   x.high.begin() + static_cast<std::ptrdiff_t>(x.at(j, 0)));
@@ -332,9 +362,9 @@ void fitAround(const SurfaceData& data, const IntGenMat& mask, const TtupleMatri
     for (std::size_t n = 0; n < found.size(); ++n)
         if (mask(static_cast<int>(n) / d % rows, static_cast<int>(n) / d / rows) != kFixed)
             fitted.controlPoints[n] = found[n];
-    fitted.report.constraints = heldCount;
-    fitted.report.columnsUsed = fitted.report.unknowns - heldCount;
-    finish(data, problem, heldCount > 0 ? FitVerdict::kMet : FitVerdict::kFitted, fitted);
+    fitted.report.constraints = columns.held();
+    fitted.report.columnsUsed = fitted.report.unknowns - columns.held();
+    finish(data, problem, columns.held() > 0 ? FitVerdict::kMet : FitVerdict::kFitted, fitted);
 }
 
 /// One line of samples: row i, or column j, of a grid, point after point.
