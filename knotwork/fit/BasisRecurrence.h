@@ -5,6 +5,8 @@
 
 namespace knotwork {
 
+constexpr int kMostBasisDegree = 30;
+
 /// The degree + 1 basis functions (or their derivatives of an order up to the degree) that are not
 /// zero in span s, at t, to `row`. Number: double, or one that holds the differences of doubles
 /// exactly.
@@ -12,8 +14,7 @@ namespace knotwork {
 template <class Number>
 void basisRow(const double* knots, int p, int s, double t, int derivative, Number* row)
 {
-    constexpr int kMostDegree = 30;
-    Number lower[kMostDegree + 1];
+    Number lower[kMostBasisDegree + 1];
     row[0] = 1.0;
     // From degree q - 1 to q: function j (number s - q + j) takes its share of functions j - 1 and
     // j below it. While q <= p - derivative the shares are those of the value recurrence, from

@@ -16,20 +16,6 @@ std::string numbered(const char* noun, int number)
     return std::string(noun) + " " + std::to_string(number);
 }
 
-std::string weightFault(const DoubleVec& weights, int points)
-{
-    if (weights.length() == 0) return "";
-    if (weights.length() != static_cast<unsigned>(points))
-        return "there must be one weight a point";
-    double largest = 0.0;
-    for (int i = 0; i < points; ++i) {
-        if (!std::isfinite(weights(i))) return numbered("weight", i) + " is no finite number";
-        if (weights(i) < 0.0) return numbered("weight", i) + " is negative";
-        largest = std::max(largest, weights(i));
-    }
-    return largest > 0.0 ? "" : "all weights are 0";
-}
-
 }  // namespace
 
 std::string parameterFault(const DoubleVec& parameters, const BsplineBasis& basis)
@@ -55,32 +41,37 @@ std::string constraintFault(int c, double parameter, int derivative, const Bspli
     return "";
 }
 
-std::string curveInputFault(const TtupleVector& points, const DoubleVec& parameters,
-                            const BsplineBasis& basis,
-                            const std::vector<CurveConstraint>& constraints,
-                            const CurveFitOptions& options)
+std::string arrayFault(const TtupleVector& points, const DoubleVec& parameters,
+                       const DoubleVec& weights)
 {
     if (points.points() < 1) return "there are no points";
     if (parameters.length() != static_cast<unsigned>(points.points()))
         return "there must be one parameter a point";
+    if (weights.length() != 0 && weights.length() != parameters.length())
+        return "there must be one weight a point";
+    return "";
+}
+
+std::string requestFault(int dimension, const BsplineBasis& basis,
+                         const std::vector<CurveConstraint>& constraints,
+                         const CurveFitOptions& options)
+{
     if (!basis.valid()) return "degree and knots do not make a basis";
-    const int bad = firstNotFinite(points.numbers());
-    if (bad >= 0)
-        return "a coordinate of " + numbered("point", bad / points.size()) + " is no finite number";
-    std::string fault = parameterFault(parameters, basis);
-    if (fault.empty()) fault = weightFault(options.weights, points.points());
-    for (std::size_t c = 0; c < constraints.size() && fault.empty(); ++c) {
+    if (dimension < 1) return "points need a coordinate";
+    if (!(options.zero >= 0.0 && options.zero <= 1.0))
+        return "what counts as zero is no number from 0 to 1";
+    for (std::size_t c = 0; c < constraints.size(); ++c) {
         const CurveConstraint& asked = constraints[c];
         const int number = static_cast<int>(c);
-        fault = constraintFault(number, asked.parameter, asked.derivative, basis);
-        if (!fault.empty()) break;
-        if (asked.value.size() != static_cast<std::size_t>(points.size()))
-            fault = numbered("constraint", number) + " needs one number a coordinate";
-        else if (!std::all_of(asked.value.begin(), asked.value.end(),
-                              [](double v) { return std::isfinite(v); }))
-            fault = "the value of " + numbered("constraint", number) + " is no finite number";
+        const std::string fault = constraintFault(number, asked.parameter, asked.derivative, basis);
+        if (!fault.empty()) return fault;
+        if (asked.value.size() != static_cast<std::size_t>(dimension))
+            return numbered("constraint", number) + " needs one number a coordinate";
+        if (!std::all_of(asked.value.begin(), asked.value.end(),
+                         [](double v) { return std::isfinite(v); }))
+            return "the value of " + numbered("constraint", number) + " is no finite number";
     }
-    return fault;
+    return "";
 }
 
 }  // namespace knotwork

@@ -8,17 +8,21 @@
 
 namespace knotwork {
 
-/// What is wrong with a request, as a sentence's end; empty when nothing is. Points, parameters,
-/// weights and constraints are counted from 0.
-std::string curveInputFault(const TtupleVector& points, const DoubleVec& parameters,
-                            const BsplineBasis& basis,
-                            const std::vector<CurveConstraint>& constraints,
-                            const CurveFitOptions& options);
+/// What is wrong with a request, as a sentence's end; empty when nothing is. Parameters and
+/// constraints are counted from 0.
 
-/// The first parameter that is no finite number or lies outside the knots, as a sentence's end.
+/// The shapes of points, parameters and weights; what they hold is looked at when they are read.
+std::string arrayFault(const TtupleVector& points, const DoubleVec& parameters,
+                       const DoubleVec& weights);
+/// Everything but the samples.
+std::string requestFault(int dimension, const BsplineBasis& basis,
+                         const std::vector<CurveConstraint>& constraints,
+                         const CurveFitOptions& options);
+
+/// The first parameter that is no finite number or lies outside the knots.
 std::string parameterFault(const DoubleVec& parameters, const BsplineBasis& basis);
 
-/// What is wrong with the place and the order of constraint c, in general words or empty.
+/// The place and the order of constraint c.
 std::string constraintFault(int c, double parameter, int derivative, const BsplineBasis& basis);
 
 }  // namespace knotwork

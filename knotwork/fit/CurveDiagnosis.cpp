@@ -31,35 +31,32 @@ std::string listed(const char* noun, const std::vector<int>& numbers)
     return cut ? text + " and others" : text;
 }
 
-std::vector<int> spansWithoutData(const BsplineBasis& basis, const std::vector<double>& sorted)
+/// A flag for each pair of neighbouring knots of the range.
+std::vector<char> spansWithData(const BsplineBasis& basis, const std::vector<double>& sorted)
 {
     const std::vector<double>& knots = basis.knots();
-    std::vector<int> empty;
-    int number = 0;
+    std::vector<char> holds;
     for (int s = basis.degree(); s < basis.count(); ++s) {
         const double left = knots[static_cast<std::size_t>(s)];
         const double right = knots[static_cast<std::size_t>(s) + 1];
-        if (left == right) continue;
         // The last knot belongs to the last span.
         const auto first = std::lower_bound(sorted.begin(), sorted.end(), left);
-        const bool holds = first != sorted.end() && (*first < right || right == basis.last());
-        if (!holds) empty.push_back(number);
-        ++number;
+        holds.push_back(first != sorted.end() && (*first < right || right == basis.last()) ? 1 : 0);
     }
-    return empty;
+    return holds;
 }
 
 /// A sum of constraint rows, each times a factor, in doubled precision.
 class ConstraintCombination {
   public:
     /// Constraint c as it is.
-    ConstraintCombination(const ScaledRows& rows, int c)
-        : entries_(static_cast<std::size_t>(rows.cols())),
-          factors_(static_cast<std::size_t>(c) + 1),
-          first_(rows.firstColumn(rows.dataRows() + c)),
-          end_(first_ + rows.width())
+    ConstraintCombination(const ConstraintRow& row, std::size_t c, int unknowns)
+        : entries_(static_cast<std::size_t>(unknowns)),
+          factors_(c + 1),
+          first_(row.first),
+          end_(first_ + static_cast<int>(row.entries.size()))
     {
-        rows.exactEntries(rows.dataRows() + c, &entries_[static_cast<std::size_t>(first_)]);
+        std::copy(row.entries.begin(), row.entries.end(), entries_.begin() + first_);
         factors_.back() = 1.0;
         choosePivot();
         size_ = std::fabs(entries_[pivot_].high);
@@ -135,12 +132,25 @@ std::vector<int> unmatchedControlPoints(const BsplineBasis& basis,
 
 }  // namespace
 
+std::string whyUndetermined(const BsplineBasis& basis, const std::vector<char>& holdsData)
+{
+    std::vector<int> empty;
+    int number = 0;
+    for (int s = basis.degree(); s < basis.count(); ++s) {
+        const auto at = static_cast<std::size_t>(s);
+        if (basis.knots()[at] == basis.knots()[at + 1]) continue;
+        if (holdsData[at - static_cast<std::size_t>(basis.degree())] == 0) empty.push_back(number);
+        ++number;
+    }
+    if (empty.empty()) return "";
+    return listed("span", empty) + (empty.size() > 1 ? " hold" : " holds") + " no data";
+}
+
 std::string whyUndetermined(const BsplineBasis& basis, std::vector<double> parameters)
 {
     std::sort(parameters.begin(), parameters.end());
-    const std::vector<int> empty = spansWithoutData(basis, parameters);
-    if (!empty.empty())
-        return listed("span", empty) + (empty.size() > 1 ? " hold" : " holds") + " no data";
+    const std::string empty = whyUndetermined(basis, spansWithData(basis, parameters));
+    if (!empty.empty()) return empty;
     parameters.erase(std::unique(parameters.begin(), parameters.end()), parameters.end());
     const std::vector<int> free = unmatchedControlPoints(basis, parameters);
     if (!free.empty())
@@ -149,25 +159,29 @@ std::string whyUndetermined(const BsplineBasis& basis, std::vector<double> param
     return "";
 }
 
-std::string notFixed(const std::vector<int>& controlPoints, const BsplineBasis& basis)
+std::string whyNotFixed(const BandFit& fit)
 {
-    return "data and constraints together do not fix " + listed("control point", controlPoints) +
-           " of " + std::to_string(basis.count());
+    return "data and constraints together do not fix " +
+           listed("control point", fit.weakUnknowns()) + " of " +
+           std::to_string(fit.triangle().size());
 }
 
-std::string hardlyFixed(const std::vector<int>& controlPoints, const BsplineBasis& basis)
+std::string whyTooClose(const BandFit& fit)
 {
-    return std::string(kTooCloseToDependent) + ": it hardly fixes " +
-           listed("control point", controlPoints) + " of " + std::to_string(basis.count());
+    const std::string why = kTooCloseToDependent;
+    if (fit.constraintCondition() > fit.condition())
+        return why + ": the constraints hardly differ from some that depend on each other";
+    return why + ": it hardly fixes " + listed("control point", fit.weakUnknowns()) + " of " +
+           std::to_string(fit.triangle().size());
 }
 
-std::string whyDependent(const ScaledRows& rows)
+std::string whyDependent(const std::vector<ConstraintRow>& constraints, int unknowns)
 {
-    constexpr int kMostCombined = 1000;  // each keeps as many numbers as there are unknowns
+    constexpr std::size_t kMostCombined = 1000;  // each keeps as many numbers as there are unknowns
     std::vector<ConstraintCombination> kept;
     std::string why = "the constraints depend on each other";
-    for (int c = 0; c < std::min(rows.constraints(), kMostCombined); ++c) {
-        ConstraintCombination next(rows, c);
+    for (std::size_t c = 0; c < std::min(constraints.size(), kMostCombined); ++c) {
+        ConstraintCombination next(constraints[c], c, unknowns);
         for (const ConstraintCombination& earlier : kept) next.eliminate(earlier);
         if (next.vanishes()) return why + ": " + listed("constraint", next.parts());
         kept.push_back(std::move(next));

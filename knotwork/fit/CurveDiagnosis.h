@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "knotwork/fit/BandFit.h"
 #include "knotwork/fit/BsplineBasis.h"
-#include "knotwork/fit/ScaledRows.h"
 
 namespace knotwork {
 
@@ -14,17 +14,18 @@ namespace knotwork {
 /// parameter is left for (Schoenberg and Whitney's condition), otherwise nothing: they do, if only
 /// just.
 std::string whyUndetermined(const BsplineBasis& basis, std::vector<double> parameters);
+/// The first half of that, by a flag for each pair of neighbouring knots of the range.
+std::string whyUndetermined(const BsplineBasis& basis, const std::vector<char>& holdsData);
 
-/// That data and constraints together do not fix these control points.
-std::string notFixed(const std::vector<int>& controlPoints, const BsplineBasis& basis);
+/// The control points that data and constraints together do not fix, or hardly.
+std::string whyNotFixed(const BandFit& fit);
+std::string whyTooClose(const BandFit& fit);
 
 constexpr const char* kTooCloseToDependent =
     "the system is too close to dependent for a trustworthy answer";
-/// The same where these control points are hardly fixed.
-std::string hardlyFixed(const std::vector<int>& controlPoints, const BsplineBasis& basis);
 
-/// That the constraints of a system depend on each other, and which ones: the first that is a
-/// combination of others before it, with those, counted from 0.
-std::string whyDependent(const ScaledRows& rows);
+/// That constraints depend on each other, and which ones: the first that is a combination of others
+/// before it, with those, counted from 0.
+std::string whyDependent(const std::vector<ConstraintRow>& constraints, int unknowns);
 
 }  // namespace knotwork

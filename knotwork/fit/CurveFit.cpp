@@ -6,13 +6,14 @@
 #include <cstdint>
 #include <limits>
 #include <new>
+#include <utility>
 
 #include "knotwork/fit/BandFit.h"
 #include "knotwork/fit/CurveChecks.h"
 #include "knotwork/fit/CurveDiagnosis.h"
+#include "knotwork/fit/CurveProblem.h"
 #include "knotwork/fit/KernelBuild.h"
-#include "knotwork/fit/ResidualTally.h"
-#include "knotwork/fit/ScaledCurve.h"
+#include "knotwork/fit/SampleRows.h"
 #include "knotwork/fit/SolverOpinion.h"
 #include "knotwork/fit/WorkMeter.h"
 
@@ -23,58 +24,37 @@ namespace {
 constexpr double kBelievable = 1e-9;      // largest error, of the answer's or the data's size
 constexpr double kAgreement = 1e-8;       // of an answer with small numbers taken for zero
 constexpr double kConstraintMet = 1e-10;  // largest constraint residual, of the same size
+constexpr double kSettled = 0x1p-48;      // a correction that figures need not be told of
 
-constexpr const char* kNoRoom = "the system does not fit into memory";
-
-/// What a fit is asked for.
+/// What a fit is asked for. reader: null where the samples are gone.
 struct Task {
-    const TtupleVector& points;
-    const DoubleVec& parameters;
+    const SampleReader& reader;
     const std::vector<CurveConstraint>& constraints;
     const CurveFitOptions& options;
 
     bool asksSolver() const { return options.zero > 0.0 || options.estimateCutoff; }
+    bool hasSamples() const { return reader != nullptr; }
 };
 
 /// What a stage costs a data point, measured, the cheapest counting 1; and what an unknown does.
-constexpr double kScalingCost = 4.0;
-constexpr double kCompressionCost = 2.0;
-constexpr double kResidualCost = 1.0;
-constexpr double kSolutionCost = 30.0;
+constexpr double kCompressionCost = 1.5;
+constexpr double kPassCost = 1.0;
+constexpr double kSolutionCost = 100.0;
 
-double wholeCost(const Task& task, double unknowns)
+void refuse(FittedCurve& curve, FitVerdict verdict, const std::string& reason)
 {
-    const double perPoint = kScalingCost + kCompressionCost + 3.0 * kResidualCost;
-    return perPoint * task.points.points() + kSolutionCost * unknowns;
+    curve.controlPoints.clear();
+    curve.spline.reset();
+    curve.report.verdict = verdict;
+    curve.report.reason = reason;
 }
 
-/// Whether rows, right-hand sides, triangles and unknowns find room. What the curve object is made
-/// through ends the process when memory runs out, so it is tried here first.
-bool fitsIntoMemory(const Task& task, const BsplineBasis& basis)
+/// Points close to the largest number can have control points, or residuals, beyond it. Where there
+/// are no samples the largest residual is not known.
+bool isFinite(const FittedCurve& curve, bool samples)
 {
-    constexpr std::uint64_t kMost = std::numeric_limits<int>::max();
-    const auto rows = static_cast<std::uint64_t>(task.points.points()) + task.constraints.size();
-    const auto cols = static_cast<std::uint64_t>(basis.count());
-    const auto d = static_cast<std::uint64_t>(task.points.size());
-    const auto width = static_cast<std::uint64_t>(basis.degree()) + 1;
-    if (rows * d > kMost || cols * d > kMost) return false;
-    const std::uint64_t perRow = width + d + 3;
-    const std::uint64_t perUnknown = 6 * width + 12 * d;
-    void* room = ::operator new((rows * perRow + cols * perUnknown) * sizeof(double), std::nothrow);
-    ::operator delete(room);
-    return room != nullptr;
-}
-
-void refuse(CurveFitReport& report, FitVerdict verdict, const std::string& reason)
-{
-    report.verdict = verdict;
-    report.reason = reason;
-}
-
-/// Points close to the largest number can have control points, or residuals, beyond it.
-bool isFinite(const FittedCurve& curve)
-{
-    return std::isfinite(curve.report.rms) && std::isfinite(curve.report.maxResidual) &&
+    return std::isfinite(curve.report.rms) &&
+           (!samples || std::isfinite(curve.report.maxResidual)) &&
            std::isfinite(curve.report.constraintResidual) &&
            std::all_of(curve.controlPoints.begin(), curve.controlPoints.end(),
                        [](double x) { return std::isfinite(x); });
@@ -86,32 +66,37 @@ const char* whyZeroIsTooCoarse(const Task& task, const CurveFitReport& report)
                                            : "what counts as zero is too coarse for this system";
 }
 
-std::string whyDataLeaveItOpen(const Task& task, const BsplineBasis& basis)
+std::string whyDataLeaveItOpen(const Task& task, const CurveProblem& problem)
 {
+    if (!task.hasSamples()) return whyUndetermined(problem.basis(), problem.spansWithData());
     std::vector<double> values;
-    for (int i = 0; i < task.points.points(); ++i)
-        if (task.options.weights.length() == 0 || task.options.weights(i) > 0.0)
-            values.push_back(task.parameters(i));
-    return whyUndetermined(basis, std::move(values));
+    task.reader([&values](const SampleStretch& stretch) {
+        for (int i = 0; i < stretch.count; ++i)
+            if (stretch.weights == nullptr || stretch.weights[i] > 0.0)
+                values.push_back(stretch.parameters[i]);
+    });
+    return whyUndetermined(problem.basis(), std::move(values));
 }
 
 /// Refuses what data and constraints do not fix, or hardly.
-bool determined(const BandFit& fit, const ScaledCurve& problem, const Task& task,
+bool determined(const BandFit& fit, const CurveProblem& problem, const Task& task,
                 FittedCurve& curve)
 {
-    CurveFitReport& report = curve.report;
-    if (fit.state() == BandFit::State::kSolvable) return true;
-    if (fit.state() == BandFit::State::kDependentConstraints) {
-        refuse(report, FitVerdict::kDependentConstraints, whyDependent(problem.rows()));
-        return false;
+    switch (fit.state()) {
+        case BandFit::State::kSolvable:
+            return true;
+        case BandFit::State::kDependentConstraints:
+            refuse(curve, FitVerdict::kDependentConstraints,
+                   whyDependent(fit.constraints(), fit.triangle().size()));
+            return false;
+        case BandFit::State::kTooClose:
+            refuse(curve, FitVerdict::kInaccurate, whyTooClose(fit));
+            return false;
+        case BandFit::State::kUndetermined:
+            break;
     }
-    if (fit.state() == BandFit::State::kTooClose) {
-        refuse(report, FitVerdict::kInaccurate, hardlyFixed(fit.weakUnknowns(), curve.basis));
-        return false;
-    }
-    const std::string why = whyDataLeaveItOpen(task, curve.basis);
-    refuse(report, FitVerdict::kUndetermined,
-           why.empty() ? notFixed(fit.weakUnknowns(), curve.basis) : why);
+    const std::string why = whyDataLeaveItOpen(task, problem);
+    refuse(curve, FitVerdict::kUndetermined, why.empty() ? whyNotFixed(fit) : why);
     return false;
 }
 
@@ -133,94 +118,179 @@ double disagreement(const SolverOpinion& opinion, const NumberBlock& x)
     return worst;
 }
 
-/// The figures are those of the control points that are handed out.
-void measure(const ScaledCurve& problem, const Task& task, WorkMeter& work, FittedCurve& curve)
+/// The figures are those of the control points that are handed out: of the last pass where the
+/// solution hardly moved since, in doubled precision where rounding would show.
+void measureSamples(const CurveProblem& problem, const SampleRows& samples, double moved,
+                    FittedCurve& curve)
 {
-    CurveFitReport& report = curve.report;
     const NumberBlock x = problem.scaled(curve.controlPoints);
-    ResidualTally tally;
-    int largest = 0;
-    for (const bool exact : {false, true}) {
-        tally = ResidualTally();
-        for (int i = 0; i < report.dataPoints; ++i) {
-            const double squares =
-                exact ? problem.squaredDistanceExactly(i, x) : problem.squaredDistance(i, x);
-            if (tally.add(squares, problem.rows().weight(i))) largest = i;
-        }
-        if (tally.standsRounding(problem.largestTerm(x))) break;
-    }
-    work.add(kResidualCost * report.dataPoints);
-    report.rms = std::ldexp(tally.rms(), problem.figureExponent());
-    report.maxResidual = std::ldexp(tally.largest(), problem.figureExponent());
-    report.maxResidualAt = task.parameters(largest);
-    const ScaledCurve::Deviation deviation = problem.constraintDeviation(x);
-    report.constraintResidual = deviation.inUnits;
-    report.verdict = report.constraints == 0             ? FitVerdict::kFitted
-                     : deviation.share <= kConstraintMet ? FitVerdict::kMet
-                     : report.method == FitMethod::kQr   ? FitVerdict::kCompromise
-                                                         : FitVerdict::kInaccurate;
+    if (!(moved <= kSettled)) samples.residualSums(x);
+    if (!samples.figures().tally.standsRounding(problem.largestTerm(x)))
+        samples.exactResidualSums(x);
+    const SampleRows::Figures& figures = samples.figures();
+    curve.report.rms = std::ldexp(figures.tally.rms(), problem.figureExponent());
+    curve.report.maxResidual = std::ldexp(figures.tally.largest(), problem.figureExponent());
+    curve.report.maxResidualAt = figures.largestAt;
 }
 
-void handOut(const ScaledCurve& problem, const NumberBlock& x, const Task& task, WorkMeter& work,
-             FittedCurve& curve)
-{
-    curve.controlPoints = problem.controlPoints(x);
-    measure(problem, task, work, curve);
-    if (!isFinite(curve))
-        refuse(curve.report, FitVerdict::kInaccurate, "the curve leaves the range of numbers");
-    else if (!curve.report.fits())
-        refuse(curve.report, FitVerdict::kInaccurate, kTooCloseToDependent);
-    else
-        curve.spline = makeSpline(curve.basis, curve.dimension, curve.controlPoints);
-    if (curve.spline == nullptr) curve.controlPoints.clear();
-}
-
-void solveProblem(const ScaledCurve& problem, const Task& task, WorkMeter& work, FittedCurve& curve)
+void measureConstraints(const CurveProblem& problem, FittedCurve& curve)
 {
     CurveFitReport& report = curve.report;
-    if (!std::all_of(problem.rhs().high.begin(), problem.rhs().high.end(),
-                     [](double x) { return std::isfinite(x); }))
-        return refuse(report, FitVerdict::kBadInput,
+    const CurveProblem::Deviation deviation =
+        problem.constraintDeviation(problem.scaled(curve.controlPoints));
+    report.constraintResidual = deviation.inUnits;
+    if (report.constraints == 0)
+        report.verdict = FitVerdict::kFitted;
+    else if (deviation.share <= kConstraintMet)
+        report.verdict = FitVerdict::kMet;
+    else
+        report.verdict =
+            report.method == FitMethod::kQr ? FitVerdict::kCompromise : FitVerdict::kInaccurate;
+}
+
+void handOut(const CurveProblem& problem, bool samples, FittedCurve& curve)
+{
+    if (!isFinite(curve, samples))
+        return refuse(curve, FitVerdict::kInaccurate, "the curve leaves the range of numbers");
+    if (!curve.report.fits()) return refuse(curve, FitVerdict::kInaccurate, kTooCloseToDependent);
+    curve.spline = makeSpline(problem.basis(), curve.dimension, curve.controlPoints);
+}
+
+/// Solves a problem whose samples are compressed.
+void solveProblem(const CurveProblem& problem, const Task& task, WorkMeter& work,
+                  FittedCurve& curve)
+{
+    CurveFitReport& report = curve.report;
+    if (!problem.finite())
+        return refuse(curve, FitVerdict::kBadInput,
                       "a constraint's value leaves the range of numbers");
-    const BandFit fit(problem.rows(), report.method,
-                      [&work](int n) { work.add(kCompressionCost * n); });
+    const BandFit fit(bandOf(problem.triangles()), problem.constraintRows(), report.method,
+                      problem.constraintWeight());
     TsolverReporter quiet(true);
     SolverOpinion opinion;
     if (task.asksSolver()) {
-        opinion = askSolver(problem.rows(), problem.rhs(), report.method, task.options.zero,
-                            task.options.estimateCutoff,
+        opinion = askSolver(problem, report.method, task.options.zero, task.options.estimateCutoff,
                             task.options.reporter != nullptr ? *task.options.reporter : quiet);
         report.zero = opinion.zero;
     }
     if (!determined(fit, problem, task, curve)) return;
     report.columnsUsed = report.unknowns;
     if (task.asksSolver() && !opinion.solvable)
-        return refuse(report, FitVerdict::kInaccurate, whyZeroIsTooCoarse(task, report));
-    NumberBlock x;
-    const double error = fit.solve(problem.rhs(), curve.dimension, kBelievable, x,
-                                   [&work](int n) { work.add(kResidualCost * n); });
+        return refuse(curve, FitVerdict::kInaccurate, whyZeroIsTooCoarse(task, report));
+
+    const TriangleRows triangles(problem.triangles(), problem.sampleCount());
+    const SampleRows samples(task.reader, problem.scaledBasis(), problem.scales(),
+                             problem.sampleCount(), problem.figureFactors(),
+                             [&work](int n) { work.add(kPassCost * n); });
+    const BandFit::Answer answer =
+        task.hasSamples()
+            ? fit.solve(samples, problem.constraintRhs(), curve.dimension, kBelievable, &triangles)
+            : fit.solve(triangles, problem.constraintRhs(), curve.dimension, kBelievable);
     work.add(kSolutionCost * report.unknowns);
-    if (!(error <= kBelievable))
-        return refuse(report, FitVerdict::kInaccurate, kTooCloseToDependent);
-    if (task.asksSolver() && !(disagreement(opinion, x) <= kAgreement))
-        return refuse(report, FitVerdict::kInaccurate, whyZeroIsTooCoarse(task, report));
-    handOut(problem, x, task, work, curve);
+    if (!(answer.error <= kBelievable))
+        return refuse(curve, FitVerdict::kInaccurate, kTooCloseToDependent);
+    if (task.asksSolver() && !(disagreement(opinion, answer.x) <= kAgreement))
+        return refuse(curve, FitVerdict::kInaccurate, whyZeroIsTooCoarse(task, report));
+    if (task.hasSamples() && static_cast<double>(samples.figures().count) != problem.sampleCount())
+        return refuse(curve, FitVerdict::kBadInput, "the samples changed while they were read");
+
+    curve.controlPoints = problem.controlPoints(answer.x);
+    measureConstraints(problem, curve);
+    if (task.hasSamples()) {
+        measureSamples(problem, samples, answer.moved, curve);
+    } else {
+        report.rms = problem.rmsFromTriangles(problem.scaled(curve.controlPoints));
+        report.maxResidual = std::numeric_limits<double>::quiet_NaN();
+        report.maxResidualAt = std::numeric_limits<double>::quiet_NaN();
+    }
+    handOut(problem, task.hasSamples(), curve);
 }
 
-void solveWithinMemory(const Task& task, FittedCurve& curve)
+/// Whether what grows with the unknowns finds room. What the curve object is made through ends the
+/// process when memory runs out, so it is tried here first.
+bool fitsIntoMemory(const BsplineBasis& basis, int dimension)
 {
-    WorkMeter work(task.options.progress, wholeCost(task, curve.report.unknowns));
+    constexpr std::uint64_t kMost = std::numeric_limits<int>::max();
+    const auto cols = static_cast<std::uint64_t>(basis.count());
+    const auto d = static_cast<std::uint64_t>(dimension);
+    const auto width = static_cast<std::uint64_t>(basis.degree()) + 1;
+    if (cols * d > kMost) return false;
+    const std::uint64_t perUnknown = 3 * width * (width + d) + 16 * d;
+    void* room = ::operator new(cols* perUnknown * sizeof(double), std::nothrow);
+    ::operator delete(room);
+    return room != nullptr;
+}
+
+void start(const BsplineBasis& basis, int dimension, const Task& task, FittedCurve& curve)
+{
+    CurveFitReport& report = curve.report;
+    curve.basis = basis;
+    curve.dimension = dimension;
+    report.method = task.options.method;
+    report.unknowns = basis.count();
+    report.constraints = static_cast<int>(task.constraints.size());
+    report.zero = task.options.zero;
+}
+
+/// Whether there are equations enough; counts them.
+bool countsSuffice(long long samples, FittedCurve& curve)
+{
+    CurveFitReport& report = curve.report;
+    report.dataPoints =
+        static_cast<int>(std::min<long long>(samples, std::numeric_limits<int>::max()));
+    const long long equations = samples + report.constraints;
+    if (samples >= 1 && equations >= report.unknowns) return true;
+    if (samples < 1)
+        refuse(curve, FitVerdict::kBadInput, "there are no points");
+    else
+        refuse(curve, FitVerdict::kUndetermined,
+               std::to_string(report.unknowns) + " unknowns are more than " +
+                   std::to_string(equations) + " equations can fix");
+    return false;
+}
+
+template <class Fit>
+void withinMemory(FittedCurve& curve, Fit fit)
+{
+    constexpr const char* kNoRoom = "the system does not fit into memory";
+    if (!fitsIntoMemory(curve.basis, curve.dimension))
+        return refuse(curve, FitVerdict::kTooLarge, kNoRoom);
     try {
-        const ScaledCurve problem(task.points, task.parameters, task.options.weights, curve.basis,
-                                  task.constraints);
-        work.add(kScalingCost * curve.report.dataPoints);
-        solveProblem(problem, task, work, curve);
+        fit();
     } catch (const std::bad_alloc&) {
-        curve.controlPoints.clear();
-        curve.spline.reset();
-        refuse(curve.report, FitVerdict::kTooLarge, kNoRoom);
+        refuse(curve, FitVerdict::kTooLarge, kNoRoom);
     }
-    work.finish();
+}
+
+/// Compresses the samples and solves. count: how many there will be, as far as that is known.
+void fitSamples(const BsplineBasis& basis, int dimension, const Task& task, double count,
+                FittedCurve& curve)
+{
+    start(basis, dimension, task, curve);
+    withinMemory(curve, [&] {
+        WorkMeter work(task.options.progress,
+                       (kCompressionCost + kPassCost) * count + kSolutionCost * basis.count());
+        CurveState state(basis, dimension);
+        std::string fault;
+        task.reader([&](const SampleStretch& stretch) {
+            if (fault.empty())
+                fault = state.add(stretch, [&work](int n) { work.add(kCompressionCost * n); });
+        });
+        if (!fault.empty())
+            refuse(curve, FitVerdict::kBadInput, fault);
+        else if (state.rows() > 0 && state.weights() == 0.0)
+            refuse(curve, FitVerdict::kBadInput, "all weights are 0");
+        else if (countsSuffice(state.rows(), curve))
+            solveProblem(CurveProblem(state, task.constraints), task, work, curve);
+        work.finish();
+    });
+}
+
+const double* contiguousOr(const DoubleVec& v, std::vector<double>& copy)
+{
+    if (v.stride() == 1 || v.length() < 2) return v.data();
+    for (int i = 0, n = static_cast<int>(v.length()); i < n; ++i) copy.push_back(v(i));
+    return copy.data();
 }
 
 }  // namespace
@@ -230,31 +300,68 @@ FittedCurve fitCurve(const TtupleVector& points, const DoubleVec& parameters,
                      const CurveFitOptions& options)
 {
     FittedCurve curve;
-    CurveFitReport& report = curve.report;
-    report.method = options.method;
-    std::string fault = curveInputFault(points, parameters, basis, constraints, options);
-    if (!(options.zero >= 0.0 && options.zero <= 1.0))
-        fault = "what counts as zero is no number from 0 to 1";
+    std::string fault = arrayFault(points, parameters, options.weights);
+    if (fault.empty()) fault = requestFault(points.size(), basis, constraints, options);
+    curve.report.method = options.method;
     if (!fault.empty()) {
-        refuse(report, FitVerdict::kBadInput, fault);
+        refuse(curve, FitVerdict::kBadInput, fault);
         return curve;
     }
-    curve.basis = basis;
-    curve.dimension = points.size();
-    report.dataPoints = points.points();
-    report.unknowns = basis.count();
-    report.constraints = static_cast<int>(constraints.size());
-    report.zero = options.zero;
-    const std::uint64_t rows = static_cast<std::uint64_t>(points.points()) + constraints.size();
-    const Task task = {points, parameters, constraints, options};
-    if (rows < static_cast<std::uint64_t>(report.unknowns))
-        refuse(report, FitVerdict::kUndetermined,
-               std::to_string(report.unknowns) + " unknowns are more than " + std::to_string(rows) +
-                   " equations can fix");
-    else if (!fitsIntoMemory(task, basis))
-        refuse(report, FitVerdict::kTooLarge, kNoRoom);
+    std::vector<double> copies[3];
+    SampleStretch all = {points.points(), nullptr, nullptr, nullptr};
+    try {
+        all.parameters = contiguousOr(parameters, copies[0]);
+        all.points = contiguousOr(points.numbers(), copies[1]);
+        if (options.weights.length() > 0) all.weights = contiguousOr(options.weights, copies[2]);
+    } catch (const std::bad_alloc&) {
+        refuse(curve, FitVerdict::kTooLarge, "the system does not fit into memory");
+        return curve;
+    }
+    const SampleReader reader = [&all](const auto& take) { take(all); };
+    fitSamples(basis, points.size(), {reader, constraints, options}, all.count, curve);
+    return curve;
+}
+
+FittedCurve fitCurve(const SampleReader& reader, int dimension, const BsplineBasis& basis,
+                     const std::vector<CurveConstraint>& constraints,
+                     const CurveFitOptions& options)
+{
+    FittedCurve curve;
+    curve.report.method = options.method;
+    std::string fault = requestFault(dimension, basis, constraints, options);
+    if (reader == nullptr) fault = "there are no points";
+    if (options.weights.length() > 0) fault = "weights come with the samples";
+    if (fault.empty())
+        fitSamples(basis, dimension, {reader, constraints, options}, 0.0, curve);
     else
-        solveWithinMemory(task, curve);
+        refuse(curve, FitVerdict::kBadInput, fault);
+    return curve;
+}
+
+FittedCurve fitCurve(const CurveAccumulator& gathered,
+                     const std::vector<CurveConstraint>& constraints,
+                     const CurveFitOptions& options)
+{
+    FittedCurve curve;
+    curve.report.method = options.method;
+    std::string fault = requestFault(gathered.dimension(), gathered.basis(), constraints, options);
+    if (options.weights.length() > 0) fault = "weights come with the samples";
+    if (!fault.empty()) {
+        refuse(curve, FitVerdict::kBadInput, fault);
+        return curve;
+    }
+    const CurveState& state = gathered.state();
+    const SampleReader none;
+    const Task task = {none, constraints, options};
+    start(gathered.basis(), gathered.dimension(), task, curve);
+    if (state.rows() > 0 && state.weights() == 0.0)
+        refuse(curve, FitVerdict::kBadInput, "all weights are 0");
+    else if (countsSuffice(state.rows(), curve))
+        withinMemory(curve, [&] {
+            WorkMeter work(options.progress, kSolutionCost * curve.report.unknowns);
+            solveProblem(CurveProblem(state, constraints), task, work, curve);
+            work.finish();
+        });
     return curve;
 }
 

@@ -8,6 +8,8 @@
 #include "knotwork/approx/AP_SPLINE.h"
 #include "knotwork/export.h"
 #include "knotwork/fit/BsplineBasis.h"
+#include "knotwork/fit/CurveAccumulator.h"
+#include "knotwork/fit/CurveSamples.h"
 #include "knotwork/fit/FitReport.h"
 #include "knotwork/geometry/TtupleVector.h"
 #include "knotwork/linalg/DoubleVec.h"
@@ -71,6 +73,21 @@ struct KNOTWORK_EXPORT FittedCurve {
 /// Threads    may fit the same points, parameters and weights, which are only read.
 KNOTWORK_EXPORT FittedCurve fitCurve(const TtupleVector& points, const DoubleVec& parameters,
                                      const BsplineBasis& basis,
+                                     const std::vector<CurveConstraint>& constraints = {},
+                                     const CurveFitOptions& options = {});
+
+/// The same for samples that are handed out a stretch at a time, twice or a few times more: nothing
+/// grows with their number. Weights come with the samples; what counts as beyond the knots by
+/// rounding goes by the length of a stretch.
+KNOTWORK_EXPORT FittedCurve fitCurve(const SampleReader& reader, int dimension,
+                                     const BsplineBasis& basis,
+                                     const std::vector<CurveConstraint>& constraints = {},
+                                     const CurveFitOptions& options = {});
+
+/// The same for samples that were gathered: parts that merged, in whatever order, give the same
+/// curve but for rounding. The error of the gathering itself cannot be refined away, so that fewer
+/// ill-conditioned fits stand. The largest residual is not known (NaN), nor where it is.
+KNOTWORK_EXPORT FittedCurve fitCurve(const CurveAccumulator& gathered,
                                      const std::vector<CurveConstraint>& constraints = {},
                                      const CurveFitOptions& options = {});
 

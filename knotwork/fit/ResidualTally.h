@@ -7,18 +7,19 @@
 
 namespace knotwork {
 
-/// The error figures of a fit, data point by data point.
+/// The error figures of a fit, some data points at a time.
 class ResidualTally {
   public:
-    /// Counts a point by its squared distance from the fit; returns whether none before lay as far
-    /// away. A point without weight counts for nothing.
-    bool add(double squares, double weight = 1.0)
+    /// Counts points by the sum of their squared distances from the fit, each times its weight, by
+    /// their weights' sum and the largest squared distance; returns whether none before lay as far
+    /// away. Points without weight count for nothing: their largest is below 0.
+    bool add(double squares, double weights, double largest)
     {
-        if (weight == 0.0) return false;
-        total_ += DoubleDouble(weight * squares);
-        weights_ += DoubleDouble(weight);
-        if (squares <= largest_) return false;
-        largest_ = squares;
+        total_ += DoubleDouble(squares);
+        weights_ += DoubleDouble(weights);
+        // Negated, so that what is no number is kept.
+        if (largest <= largest_) return false;
+        largest_ = largest;
         return true;
     }
 

@@ -5,11 +5,20 @@
 #include <cmath>
 #include <utility>
 
+#include "knotwork/factor/RowStream.h"
 #include "knotwork/fit/BasisRecurrence.h"
 
 namespace knotwork {
 
-namespace {
+int exponentOf(double magnitude)
+{
+    return magnitude > 0.0 ? std::ilogb(magnitude) : 0;
+}
+
+int parameterExponent(const BsplineBasis& basis)
+{
+    return exponentOf(basis.last() - basis.first());
+}
 
 BsplineBasis scaledBasis(const BsplineBasis& basis, int exponent)
 {
@@ -18,73 +27,94 @@ BsplineBasis scaledBasis(const BsplineBasis& basis, int exponent)
     return BsplineBasis(basis.degree(), std::move(knots));
 }
 
-double lengthOf(const double* entries, int count)
-{
-    double squares = 0.0;
-    for (int k = 0; k < count; ++k) squares += entries[k] * entries[k];
-    return std::sqrt(squares);
-}
-
-}  // namespace
-
-int exponentOf(double magnitude)
-{
-    return magnitude > 0.0 ? std::ilogb(magnitude) : 0;
-}
-
 ScaledRows::ScaledRows(const BsplineBasis& basis)
-    : basis_(scaledBasis(basis, exponentOf(basis.last() - basis.first()))),
-      parameterExponent_(exponentOf(basis.last() - basis.first()))
+    : basis_(scaledBasis(basis, parameterExponent(basis))), exponent_(parameterExponent(basis))
 {
 }
 
-void ScaledRows::reserve(std::size_t rows)
+void ScaledRows::add(double t)
 {
-    parameters_.reserve(rows);
-    firstColumn_.reserve(rows);
-    entries_.reserve(rows * static_cast<std::size_t>(width()));
-}
-
-void ScaledRows::append(double t, int derivative, double weight)
-{
-    if (weight != 1.0 && weights_.empty()) {
-        weights_.reserve(parameters_.capacity());
-        weights_.assign(parameters_.size(), 1.0);
-    }
-    if (weight != 1.0 || !weights_.empty()) weights_.push_back(weight);
-    parameters_.push_back(std::ldexp(t, -parameterExponent_));
+    parameters_.push_back(std::ldexp(t, -exponent_));
     entries_.resize(entries_.size() + static_cast<std::size_t>(width()));
-    double* row = entries_.data() + entries_.size() - width();
-    firstColumn_.push_back(basis_.row(parameters_.back(), derivative, row));
-}
-
-void ScaledRows::addData(double t, double weight)
-{
-    append(t, 0, weight);
-}
-
-int ScaledRows::addConstraint(double t, int derivative, double weight)
-{
-    append(t, derivative, weight);
-    double* row = entries_.data() + entries_.size() - width();
-    // A value weighs what a data point weighs.
-    const int shrink = derivative == 0 ? 0 : exponentOf(lengthOf(row, width()));
-    std::for_each(row, row + width(), [shrink](double& x) { x = std::ldexp(x, -shrink); });
-    constraints_.push_back({derivative, shrink});
-    return parameterExponent_ * derivative - shrink;
+    firstColumn_.push_back(
+        basis_.row(parameters_.back(), 0, entries_.data() + entries_.size() - width()));
 }
 
 void ScaledRows::exactEntries(int row, DoubleDouble* entries) const
 {
     const int p = basis_.degree();
-    const Constraint asked = row < dataRows()
-                                 ? Constraint{0, 0}
-                                 : constraints_[static_cast<std::size_t>(row - dataRows())];
     basisRow(basis_.knots().data(), p, firstColumn(row) + p,
-             parameters_[static_cast<std::size_t>(row)], asked.derivative, entries);
-    for (int k = 0; asked.shrink != 0 && k <= p; ++k)
-        entries[k] = {std::ldexp(entries[k].high, -asked.shrink),
-                      std::ldexp(entries[k].low, -asked.shrink)};
+             parameters_[static_cast<std::size_t>(row)], 0, entries);
+}
+
+BandTriangle ScaledRows::triangle() const
+{
+    RowStream stream(cols(), 0);
+    for (int i = 0; i < count(); ++i) stream.add(firstColumn(i), entries(i), width(), nullptr);
+    stream.finish();
+    return stream.triangle();
+}
+
+namespace {
+
+constexpr int kChunk = 64;  // right-hand sides that go through the rows together
+
+void sumColumns(const ScaledRows& rows, const NumberBlock& b, const NumberBlock& x, int first,
+                int n, ResidualSums& sums)
+{
+    const int width = rows.width();
+    const std::ptrdiff_t step = b.width;
+    const double* right = b.high.data() + first;
+    const double* unknowns = x.high.empty() ? nullptr : x.high.data() + first;
+    double* high = sums.gradient.high.data() + first;
+    double* low = sums.gradient.low.data() + first;
+    double* squares = sums.squares.data() + first;
+    double r[kChunk];
+    for (int i = 0; i < rows.count(); ++i, right += step) {
+        const double* entries = rows.entries(i);
+        const std::ptrdiff_t place = step * rows.firstColumn(i);
+        for (int c = 0; c < n; ++c) r[c] = right[c];
+        if (unknowns != nullptr)
+            for (int k = 0; k < width; ++k)
+                for (int c = 0; c < n; ++c) r[c] -= entries[k] * unknowns[place + step * k + c];
+        for (int c = 0; c < n; ++c) squares[c] += r[c] * r[c];
+        for (int k = 0; k < width; ++k) {
+            double* sum = high + place + step * k;
+            double* lost = low + place + step * k;
+            for (int c = 0; c < n; ++c) {
+                const DoubleDouble both = twoSum(sum[c], entries[k] * r[c]);
+                sum[c] = both.high;
+                lost[c] += both.low;
+            }
+        }
+    }
+}
+
+}  // namespace
+
+ResidualSums GridRows::residualSums(const NumberBlock& x) const
+{
+    ResidualSums sums(rows_.cols(), b_.width);
+    for (int first = 0; first < b_.width; first += kChunk)
+        sumColumns(rows_, b_, x, first, std::min(kChunk, b_.width - first), sums);
+    return sums;
+}
+
+ResidualSums GridRows::exactResidualSums(const NumberBlock& x) const
+{
+    ResidualSums sums(rows_.cols(), b_.width);
+    DoubleDouble entries[kMostBasisDegree + 1];
+    for (int i = 0; i < rows_.count(); ++i) {
+        rows_.exactEntries(i, entries);
+        const int first = rows_.firstColumn(i);
+        for (int c = 0; c < b_.width; ++c) {
+            DoubleDouble r = b_.number(i, c);
+            for (int k = 0; k < rows_.width(); ++k) r += -(entries[k] * x.number(first + k, c));
+            sums.squares[static_cast<std::size_t>(c)] += r.high * r.high;
+            for (int k = 0; k < rows_.width(); ++k) sums.gradient.add(first + k, c, entries[k] * r);
+        }
+    }
+    return sums;
 }
 
 }  // namespace knotwork

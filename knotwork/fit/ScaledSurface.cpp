@@ -25,10 +25,16 @@ double valueOn(const LineConstraint& line, int sample, int dimension, int k)
     return line.values[static_cast<std::size_t>(sample * dimension + k)];
 }
 
+ConstraintRow rowOf(const LineConstraint& line, const ScaledRows& rows, const ParameterRange& range)
+{
+    const double t = std::ldexp(range.clamped(line.parameter), -rows.exponent());
+    return constraintRow(rows.basis(), rows.exponent(), t, line.derivative);
+}
+
 void addSamples(const DoubleVec& parameters, const ParameterRange& range, ScaledRows& rows)
 {
     for (int i = 0, n = static_cast<int>(parameters.length()); i < n; ++i)
-        rows.addData(range.clamped(parameters(i)));
+        rows.add(range.clamped(parameters(i)));
 }
 
 }  // namespace
@@ -60,26 +66,25 @@ void ScaledSurface::fillLines(const SurfaceData& data, const std::vector<LineCon
                               const std::vector<LineConstraint>& acrossV)
 {
     const int d = dimension_;
-    const ParameterRange rangeU(data.u);
-    const ParameterRange rangeV(data.v);
-    std::vector<int> rowExponents;
     int row = data.points.rows();
     for (const LineConstraint& line : acrossU) {
-        rowExponents.push_back(u_.addConstraint(rangeU.clamped(line.parameter), line.derivative));
+        constraintsU_.push_back(rowOf(line, u_, ParameterRange(data.u)));
         for (int j = 0; j < data.points.cols(); ++j)
             for (int k = 0; k < d; ++k)
-                right(row, j, k) = std::ldexp(valueOn(line, j, d, k), rowExponents.back());
+                right(row, j, k) =
+                    std::ldexp(valueOn(line, j, d, k), constraintsU_.back().exponent);
         ++row;
     }
     int column = data.points.cols();
     for (const LineConstraint& line : acrossV) {
-        const int exponent = v_.addConstraint(rangeV.clamped(line.parameter), line.derivative);
+        constraintsV_.push_back(rowOf(line, v_, ParameterRange(data.v)));
+        const int exponent = constraintsV_.back().exponent;
         for (int i = 0; i < data.points.rows(); ++i)
             for (int k = 0; k < d; ++k)
                 right(i, column, k) = std::ldexp(valueOn(line, i, d, k), exponent);
         for (std::size_t a = 0; a < acrossU.size(); ++a)
             fillCrossing(data, acrossU[a], data.points.rows() + static_cast<int>(a), line, column,
-                         rowExponents[a] + exponent);
+                         constraintsU_[a].exponent + exponent);
         ++column;
     }
 }
@@ -147,7 +152,7 @@ double ScaledSurface::largestTerm(const NumberBlock& x) const
 
 NumberBlock ScaledSurface::residuals(const NumberBlock& x) const
 {
-    NumberBlock left(v_.dataRows(), u_.dataRows() * dimension_, true);
+    NumberBlock left(v_.count(), u_.count() * dimension_, true);
     forResiduals<DoubleDouble>(x, [&](int i, int j, const DoubleDouble* r) {
         for (int k = 0; k < dimension_; ++k) left.set(j, i * dimension_ + k, r[k]);
     });
@@ -169,40 +174,38 @@ LineDeviations ScaledSurface::lineDeviations(const NumberBlock& x, const NumberB
         worst.inUnits = std::max(worst.inUnits, std::ldexp(size, coordinateExponents_[at]));
     };
 
-    std::vector<DoubleDouble> entries(static_cast<std::size_t>(std::max(u_.width(), v_.width())));
-    for (int row = u_.dataRows(); row < u_.count(); ++row) {
-        u_.exactEntries(row, entries.data());
+    for (std::size_t c = 0; c < constraintsU_.size(); ++c) {
+        const ConstraintRow& row = constraintsU_[c];
+        const int place = u_.count() + static_cast<int>(c);
         for (int j = 0; j < v_.cols(); ++j)
             for (int k = 0; k < d; ++k) {
-                DoubleDouble off = alongV.number(j, row * d + k);
-                for (int a = 0; a < u_.width(); ++a)
-                    off += -(entries[static_cast<std::size_t>(a)] *
-                             x.number(j, (u_.firstColumn(row) + a) * d + k));
+                DoubleDouble off = alongV.number(j, place * d + k);
+                int a = row.first;
+                for (const DoubleDouble& entry : row.entries)
+                    off += -(entry * x.number(j, a++ * d + k));
                 note(off, k);
             }
     }
-    if (v_.constraints() == 0) return worst;
+    if (constraintsV_.empty()) return worst;
 
-    NumberBlock lines(u_.count(), v_.constraints() * d, false);
-    for (int i = 0; i < u_.count(); ++i)
-        for (int c = 0; c < v_.constraints(); ++c)
+    const auto lines = static_cast<int>(constraintsV_.size());
+    const auto line = [&](int i, NumberBlock& to, int row) {  // row i of the grid, on the lines
+        for (int c = 0; c < lines; ++c)
             for (int k = 0; k < d; ++k)
-                lines.high[lines.at(i, c * d + k)] =
-                    rhs_.high[rhs_.at(v_.dataRows() + c, i * d + k)];
-    NumberBlock fitted;
-    fitU.solve(lines, d, kSameValue, fitted);
-    for (int c = 0; c < v_.constraints(); ++c) {
-        const int row = v_.dataRows() + c;
-        v_.exactEntries(row, entries.data());
+                to.high[to.at(row, c * d + k)] = rhs_.high[rhs_.at(v_.count() + c, i * d + k)];
+    };
+    NumberBlock samples(u_.count(), lines * d, false);
+    NumberBlock crossings(static_cast<int>(constraintsU_.size()), lines * d, false);
+    for (int i = 0; i < u_.count(); ++i) line(i, samples, i);
+    for (std::size_t c = 0; c < constraintsU_.size(); ++c)
+        line(u_.count() + static_cast<int>(c), crossings, static_cast<int>(c));
+    const NumberBlock fitted = fitU.solve(GridRows(u_, samples), crossings, d, kSameValue).x;
+    for (int c = 0; c < lines; ++c)
         for (int i = 0; i < u_.cols(); ++i)
-            for (int k = 0; k < d; ++k) {
-                DoubleDouble off = fitted.number(i, c * d + k);
-                for (int b = 0; b < v_.width(); ++b)
-                    off += -(entries[static_cast<std::size_t>(b)] *
-                             x.number(v_.firstColumn(row) + b, i * d + k));
-                note(off, k);
-            }
-    }
+            for (int k = 0; k < d; ++k)
+                note(residualOf(constraintsV_[static_cast<std::size_t>(c)],
+                                fitted.number(i, c * d + k), x, i * d + k),
+                     k);
     return worst;
 }
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "knotwork/fit/BandFit.h"
-#include "knotwork/fit/ResidualSums.h"
+#include "knotwork/fit/BasisRecurrence.h"
 #include "knotwork/fit/ScaledRows.h"
 #include "knotwork/fit/SurfaceFit.h"
 
@@ -29,9 +29,10 @@ struct LineDeviations {
     double inUnits = 0.0;  ///< in the data's units
 };
 
-/// A surface fit in numbers of unit size: the rows of each direction, and a grid of right-hand
-/// sides: the samples first, then a row for each line of constant u and a column for each line of
-/// constant v. Grids lie column by column, so that a grid is a block of rows of numbers along v.
+/// A surface fit in numbers of unit size: the rows and the constraints of each direction, and a
+/// grid of right-hand sides: the samples first, then a row for each line of constant u and a column
+/// for each line of constant v. Grids lie column by column, so that a grid is a block of rows of
+/// numbers along v.
 class ScaledSurface {
   public:
     ScaledSurface(const SurfaceData& data, const std::vector<LineConstraint>& acrossU,
@@ -40,7 +41,9 @@ class ScaledSurface {
     const std::string& fault() const { return fault_; }  ///< empty when the lines can be combined
     const ScaledRows& inU() const { return u_; }
     const ScaledRows& inV() const { return v_; }
-    const NumberBlock& rhs() const { return rhs_; }
+    const std::vector<ConstraintRow>& constraintsInU() const { return constraintsU_; }
+    const std::vector<ConstraintRow>& constraintsInV() const { return constraintsV_; }
+    const NumberBlock& rhs() const { return rhs_; }  ///< rows beyond the samples: the constraints'
     int dimension() const { return dimension_; }
 
     std::vector<double> controlPoints(const NumberBlock& x) const;  ///< in the data's units
@@ -74,6 +77,8 @@ class ScaledSurface {
     int dimension_;
     ScaledRows u_;
     ScaledRows v_;
+    std::vector<ConstraintRow> constraintsU_;
+    std::vector<ConstraintRow> constraintsV_;
     NumberBlock rhs_;
     std::vector<int> coordinateExponents_;
     std::vector<double> figureFactors_;  // of each coordinate, a power of two
@@ -85,21 +90,20 @@ class ScaledSurface {
 template <class Number, class Visit>
 void ScaledSurface::forResiduals(const NumberBlock& x, Visit visit) const
 {
-    constexpr int kMostWidth = BsplineBasis::kMostDegree + 1;
     const auto take = [](const ScaledRows& rows, int row, Number* entries) {
         if constexpr (std::is_same_v<Number, double>)
             std::copy_n(rows.entries(row), rows.width(), entries);
         else
             rows.exactEntries(row, entries);
     };
-    const int samples = u_.dataRows();
+    const int samples = u_.count();
     std::vector<Number> across(static_cast<std::size_t>(samples * u_.width()));
     for (int i = 0; i < samples; ++i)
         take(u_, i, &across[static_cast<std::size_t>(i * u_.width())]);
-    Number along[kMostWidth];
+    Number along[kMostBasisDegree + 1];
     std::vector<Number> line(NumberBlock::size(u_.cols(), dimension_));  // of control points at v
     std::vector<Number> left(static_cast<std::size_t>(dimension_));
-    for (int j = 0; j < v_.dataRows(); ++j) {
+    for (int j = 0; j < v_.count(); ++j) {
         take(v_, j, along);
         std::fill(line.begin(), line.end(), Number(0.0));
         for (int b = 0; b < v_.width(); ++b)

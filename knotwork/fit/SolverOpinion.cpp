@@ -34,60 +34,51 @@ void requireRoom(std::uint64_t rows, std::uint64_t cols)
     ::operator delete(::operator new(kMatrices* numbers * sizeof(double)));
 }
 
-/// What a row of constraints is multiplied by: its weight counts where it is fitted.
-double factorOf(const ScaledRows& rows, int row, FitMethod method)
+/// The data rows as a triangle, the constraint rows behind them. factor: of the latter.
+DoubleGenMat denseSystem(const BandTriangle& triangle, const std::vector<ConstraintRow>& rows,
+                         double factor)
 {
-    return method == FitMethod::kQr ? std::sqrt(rows.weight(row)) : 1.0;
-}
-
-/// The data rows as a triangle, the constraint rows behind them.
-DoubleGenMat denseSystem(const ScaledRows& rows, const BandTriangle& triangle, FitMethod method)
-{
-    const int cols = rows.cols();
-    DoubleGenMat matrix(static_cast<unsigned>(cols + rows.constraints()),
+    const int cols = triangle.size();
+    DoubleGenMat matrix(static_cast<unsigned>(cols) + static_cast<unsigned>(rows.size()),
                         static_cast<unsigned>(cols), 0.0);
     for (int j = 0; j < cols; ++j)
         for (int k = 0; k < triangle.count(j); ++k) matrix(j, j + k) = triangle.row(j)[k];
-    for (int c = 0; c < rows.constraints(); ++c) {
-        const int row = rows.dataRows() + c;
-        for (int k = 0; k < rows.width(); ++k)
-            matrix(cols + c, rows.firstColumn(row) + k) =
-                factorOf(rows, row, method) * rows.entries(row)[k];
-    }
+    for (std::size_t c = 0; c < rows.size(); ++c)
+        for (std::size_t k = 0; k < rows[c].entries.size(); ++k)
+            matrix(cols + static_cast<int>(c), rows[c].first + static_cast<int>(k)) =
+                factor * rows[c].entries[k].high;
     return matrix;
 }
 
 }  // namespace
 
-SolverOpinion askSolver(const ScaledRows& rows, const NumberBlock& rhs, FitMethod method,
-                        double zero, bool estimateCutoff, TsolverReporter& reporter)
+SolverOpinion askSolver(const CurveProblem& problem, FitMethod method, double zero,
+                        bool estimateCutoff, TsolverReporter& reporter)
 {
-    const int cols = rows.cols();
-    const int d = rhs.width;
-    requireRoom(static_cast<std::uint64_t>(cols) + static_cast<std::uint64_t>(rows.constraints()),
+    const SpanTriangles& gathered = problem.triangles();
+    const int cols = gathered.cols();
+    const int d = gathered.rhsWidth();
+    const int constraints = static_cast<int>(problem.constraintRows().size());
+    requireRoom(static_cast<std::uint64_t>(cols) + static_cast<std::uint64_t>(constraints),
                 static_cast<std::uint64_t>(cols));
     RowStream stream(cols, d);
-    std::vector<double> row(static_cast<std::size_t>(rows.width()));
-    std::vector<double> right(static_cast<std::size_t>(d));
-    for (int i = 0; i < rows.dataRows(); ++i) {
-        const double root = std::sqrt(rows.weight(i));
-        std::transform(rows.entries(i), rows.entries(i) + rows.width(), row.begin(),
-                       [root](double x) { return root * x; });
-        for (int c = 0; c < d; ++c)
-            right[static_cast<std::size_t>(c)] = root * rhs.high[rhs.at(i, c)];
-        stream.add(rows.firstColumn(i), row.data(), rows.width(), right.data());
-    }
+    for (int span = 0; span < gathered.spans(); ++span)
+        for (int i = 0; i < gathered.width(); ++i)
+            stream.add(span + i, gathered.row(span, i), gathered.width() - i,
+                       gathered.rhs(span, i));
     stream.finish();
 
-    TtupleVector b(d, cols + rows.constraints(), 0.0);
+    // A constraint's weight counts where it is fitted.
+    const double factor = method == FitMethod::kQr ? std::sqrt(problem.constraintWeight()) : 1.0;
+    TtupleVector b(d, cols + constraints, 0.0);
     double* to = b.data().data();
     for (int j = 0; j < cols; ++j, to += d) std::copy_n(stream.rhs(j), d, to);
-    for (int i = rows.dataRows(); i < rows.count(); ++i)
-        for (int c = 0; c < d; ++c) *to++ = factorOf(rows, i, method) * rhs.high[rhs.at(i, c)];
+    for (const double right : problem.constraintRhs().high) *to++ = factor * right;
     const std::unique_ptr<TsolveConstrainedLsq> solver(makeSolver(method, reporter, zero));
     SolverOpinion opinion;
-    opinion.solvable = solver->setMatrix(denseSystem(rows, stream.triangle(), method),
-                                         rows.constraints(), false, false, estimateCutoff) == 0;
+    opinion.solvable =
+        solver->setMatrix(denseSystem(stream.triangle(), problem.constraintRows(), factor),
+                          constraints, false, false, estimateCutoff) == 0;
     opinion.zero = solver->tolerance();
     if (!opinion.solvable) return opinion;
     TtupleVector x(d, cols, 0.0);

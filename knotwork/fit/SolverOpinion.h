@@ -3,9 +3,8 @@
 
 #include <vector>
 
+#include "knotwork/fit/CurveProblem.h"
 #include "knotwork/fit/FitReport.h"
-#include "knotwork/fit/ResidualSums.h"
-#include "knotwork/fit/ScaledRows.h"
 #include "knotwork/solvers/TsolverReporter.h"
 
 namespace knotwork {
@@ -17,10 +16,10 @@ struct SolverOpinion {
     std::vector<double> x;  ///< rows of as many numbers as the right-hand sides have
 };
 
-/// Asks the solver of a method, Thouseholder or TsolveConstrainedLsqQR, with the data rows
-/// compressed. zero: its tolerance; estimateCutoff: may raise that to a gap in the singular values.
-/// Throws std::bad_alloc where the dense system finds no room.
-SolverOpinion askSolver(const ScaledRows& rows, const NumberBlock& rhs, FitMethod method,
-                        double zero, bool estimateCutoff, TsolverReporter& reporter);
+/// Asks the solver of a method, Thouseholder or TsolveConstrainedLsqQR. zero: its tolerance;
+/// estimateCutoff: may raise that to a gap in the singular values. Throws std::bad_alloc where the
+/// dense system finds no room.
+SolverOpinion askSolver(const CurveProblem& problem, FitMethod method, double zero,
+                        bool estimateCutoff, TsolverReporter& reporter);
 
 }  // namespace knotwork

@@ -99,7 +99,7 @@ void measureData(const SurfaceData& data, const ScaledSurface& problem, const Nu
     for (const bool exactly : {false, true}) {
         tally = ResidualTally();
         problem.forDistances(x, exactly, [&](int i, int j, double squares) {
-            if (!tally.add(squares)) return;
+            if (!tally.add(squares, 1.0, squares)) return;
             fitted.report.maxResidualAtU = data.uParameters(i);
             fitted.report.maxResidualAtV = data.vParameters(j);
         });
@@ -126,24 +126,24 @@ void finish(const SurfaceData& data, const ScaledSurface& problem, FitVerdict ve
 }
 
 /// Refuses a direction that lines of samples and constraints do not fix, or hardly.
-bool determined(const char* name, const BandFit& fit, const ScaledRows& rows,
-                const BsplineBasis& basis, const DoubleVec& parameters, FittedSurface& fitted)
+bool determined(const char* name, const BandFit& fit, int lines, const BsplineBasis& basis,
+                const DoubleVec& parameters, FittedSurface& fitted)
 {
     const BandFit::State state = fit.state();
     if (state == BandFit::State::kSolvable) return true;
     const std::string where = std::string("in ") + name + ", ";
     const std::string why = whyUndetermined(basis, toStandard(parameters));
     if (state == BandFit::State::kDependentConstraints)
-        refuse(fitted, FitVerdict::kDependentConstraints, where + whyDependent(rows));
-    else if (rows.count() < rows.cols())
+        refuse(fitted, FitVerdict::kDependentConstraints,
+               where + whyDependent(fit.constraints(), basis.count()));
+    else if (lines < basis.count())
         refuse(fitted, FitVerdict::kUndetermined,
-               where + std::to_string(rows.cols()) + " unknowns are more than " +
-                   std::to_string(rows.count()) + " lines can fix");
+               where + std::to_string(basis.count()) + " unknowns are more than " +
+                   std::to_string(lines) + " lines can fix");
     else if (state == BandFit::State::kUndetermined)
-        refuse(fitted, FitVerdict::kUndetermined,
-               where + (why.empty() ? notFixed(fit.weakUnknowns(), basis) : why));
+        refuse(fitted, FitVerdict::kUndetermined, where + (why.empty() ? whyNotFixed(fit) : why));
     else
-        refuse(fitted, FitVerdict::kInaccurate, where + hardlyFixed(fit.weakUnknowns(), basis));
+        refuse(fitted, FitVerdict::kInaccurate, where + whyTooClose(fit));
     return false;
 }
 
@@ -209,11 +209,22 @@ double largestNumber(const NumberBlock& x)
     return largest;
 }
 
-/// The error that the second direction's solution has by that of the first one.
-double carriedOver(double error, const NumberBlock& from, const BandFit& through,
-                   const NumberBlock& x)
+/// The rows of a block behind the first `count`.
+NumberBlock lastRows(const NumberBlock& block, int count)
 {
-    return error * largestNumber(from) * through.amplification() / std::max(1.0, largestNumber(x));
+    NumberBlock rows;
+    rows.width = block.width;
+    const auto from = static_cast<std::ptrdiff_t>(block.at(count, 0));
+    rows.high.assign(block.high.begin() + from, block.high.end());
+    if (!block.low.empty()) rows.low.assign(block.low.begin() + from, block.low.end());
+    return rows;
+}
+
+/// The error that the second direction's solution has by that of the first one. growth: what that
+/// direction makes of errors at most.
+double carriedOver(double error, const NumberBlock& from, double growth, const NumberBlock& x)
+{
+    return error * std::max(1.0, largestNumber(from)) * growth / std::max(1.0, largestNumber(x));
 }
 
 void fitFreely(const SurfaceData& data, const SurfaceFitOptions& options, FittedSurface& fitted)
@@ -224,27 +235,31 @@ void fitFreely(const SurfaceData& data, const SurfaceFitOptions& options, Fitted
     if (!std::isfinite(largestNumber(problem.rhs())))
         return refuse(fitted, FitVerdict::kBadInput,
                       "a constraint's value leaves the range of numbers");
-    report.constraints = problem.inU().constraints() * data.v.count() +
-                         problem.inV().constraints() * data.u.count() -
-                         problem.inU().constraints() * problem.inV().constraints();
-    const BandFit fitU(problem.inU(), options.method);
-    if (!determined("u", fitU, problem.inU(), data.u, data.uParameters, fitted)) return;
-    const BandFit fitV(problem.inV(), options.method);
-    if (!determined("v", fitV, problem.inV(), data.v, data.vParameters, fitted)) return;
+    const auto linesU = static_cast<int>(options.acrossU.size());
+    const auto linesV = static_cast<int>(options.acrossV.size());
+    report.constraints = linesU * data.v.count() + linesV * data.u.count() - linesU * linesV;
+    const BandFit fitU(problem.inU().triangle(), problem.constraintsInU(), options.method);
+    if (!determined("u", fitU, problem.inU().count() + linesU, data.u, data.uParameters, fitted))
+        return;
+    const BandFit fitV(problem.inV().triangle(), problem.constraintsInV(), options.method);
+    if (!determined("v", fitV, problem.inV().count() + linesV, data.v, data.vParameters, fitted))
+        return;
 
     const int d = fitted.dimension;
-    NumberBlock alongV;
-    const double errorV =
-        fitV.solve(problem.rhs(), d, kBelievable / (2.0 * fitU.amplification()), alongV);
-    NumberBlock turned;
-    const double errorU =
-        fitU.solve(transposed(alongV, data.v.count(), d), d, kBelievable / 2.0, turned);
+    const double growth = fitU.amplification(problem.inU().count());
+    const auto [alongV, errorV, movedV] =
+        fitV.solve(GridRows(problem.inV(), problem.rhs()),
+                   lastRows(problem.rhs(), problem.inV().count()), d, kBelievable / (2.0 * growth));
+    const NumberBlock across = transposed(alongV, data.v.count(), d);
+    const auto [turned, errorU, movedU] =
+        fitU.solve(GridRows(problem.inU(), across), lastRows(across, problem.inU().count()), d,
+                   kBelievable / 2.0);
     const NumberBlock x = transposed(turned, data.u.count(), d);
     fitted.controlPoints = problem.controlPoints(x);
     const LineDeviations deviations =
         problem.lineDeviations(problem.scaled(fitted.controlPoints), alongV, fitU);
     const bool met = deviations.share <= kConstraintMet;
-    if (!(errorU + carriedOver(errorV, alongV, fitU, x) <= kBelievable) ||
+    if (!(errorU + carriedOver(errorV, alongV, growth, x) <= kBelievable) ||
         !(met || options.method == FitMethod::kQr))
         return refuse(fitted, FitVerdict::kInaccurate, kTooCloseToDependent);
     report.constraintResidual = deviations.inUnits;
@@ -284,7 +299,7 @@ std::vector<double> heldPoints(const IntGenMat& mask, const TtupleMatrix& held)
 /// with the same ones share it.
 class ColumnFits {
   public:
-    ColumnFits(const BandFit& data, const IntGenMat& mask)
+    ColumnFits(const BandTriangle& data, const IntGenMat& mask)
     {
         std::vector<int> before;
         for (int j = 0; j < static_cast<int>(mask.cols()); ++j) {
@@ -293,7 +308,8 @@ class ColumnFits {
                 if (mask(i, j) == kFixed) now.push_back(i);
             held_ += static_cast<int>(now.size());
             if (j == 0 || now != before)
-                fits_.push_back(std::make_shared<const BandFit>(data, now));
+                fits_.push_back(
+                    std::make_shared<const BandFit>(data, unitRows(now), FitMethod::kHouseholder));
             else
                 fits_.push_back(fits_.back());
             before = std::move(now);
@@ -308,27 +324,34 @@ class ColumnFits {
             return fit->state() == BandFit::State::kSolvable;
         });
     }
-    double amplification() const
+    double amplification(double rows) const
     {
         double most = 0.0;
-        for (const auto& fit : fits_) most = std::max(most, fit->amplification());
+        for (const auto& fit : fits_) most = std::max(most, fit->amplification(rows));
         return most;
     }
 
   private:
+    /// Constraints that hold unknowns.
+    static std::vector<ConstraintRow> unitRows(const std::vector<int>& held)
+    {
+        std::vector<ConstraintRow> rows;
+        for (const int column : held) rows.push_back({column, {DoubleDouble(1.0)}, 0});
+        return rows;
+    }
+
     std::vector<std::shared_ptr<const BandFit>> fits_;
     int held_ = 0;
 };
 
-/// Column j of the control points: what is left of the data in it, with the held ones at 0.
-double solveColumn(const BandFit& fit, const NumberBlock& alongV, int j, int dimension,
-                   NumberBlock& x)
+/// What is left of the data in column j of a grid that was fitted along v.
+NumberBlock columnOf(const NumberBlock& alongV, int j, int dimension)
 {
     const int samples = alongV.width / dimension;
-    NumberBlock b(samples + fit.constraints(), dimension, true);
+    NumberBlock b(samples, dimension, true);
     for (int i = 0; i < samples; ++i)
         for (int k = 0; k < dimension; ++k) b.set(i, k, alongV.number(j, i * dimension + k));
-    return fit.solve(b, dimension, kBelievable / 2.0, x);
+    return b;
 }
 
 void fitAround(const SurfaceData& data, const IntGenMat& mask, const TtupleMatrix& held,
@@ -337,25 +360,28 @@ void fitAround(const SurfaceData& data, const IntGenMat& mask, const TtupleMatri
     const int d = fitted.dimension;
     const int rows = data.u.count();
     const ScaledSurface problem(data, {}, {});
-    const BandFit fitU(problem.inU(), FitMethod::kHouseholder);
-    const BandFit fitV(problem.inV(), FitMethod::kHouseholder);
-    const ColumnFits columns(fitU, mask);
+    const BandFit fitV(problem.inV().triangle(), {}, FitMethod::kHouseholder);
+    const ColumnFits columns(problem.inU().triangle(), mask);
     if (fitV.state() != BandFit::State::kSolvable || !columns.solvable())
         return refuse(fitted, FitVerdict::kUndetermined, kFreeNotFixed);
     fitted.controlPoints = heldPoints(mask, held);
     const NumberBlock fixed = problem.scaled(fitted.controlPoints);
     const NumberBlock rest = problem.residuals(fixed);
-    NumberBlock alongV;
-    const double errorV =
-        fitV.solve(rest, d, kBelievable / (2.0 * columns.amplification()), alongV);
+    const double growth = columns.amplification(problem.inU().count());
+    const BandFit::Answer alongV =
+        fitV.solve(GridRows(problem.inV(), rest), NumberBlock(0, rest.width, false), d,
+                   kBelievable / (2.0 * growth));
 
     NumberBlock x(data.v.count(), rows * d, false);
     for (int j = 0; j < data.v.count(); ++j) {
-        NumberBlock column;
-        const double error = solveColumn(columns.of(j), alongV, j, d, column);
-        if (!(error + carriedOver(errorV, alongV, columns.of(j), fixed) <= kBelievable))
+        const NumberBlock b = columnOf(alongV.x, j, d);
+        const BandFit& fit = columns.of(j);  // with the held ones at 0
+        const NumberBlock zeros(static_cast<int>(fit.constraints().size()), d, false);
+        const BandFit::Answer column =
+            fit.solve(GridRows(problem.inU(), b), zeros, d, kBelievable / 2.0);
+        if (!(column.error + carriedOver(alongV.error, alongV.x, growth, fixed) <= kBelievable))
             return refuse(fitted, FitVerdict::kInaccurate, kTooCloseToDependent);
-        std::copy(column.high.begin(), column.high.end(),
+        std::copy(column.x.high.begin(), column.x.high.end(),
                   x.high.begin() + static_cast<std::ptrdiff_t>(x.at(j, 0)));
     }
     const std::vector<double> found = problem.controlPoints(x);

@@ -91,7 +91,8 @@ template <int Count>
                                           double* scratch)
 {
     const std::ptrdiff_t n = block.leading;
-    for (int i = 0; i < block.width; ++i) {
+    const int pivots = block.pivots > 0 ? block.pivots : block.width;
+    for (int i = 0; i < pivots; ++i) {
         double* x = columns + i * n;
         double* row = triangle + starts[i];
         const int others = block.width - i - 1;

@@ -11,11 +11,13 @@ constexpr int kFewLanes = 4;
 constexpr int kManyLanes = 16;
 
 /// A block of rows that lies, or lay, below a triangle: `width` columns of `leading` numbers each,
-/// a multiple of four of which the first `rows` are in use and the others zero.
+/// a multiple of four of which the first `rows` are in use and the others zero. Of the columns the
+/// first `pivots`, 0 for all, are reduced; the others, right-hand sides, keep what is left.
 struct BlockShape {
     std::ptrdiff_t leading;
     int rows;
     int width;
+    int pivots = 0;
 };
 
 /// Reduces a block to zero against a triangle, column by column. Row i of the triangle, from its

@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <vector>
+
+#include "knotwork/factor/SpanTriangles.h"
+#include "knotwork/fit/ConstraintRow.h"
+#include "knotwork/fit/CurveFit.h"
+#include "knotwork/fit/CurveState.h"
+
+namespace knotwork {
+
+/// A curve fit in numbers of unit size: what was gathered of the samples, and the constraints.
+class CurveProblem {
+  public:
+    CurveProblem(const CurveState& state, const std::vector<CurveConstraint>& constraints);
+
+    const BsplineBasis& basis() const { return state_.basis(); }
+    const BsplineBasis& scaledBasis() const { return state_.scaledBasis(); }
+    const SampleScales& scales() const { return scales_; }
+    double sampleCount() const { return static_cast<double>(state_.rows()); }
+    const SpanTriangles& triangles() const { return triangles_; }
+    std::vector<char> spansWithData() const;  ///< a flag a span, as knots count them
+
+    const std::vector<ConstraintRow>& constraintRows() const { return constraintRows_; }
+    const NumberBlock& constraintRhs() const { return constraintRhs_; }
+    double constraintWeight() const;  ///< where they are fitted: that of a sample of weight 1
+    bool finite() const;              ///< whether all right-hand sides are
+
+    std::vector<double> controlPoints(const NumberBlock& x) const;  ///< in the data's units
+    NumberBlock scaled(const std::vector<double>& controlPoints) const;
+
+    /// The largest deviation of x from a constraint, brought to a row of unit length: as a share
+    /// of the largest unknown or right-hand side of its coordinate, and in the data's units.
+    struct Deviation {
+        double share = 0.0;
+        double inUnits = 0.0;
+    };
+    Deviation constraintDeviation(const NumberBlock& x) const;
+
+    /// Distances of samples are measured in units of 2^figureExponent(), coordinates times factors.
+    int figureExponent() const { return figureExponent_; }
+    const std::vector<double>& figureFactors() const { return figureFactors_; }
+    /// The largest number that goes into a distance, in its units.
+    double largestTerm(const NumberBlock& x) const;
+    double rmsFromTriangles(const NumberBlock& x) const;  ///< in the data's units
+
+  private:
+    void chooseScales(const std::vector<CurveConstraint>& constraints);
+
+    const CurveState& state_;
+    SampleScales scales_;
+    std::vector<ConstraintRow> constraintRows_;
+    NumberBlock constraintRhs_;
+    SpanTriangles triangles_;
+    std::vector<double> figureFactors_;
+    int figureExponent_ = 0;
+};
+
+}  // namespace knotwork
