@@ -89,3 +89,24 @@ TEST(RankTest, PivotsAreChosenByWhatIsLeftOfTheNorms)
         EXPECT_EQ(codeOf(rows, static_cast<int>(rows.rows())), -1) << "constraints";
     }
 }
+
+/// The same where a norm is not lost but rounded, by one lane of a long sum that starts with a 1:
+/// what is above half of its last digit counts as a whole one each time, what is below as nothing.
+TEST(RankTest, NormsAreComputedAnewWhenTheyHaveFallenByAHundred)
+{
+    const double digit = 0x1p-52;
+    constexpr int kLanes = 8;
+    DoubleGenMat a(81 * kLanes, 3, 0.0);
+    a(0, 0) = 2.0;
+    a(0, 1) = a(0, 2) = 1.0;
+    for (int k = 1; k <= 80; ++k) {
+        if (k <= 40) a(kLanes * k, 1) = std::sqrt(0.55 * digit);  // looks like 40 digits, is 22
+        a(kLanes * k, 2) = std::sqrt(0.49 * digit);               // looks like none, is 39
+    }
+    // Half of the squares of the last column are where the other one's are, so that what comes
+    // second is shorter by the root of 2: 4.9e-8, or 6.6e-8 the other way round.
+    const double scale = 0x1p17;
+    EXPECT_LT(std::sqrt(11.0 * digit), 4.0 * scale * 1e-13);
+    EXPECT_GT(std::sqrt(19.0 * digit), 4.0 * scale * 1e-13);
+    EXPECT_EQ(codeOf(a * scale, 0), -1);
+}

@@ -88,8 +88,8 @@ TEST(RoadGuardTest, ConstraintsAreMeasuredWithAndWithoutTheirLengths)
     EXPECT_NEAR(graded.inverseNorm(), 3.0 * 0x1p10, 1e-9) << "the third column: 2^10 (1, 2)";
 
     knotwork::SpanRows apart(4);  // nothing in common
-    apart.append(0, 1)[0] = -8.0;
-    apart.append(3, 1)[0] = 0.25;
+    apart.append(0, 1)[0] = 8.0;
+    apart.append(3, 1)[0] = -0.25;
     const knotwork::ConstraintBasis basis(apart, 0);
     EXPECT_EQ(basis.inverseNorm(), 4.0);
     EXPECT_EQ(basis.condition(), 1.0);
