@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 #include "knotwork/factor/InverseNorm.h"
 #include "knotwork/factor/PanelKernels.h"
@@ -250,16 +249,8 @@ double BlockedQR::normBound() const
     return std::sqrt(rowSum) * std::sqrt(columnSum);
 }
 
-bool BlockedQR::hasZeroDiagonal() const
-{
-    for (int j = 0; j < cols(); ++j)
-        if (column(j)[j] == 0.0) return true;
-    return false;
-}
-
 double BlockedQR::inverseNorm() const
 {
-    if (hasZeroDiagonal()) return std::numeric_limits<double>::infinity();
     return estimateInverseNorm(
         cols(), [this](double* y) { solve<kFewLanes>(y); },
         [this](double* y) { solveTransposed<kFewLanes>(y); });
@@ -267,7 +258,6 @@ double BlockedQR::inverseNorm() const
 
 double BlockedQR::transposedInverseNorm(const std::vector<double>& scales) const
 {
-    if (hasZeroDiagonal()) return std::numeric_limits<double>::infinity();
     const auto scale = [&](double* y) {
         for (const double factor : scales)
             for (int c = 0; c < kFewLanes; ++c) *y++ *= factor;

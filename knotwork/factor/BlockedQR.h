@@ -58,7 +58,6 @@ class BlockedQR {
     };
 
     double* column(int j) const { return a_.corner + a_.leading * j; }
-    bool hasZeroDiagonal() const;
     void factorColumns(int first, int width);
     void combineReflections(int first, int width);
     void applyToRight(int first, int width);

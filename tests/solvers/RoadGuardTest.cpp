@@ -15,7 +15,6 @@ using knotwork_test::BothRoads;
 using knotwork_test::curveMatrix;
 using knotwork_test::largest;
 using knotwork_test::randomMatrix;
-using knotwork_test::RoadProbe;
 
 TEST(RoadGuardTest, EachMeasureHasItsThreshold)
 {
@@ -151,7 +150,15 @@ DoubleGenMat dragged()
 {
     DoubleGenMat a = identities(58, 1.0, 1.0);
     a(3, 1) = 900.0;
-    a(59, 0) = 2e-10;
+    a(59, 0) = 2e-11;
+    return a;
+}
+
+/// What a constraint fixes, seen with a large factor by a sample of something else.
+DoubleGenMat heavyFixed()
+{
+    DoubleGenMat a = identities(58, 1.0, 1.0);
+    a(3, 0) = 1e5;
     return a;
 }
 
@@ -183,8 +190,8 @@ DoubleGenMat parallelConstraints(const DoubleGenMat& matrix)
     const int last = static_cast<int>(a.rows()) - 1;
     a.row(last) = a.row(last - 1);
     a(last, static_cast<int>(a.cols()) / 2) += 1e-4;
-    a.row(last) *= 1e4;
-    a.row(last - 1) *= 1e4;
+    a.row(last) *= 100.0;
+    a.row(last - 1) *= 100.0;
     return a;
 }
 
@@ -205,14 +212,19 @@ TEST(RoadGuardTest, ConstructedSystemsDoNotTellTheRoadsApart)
         {"more skips", manySkips(400), 0, 1e-10, 0, false},
         {"skips in samples", identities(400, 10.0, 0.1), 2, 0.9e-8, 0, false},
         {"the same with lighter samples", identities(400, 1.0, 1.0), 2, 0.9e-9, 0, true},
-        {"a skip among constraints", dragged(), 2, 0.5e-8, 0, false},
+        {"a skip among constraints", dragged(), 2, 0.5e-9, 0, false},
+        {"many skips, dense", manySkips(40), 0, 1e-10, 0, false},
+        {"skips in samples, dense", identities(48, 10.0, 0.1), 1, 0.9e-8, 0, false},
+        {"skips among constraints, dense", identities(48, 10.0, 1.0), 2, 0.9e-8, 0, false},
+        {"lighter products, dense", identities(48, 10.0, 1.0), 2, 0.9e-9, 0, true},
+        {"a heavy factor of what is fixed", heavyFixed(), 2, 1e-12, 0, false},
         {"a heavy sample", withRow(curve, 7, 1e5), 3, 1e-12, 0, false},
         {"a heavy constraint", withRow(curve, 200, 1e8), 3, 1e-12, -1, false},
         {"a heavy constraint, dense", withRow(dense(3), 120, 1e8), 2, 1e-12, -1, false},
         {"a light constraint", withRow(curve, 200, 1e-9), 3, 1e-12, 0, false},
         {"a light constraint, dense", withRow(dense(3), 120, 1e-9), 2, 1e-12, 0, false},
-        {"nearly parallel constraints", parallelConstraints(curve), 3, 1e-12, 0, false},
-        {"nearly parallel constraints, dense", parallelConstraints(dense(3)), 2, 1e-12, 0, false},
+        {"nearly parallel constraints", parallelConstraints(curve), 3, 0.0, 0, false},
+        {"nearly parallel constraints, dense", parallelConstraints(dense(3)), 2, 0.0, 0, false},
         {"dominated by a constraint", dominated(1e7), 1, 1e-12, 0, false},
         {"dominated by far", dominated(1e10), 1, 1e-12, 0, false},
         {"dominated a little", dominated(1.0), 1, 1e-12, 0, true},
@@ -266,14 +278,14 @@ TEST(RoadGuardTest, AnswersWithinReachOfTheSkipRuleAreLiteral)
         const BothRoads roads(c.matrix, c.constraints, c.tolerance);
         ASSERT_TRUE(roads.quick.onShortRoad()) << "or this says nothing";
         EXPECT_EQ(roads.difference(c.rhs), 0.0) << "to the bit";
-        // A coordinate beside it that is large enough stays where it was.
-        const DoubleVec plain(c.matrix.rows(), 1.0, 0.25);
-        TtupleVector both(2, static_cast<int>(c.matrix.rows()), 0.0);
-        both.component(0) = plain;
-        both.component(1) = c.rhs;
-        TtupleVector alone(2, static_cast<int>(c.matrix.rows()), 0.0);
-        alone.component(0) = plain;
-        EXPECT_EQ(roads.quick.TbaseSolver::solve(both).component(0),
-                  roads.quick.TbaseSolver::solve(alone).component(0));
+        // Nor does it matter what lies beside it, in the same lanes and in others.
+        const int rows = static_cast<int>(c.matrix.rows());
+        TtupleVector many(17, rows, 1.0);
+        many.component(0) = std::numeric_limits<double>::quiet_NaN();
+        TtupleVector others = roads.quick.TbaseSolver::solve(many);
+        many.component(16) = c.rhs;
+        TtupleVector all = roads.quick.TbaseSolver::solve(many);
+        EXPECT_EQ(all.component(16), roads.quick.TbaseSolver::solve(c.rhs));
+        EXPECT_EQ(all.component(1), others.component(1));
     }
 }
