@@ -85,6 +85,7 @@ TEST(RoadGuardTest, ConstraintsAreMeasuredWithAndWithoutTheirLengths)
     const auto graded = doublingConstraints({1, -0x1p20, 0x1p-10, -0x1p5});
     EXPECT_NEAR(graded.condition(), 7.0 * std::sqrt(5.0), 1e-13);
     EXPECT_NEAR(graded.inverseNorm(), 3.0 * 0x1p10, 1e-9) << "the third column: 2^10 (1, 2)";
+    EXPECT_NEAR(doublingConstraints({1, 1, 1, 0.5, 1}).inverseNorm(), 31.0, 1e-13);
 
     knotwork::SpanRows apart(4);  // nothing in common
     apart.append(0, 1)[0] = 8.0;
