@@ -5,6 +5,7 @@
 #include <cmath>
 #include <limits>
 #include <mutex>
+#include <numeric>
 #include <vector>
 
 #include "knotwork/linalg/DoubleVecPick.h"
@@ -26,21 +27,20 @@ unsigned workLength(const DoubleGenMat& a)
     return std::max(a.rows() & 0xFFFFu, a.cols() & 0xFFFFu);
 }
 
-/// 0 as long as the first points have no number that is not finite. The sums go side by side.
+/// 0 as long as the first points have no number that is not finite.
 double sumOfZeros(const TtupleVector& points, int count)
 {
     const DoubleVec numbers(TtupleVector(points).data());
     const std::ptrdiff_t step = numbers.stride();
+    const std::ptrdiff_t total = std::ptrdiff_t{points.size()} * count;
     const double* from = numbers.data();
-    double sums[knotwork::kFewLanes] = {};
-    std::ptrdiff_t left = std::ptrdiff_t{points.size()} * count;
-    for (; left >= knotwork::kFewLanes; left -= knotwork::kFewLanes)
-        for (double& sum : sums) {
-            sum += 0.0 * *from;
-            from += step;
-        }
-    for (; left > 0; --left, from += step) sums[0] += 0.0 * *from;
-    return (sums[0] + sums[1]) + (sums[2] + sums[3]);
+    constexpr int kSums = 16;  // side by side, as vectors
+    double sums[kSums] = {};
+    std::ptrdiff_t at = 0;
+    for (; step == 1 && at + kSums <= total; at += kSums)
+        for (int l = 0; l < kSums; ++l) sums[l] += 0.0 * from[at + l];
+    for (; at < total; ++at) sums[0] += 0.0 * from[step * at];
+    return std::accumulate(sums, sums + kSums, 0.0);
 }
 
 /// Which coordinates have a number that is not finite in their first points; empty for none.
@@ -338,12 +338,16 @@ void Thouseholder::solveLanes(const TtupleVector& rhs, TtupleVector& x, int firs
     const double least =
         shortcut_->sparse ? shortcut_->sparse->leastAnswer() : shortcut_->dense->leastAnswer();
     double most[Lanes] = {};
+    double zeros[Lanes] = {};  // unless something is not finite
     for (const double* y = found.data(); y != found.data() + found.size(); y += Lanes)
-        for (int c = 0; c < Lanes; ++c)  // what is not finite stays, or becomes a NaN
-            most[c] = std::fabs(y[c]) <= most[c] ? most[c] : std::fabs(y[c] + 0.0 * most[c]);
+        for (int c = 0; c < Lanes; ++c) {
+            const double magnitude = std::fabs(y[c]);
+            most[c] = most[c] < magnitude ? magnitude : most[c];
+            zeros[c] += 0.0 * magnitude;
+        }
     for (int c = 0; c < width; ++c) {
         if (!spoilt.empty() && spoilt[static_cast<std::size_t>(first + c)] != 0) continue;
-        if (std::isfinite(most[c]) && (largest[c] == 0.0 || most[c] >= least)) continue;
+        if (zeros[c] == 0.0 && (largest[c] == 0.0 || most[c] >= least)) continue;
         solveLiterally(rhs, first + c, found.data() + c, Lanes);
     }
 
