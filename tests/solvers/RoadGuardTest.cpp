@@ -8,11 +8,13 @@
 
 #include "knotwork/solvers/detail/ConstraintBasis.h"
 #include "tests/solvers/RoadProbe.h"
+#include "tests/support/Dice.h"
 
 using knotwork::leastAnswer;
 using knotwork::RoadMeasures;
 using knotwork_test::BothRoads;
 using knotwork_test::curveMatrix;
+using knotwork_test::Dice;
 using knotwork_test::largest;
 using knotwork_test::randomMatrix;
 
@@ -289,4 +291,70 @@ TEST(RoadGuardTest, AnswersWithinReachOfTheSkipRuleAreLiteral)
         EXPECT_EQ(all.component(16), roads.quick.TbaseSolver::solve(c.rhs));
         EXPECT_EQ(all.component(1), others.component(1));
     }
+}
+
+namespace {
+
+/// Bands or dense rows with a heavy diagonal, strewn with numbers about as small as what is
+/// negligible; rows out of scale, constraints almost alike.
+DoubleGenMat strewnSystem(Dice& dice, int constraints, double tiny)
+{
+    const auto below = [&](int n) {
+        return static_cast<int>(dice.below(static_cast<unsigned>(n)));
+    };
+    const auto sign = [&] { return 2.0 * dice.unit() - 1.0; };
+    const bool dense = below(4) == 0;
+    const int cols = dense ? 32 + below(20) : 48 + below(40);
+    const int rows = cols + below(2 * cols) + constraints;
+    const int width = dense ? cols : 1 + below(6);
+    const double level = std::pow(10.0, 0.5 - 1.5 * dice.unit());
+    DoubleGenMat a(static_cast<unsigned>(rows), static_cast<unsigned>(cols), 0.0);
+    for (int i = 0; i < rows; ++i) {
+        const bool wide = !dense && below(20) == 0;  // and then tiny throughout
+        const int count = wide ? cols / 4 : width;
+        const int at = i < rows - constraints ? i % cols : below(cols);
+        const int first = std::min(at, cols - count);
+        for (int k = 0; k < count; ++k) {
+            const double sizes[] = {level, level, tiny, 0.0, 0.2 * level};
+            a(i, first + k) = (wide ? tiny : sizes[below(5)]) * sign();
+        }
+        a(i, at) += level * (2.0 + 0.3 * width);
+    }
+    if (below(3) == 0) a.row(below(rows)) *= std::pow(10.0, 4.0 * dice.unit() - 2.0);
+    if (below(4) == 0 && constraints > 1) {
+        a.row(rows - 1) = a.row(rows - 2);
+        a(rows - 1, below(cols)) += std::pow(10.0, -4.0 * dice.unit());
+    }
+    return a;
+}
+
+}  // namespace
+
+TEST(RoadGuardTest, SystemsStrewnWithNegligibleNumbersDoNotTellTheRoadsApart)
+{
+    const int systems = knotwork_test::trials(1000);
+    Dice dice(1);
+    int shortRoads = 0;
+    double worst = 0.0;
+    for (int trial = 0; trial < systems; ++trial) {
+        SCOPED_TRACE(trial);
+        const int constraints = static_cast<int>(dice.below(3) == 0 ? 0 : dice.below(8));
+        const double tiny = std::pow(10.0, -8.0 - 5.0 * dice.unit());
+        const DoubleGenMat a = strewnSystem(dice, constraints, tiny);
+        const BothRoads roads(a, constraints, std::pow(10.0, -9.0 - 4.0 * dice.unit()));
+        ASSERT_EQ(roads.code, roads.literalCode);
+        if (roads.code != 0 || !roads.quick.onShortRoad()) continue;
+        ++shortRoads;
+        const double size = std::pow(10.0, -6.0 * dice.unit());
+        for (const bool few : {false, true}) {  // large numbers among tiny ones
+            DoubleVec b(a.rows());
+            for (int i = 0; i < static_cast<int>(a.rows()); ++i)
+                b(i) = (few && dice.below(8) != 0 ? tiny : size) * (2.0 * dice.unit() - 1.0);
+            const double difference = roads.difference(b);
+            EXPECT_LE(difference, 1e-8);
+            worst = std::max(worst, difference);
+        }
+    }
+    EXPECT_GT(shortRoads, systems / 2);
+    knotwork_test::recordWorst(worst);
 }

@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
+#include <sstream>
 
 #include "knotwork/fit/BsplineBasis.h"
 #include "knotwork/solvers/Thouseholder.h"
@@ -40,6 +44,22 @@ inline DoubleGenMat curveMatrix(int samples, int unknowns)
         for (int k = 0; k < 4; ++k) a(i, first + k) = entries[k];
     }
     return a;
+}
+
+/// How many random systems to try: KNOTWORK_ROADS_TIMES=12 in the environment makes it that many
+/// times as many.
+inline int trials(int usual)
+{
+    const char* times = std::getenv("KNOTWORK_ROADS_TIMES");
+    return usual * (times == nullptr ? 1 : std::max(1, std::atoi(times)));
+}
+
+/// Into the XML report.
+inline void recordWorst(double difference)
+{
+    std::ostringstream text;
+    text << difference;
+    testing::Test::RecordProperty("worstDifference", text.str());
 }
 
 /// A system on both roads.

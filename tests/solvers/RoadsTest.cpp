@@ -3,10 +3,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
 #include <limits>
 #include <numeric>
-#include <sstream>
 #include <vector>
 
 #include "knotwork/fit/BsplineBasis.h"
@@ -20,27 +18,13 @@ using knotwork_test::Dice;
 using knotwork_test::elements;
 using knotwork_test::largest;
 using knotwork_test::ListeningReporter;
+using knotwork_test::recordWorst;
 using knotwork_test::RoadProbe;
+using knotwork_test::trials;
 
 namespace {
 
 constexpr double kEps = 0x1p-52;
-
-/// How many random systems to try: KNOTWORK_ROADS_TIMES=12 in the environment makes it that many
-/// times as many.
-int trials(int usual)
-{
-    const char* times = std::getenv("KNOTWORK_ROADS_TIMES");
-    return usual * (times == nullptr ? 1 : std::max(1, std::atoi(times)));
-}
-
-/// Into the XML report.
-void recordWorst(double difference)
-{
-    std::ostringstream text;
-    text << difference;
-    testing::Test::RecordProperty("worstDifference", text.str());
-}
 
 /// A system of B-spline rows as hosts make them, and some as they should not.
 struct SparseSystem {
