@@ -43,6 +43,19 @@ double sumOfZeros(const TtupleVector& points, int count)
     return std::accumulate(sums, sums + kSums, 0.0);
 }
 
+/// The largest magnitude; a NaN when a number is not finite.
+double largestOrNaN(const double* numbers, int count, std::ptrdiff_t step)
+{
+    double most = 0.0;
+    double zero = 0.0;
+    for (const double* end = numbers + step * count; numbers != end; numbers += step) {
+        const double magnitude = std::fabs(*numbers);
+        most = most < magnitude ? magnitude : most;
+        zero += 0.0 * magnitude;
+    }
+    return most + zero;
+}
+
 /// Which coordinates have a number that is not finite in their first points; empty for none.
 std::vector<char> spoiltCoordinates(const TtupleVector& points, int count)
 {
@@ -337,17 +350,10 @@ void Thouseholder::solveLanes(const TtupleVector& rhs, TtupleVector& x, int firs
         shortcut_->dense->solve<Lanes>(fetch, found.data());
     const double least =
         shortcut_->sparse ? shortcut_->sparse->leastAnswer() : shortcut_->dense->leastAnswer();
-    double most[Lanes] = {};
-    double zeros[Lanes] = {};  // unless something is not finite
-    for (const double* y = found.data(); y != found.data() + found.size(); y += Lanes)
-        for (int c = 0; c < Lanes; ++c) {
-            const double magnitude = std::fabs(y[c]);
-            most[c] = most[c] < magnitude ? magnitude : most[c];
-            zeros[c] += 0.0 * magnitude;
-        }
     for (int c = 0; c < width; ++c) {
         if (!spoilt.empty() && spoilt[static_cast<std::size_t>(first + c)] != 0) continue;
-        if (zeros[c] == 0.0 && (largest[c] == 0.0 || most[c] >= least)) continue;
+        const double most = largestOrNaN(found.data() + c, cols, Lanes);
+        if (most >= least || (most == 0.0 && largest[c] == 0.0)) continue;
         solveLiterally(rhs, first + c, found.data() + c, Lanes);
     }
 

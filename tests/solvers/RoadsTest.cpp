@@ -129,7 +129,7 @@ class SystemMaker {
 };
 
 /// How far x is from meeting the working constraints, over a bound for rounding and for the inner
-/// products that may be skipped (of 120,000 systems the worst took 14 tolerances).
+/// products that may be skipped. (Of 120,000 systems the worst one takes 142 eps.)
 double constraintRatio(const RoadProbe& solver, const SparseSystem& s, const DoubleVec& x)
 {
     const DoubleGenMat a = solver.working();
@@ -145,7 +145,7 @@ double constraintRatio(const RoadProbe& solver, const SparseSystem& s, const Dou
             size += std::fabs(a(i, j)) * largest(x);
         }
         if (residual == 0.0) continue;
-        worst = std::max(worst, std::fabs(residual) / (100.0 * kEps * size + 30.0 * s.tolerance));
+        worst = std::max(worst, std::fabs(residual) / (200.0 * kEps * size + 10.0 * s.tolerance));
     }
     return worst;
 }
