@@ -8,6 +8,7 @@
 
 #include "knotwork/factor/InverseNorm.h"
 #include "knotwork/factor/detail/LaneKernels.h"
+#include "knotwork/factor/detail/Pack.h"
 
 namespace knotwork {
 
@@ -30,6 +31,13 @@ void subtractMultiples(const double* row, int count, const double* x, double* y)
 }
 
 }  // namespace
+
+int BandTriangle::mostEntries() const
+{
+    int most = 0;
+    for (int j = 0; j < size(); ++j) most = std::max(most, count(j));
+    return most;
+}
 
 /// The 2-norm of a matrix squared is at most its 1-norm times its infinity norm.
 double BandTriangle::normBound() const
@@ -126,13 +134,30 @@ template void BandTriangle::subtractTransposedProduct<kManyLanes>(const double*,
 template void BandTriangle::solveTransposed<kFewLanes>(double*) const;
 template void BandTriangle::solveTransposed<kManyLanes>(double*) const;
 
-void BandTriangle::solveOne(double* y) const
+/// Both for the estimate only: the reciprocals wait for nothing.
+void BandTriangle::solveRoughly(double* y) const
 {
     for (int j = size() - 1; j >= 0; --j) {
         const double* entries = row(j);
-        double rest = y[j];
-        for (int k = count(j) - 1; k > 0; --k) rest -= entries[k] * y[j + k];
-        y[j] = rest / entries[0];
+        const double reciprocal = 1.0 / entries[0];
+        double* here = y + kPack * j;
+        Pack rest = load(here);
+        for (std::ptrdiff_t k = count(j) - 1; k > 0; --k)
+            rest -= entries[k] * load(here + kPack * k);
+        store(here, rest * reciprocal);
+    }
+}
+
+void BandTriangle::solveRoughlyTransposed(double* y) const
+{
+    for (int j = 0; j < size(); ++j) {
+        const double* entries = row(j);
+        const double reciprocal = 1.0 / entries[0];
+        double* here = y + kPack * j;
+        const Pack found = load(here) * reciprocal;
+        store(here, found);
+        for (std::ptrdiff_t k = 1; k < count(j); ++k)
+            store(here + kPack * k, load(here + kPack * k) - entries[k] * found);
     }
 }
 
@@ -141,7 +166,8 @@ double BandTriangle::inverseNorm() const
     for (int j = 0; j < size(); ++j)
         if (diagonal(j) == 0.0) return std::numeric_limits<double>::infinity();
     return estimateInverseNorm(
-        size(), [this](double* y) { solveOne(y); }, [this](double* y) { solveTransposed<1>(y); });
+        size(), [this](double* y) { solveRoughly(y); },
+        [this](double* y) { solveRoughlyTransposed(y); });
 }
 
 }  // namespace knotwork

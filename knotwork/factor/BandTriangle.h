@@ -20,6 +20,7 @@ class BandTriangle {
     int count(int j) const { return static_cast<int>(start(j + 1) - start(j)); }
     const double* row(int j) const { return values_.data() + start(j); }
     double diagonal(int j) const { return count(j) > 0 ? row(j)[0] : 0.0; }
+    int mostEntries() const;   ///< in a row
     double normBound() const;  ///< of the largest singular value: at least that
     DoubleGenMat expanded() const;
 
@@ -42,13 +43,14 @@ class BandTriangle {
     template <int Lanes>
     void solveTransposed(double* y) const;
 
-    /// An estimate of the 1-norm of R^-1 from a few solves, hardly ever more than three times too
-    /// small; infinite where a diagonal entry is 0.
+    /// An estimate of the larger one of the 1-norm and the 2-norm of R^-1, see InverseNorm.h;
+    /// infinite where a diagonal entry is 0.
     double inverseNorm() const;
 
   private:
     std::ptrdiff_t start(int j) const { return starts_[static_cast<std::size_t>(j)]; }
-    void solveOne(double* y) const;
+    void solveRoughly(double* y) const;
+    void solveRoughlyTransposed(double* y) const;
 
     std::vector<std::ptrdiff_t> starts_ = {0};
     std::vector<double> values_;

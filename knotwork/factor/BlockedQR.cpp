@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 #include "knotwork/factor/InverseNorm.h"
 #include "knotwork/factor/PanelKernels.h"
@@ -250,34 +249,27 @@ double BlockedQR::normBound() const
     return std::sqrt(rowSum) * std::sqrt(columnSum);
 }
 
-bool BlockedQR::hasZeroDiagonal() const
-{
-    for (int j = 0; j < cols(); ++j)
-        if (column(j)[j] == 0.0) return true;
-    return false;
-}
-
 double BlockedQR::inverseNorm() const
 {
-    if (hasZeroDiagonal()) return std::numeric_limits<double>::infinity();
     return estimateInverseNorm(
-        cols(), [this](double* y) { solve<1>(y); }, [this](double* y) { solveTransposed<1>(y); });
+        cols(), [this](double* y) { solve<kFewLanes>(y); },
+        [this](double* y) { solveTransposed<kFewLanes>(y); });
 }
 
 double BlockedQR::transposedInverseNorm(const std::vector<double>& scales) const
 {
-    if (hasZeroDiagonal()) return std::numeric_limits<double>::infinity();
     const auto scale = [&](double* y) {
-        for (int j = 0; j < cols(); ++j) y[j] *= scales[static_cast<std::size_t>(j)];
+        for (const double factor : scales)
+            for (int c = 0; c < kFewLanes; ++c) *y++ *= factor;
     };
     return estimateInverseNorm(
         cols(),
         [&](double* y) {
             scale(y);
-            solveTransposed<1>(y);
+            solveTransposed<kFewLanes>(y);
         },
         [&](double* y) {
-            solve<1>(y);
+            solve<kFewLanes>(y);
             scale(y);
         });
 }

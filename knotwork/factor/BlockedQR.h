@@ -39,7 +39,8 @@ class BlockedQR {
     void solveTransposed(double* y) const;
 
     double normBound() const;  ///< of the largest singular value: at least that
-    /// Estimates of the 1-norms of R^-1 and R^-T; infinite where a diagonal entry is 0.
+    /// Estimates of the norms of R^-1, and of R^-T with its columns multiplied by the scales, see
+    /// InverseNorm.h; infinite where a diagonal entry is 0.
     double inverseNorm() const;
     double transposedInverseNorm(const std::vector<double>& rowScales) const;
     double columnLength(int j) const;  ///< of A, which is that of R
@@ -57,7 +58,6 @@ class BlockedQR {
     };
 
     double* column(int j) const { return a_.corner + a_.leading * j; }
-    bool hasZeroDiagonal() const;
     void factorColumns(int first, int width);
     void combineReflections(int first, int width);
     void applyToRight(int first, int width);

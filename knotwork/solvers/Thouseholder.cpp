@@ -3,7 +3,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <mutex>
+#include <numeric>
 #include <vector>
 
 #include "knotwork/linalg/DoubleVecPick.h"
@@ -23,6 +25,47 @@ constexpr int kMostPivots = 65535;  // what 16-bit work vectors can hold
 unsigned workLength(const DoubleGenMat& a)
 {
     return std::max(a.rows() & 0xFFFFu, a.cols() & 0xFFFFu);
+}
+
+/// 0 as long as the first points have no number that is not finite.
+double sumOfZeros(const TtupleVector& points, int count)
+{
+    const DoubleVec numbers(TtupleVector(points).data());
+    const std::ptrdiff_t step = numbers.stride();
+    const std::ptrdiff_t total = std::ptrdiff_t{points.size()} * count;
+    const double* from = numbers.data();
+    constexpr int kSums = 16;  // side by side, as vectors
+    double sums[kSums] = {};
+    std::ptrdiff_t at = 0;
+    for (; step == 1 && at + kSums <= total; at += kSums)
+        for (int l = 0; l < kSums; ++l) sums[l] += 0.0 * from[at + l];
+    for (; at < total; ++at) sums[0] += 0.0 * from[step * at];
+    return std::accumulate(sums, sums + kSums, 0.0);
+}
+
+/// The largest magnitude; a NaN when a number is not finite.
+double largestOrNaN(const double* numbers, int count, std::ptrdiff_t step)
+{
+    double most = 0.0;
+    double zero = 0.0;
+    for (const double* end = numbers + step * count; numbers != end; numbers += step) {
+        const double magnitude = std::fabs(*numbers);
+        most = most < magnitude ? magnitude : most;
+        zero += 0.0 * magnitude;
+    }
+    return most + zero;
+}
+
+/// Which coordinates have a number that is not finite in their first points; empty for none.
+std::vector<char> spoiltCoordinates(const TtupleVector& points, int count)
+{
+    std::vector<char> spoilt;
+    if (sumOfZeros(points, count) == 0.0) return spoilt;
+    TtupleVector source(points);
+    for (int k = 0; k < points.size(); ++k)
+        spoilt.push_back(sumOfZeros(TtupleVector(1, source.component(k).copy()), count) == 0.0 ? 0
+                                                                                               : 1);
+    return spoilt;
 }
 
 /// to = factor from; rows of neighbours, the common case, go in one move.
@@ -200,10 +243,15 @@ int Thouseholder::solveInPlace(TtupleVector& rhs, TtupleVector* x) const
 
     return knotwork::withoutBadAlloc(
         [&] {
+            const std::vector<char> spoilt = spoiltCoordinates(rhs, rows);
             if (shortcut_)
-                solveShort(rhs, *x);
+                solveShort(rhs, *x, spoilt);
             else
                 solveCoordinates(rhs, *x);
+            for (int k = 0; k < static_cast<int>(spoilt.size()); ++k)
+                if (spoilt[static_cast<std::size_t>(k)] != 0)
+                    x->component(k).slice(0, static_cast<unsigned>(cols), 1) =
+                        std::numeric_limits<double>::quiet_NaN();
             return knotwork::kSolved;
         },
         knotwork::kBadArgument);
@@ -255,20 +303,23 @@ void Thouseholder::solveSome(TtupleVector& rhs, TtupleVector& x, int first, int 
     }
 }
 
-void Thouseholder::solveShort(const TtupleVector& rhs, TtupleVector& x) const
+void Thouseholder::solveShort(const TtupleVector& rhs, TtupleVector& x,
+                              const std::vector<char>& spoilt) const
 {
     for (int first = 0; first < rhs.size();) {
         const int left = rhs.size() - first;
         if (left > knotwork::kFewLanes)
-            solveLanes<knotwork::kManyLanes>(rhs, x, first, std::min(left, knotwork::kManyLanes));
+            solveLanes<knotwork::kManyLanes>(rhs, x, first, std::min(left, knotwork::kManyLanes),
+                                             spoilt);
         else
-            solveLanes<knotwork::kFewLanes>(rhs, x, first, left);
+            solveLanes<knotwork::kFewLanes>(rhs, x, first, left, spoilt);
         first += left > knotwork::kFewLanes ? knotwork::kManyLanes : knotwork::kFewLanes;
     }
 }
 
 template <int Lanes>
-void Thouseholder::solveLanes(const TtupleVector& rhs, TtupleVector& x, int first, int width) const
+void Thouseholder::solveLanes(const TtupleVector& rhs, TtupleVector& x, int first, int width,
+                              const std::vector<char>& spoilt) const
 {
     const int cols = static_cast<int>(workingCols());
     const bool scaled = rhsMult_.length() == static_cast<unsigned>(rhs.points());
@@ -298,13 +349,11 @@ void Thouseholder::solveLanes(const TtupleVector& rhs, TtupleVector& x, int firs
     else
         shortcut_->dense->solve<Lanes>(fetch, found.data());
     const double least =
-        shortcut_->sparse ? shortcut_->sparse->leastRhs() : shortcut_->dense->leastRhs();
+        shortcut_->sparse ? shortcut_->sparse->leastAnswer() : shortcut_->dense->leastAnswer();
     for (int c = 0; c < width; ++c) {
-        bool finite = true;
-        for (int j = 0; j < cols; ++j)
-            finite &= std::isfinite(
-                found[static_cast<std::size_t>(j) * Lanes + static_cast<std::size_t>(c)]);
-        if (finite && (largest[c] == 0.0 || largest[c] >= least)) continue;
+        if (!spoilt.empty() && spoilt[static_cast<std::size_t>(first + c)] != 0) continue;
+        const double most = largestOrNaN(found.data() + c, cols, Lanes);
+        if (most >= least || (most == 0.0 && largest[c] == 0.0)) continue;
         solveLiterally(rhs, first + c, found.data() + c, Lanes);
     }
 

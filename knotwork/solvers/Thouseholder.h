@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <vector>
 
 #include "knotwork/solvers/TsolveConstrainedLsq.h"
 
@@ -20,13 +21,15 @@ struct TwoPhaseArrays;
 ///           rank-deficient least-squares block makes it dependent too, as does a NaN.
 /// Scale     thresholds are absolute: an update is skipped when its inner product is at most
 ///           tolerance / 10 in magnitude, in factoring and in solving. Bring problems to unit size.
+/// Numbers   an infinite number or a NaN in a right-hand side makes every unknown of its coordinate
+///           a NaN; the code stays 0 and other coordinates keep their bits.
 /// Limits    work vectors have the length max(M mod 65536, N mod 65536) as 16-bit hosts laid down;
 ///           a system whose min(M, N) exceeds 65535 stays dependent.
 /// Speed     a system with few entries in a row, or a larger dense one, is solved on a short road
 ///           that uses them, or works in blocks, where rounding and the thresholds above cannot
-///           tell the difference; what is said here holds on both roads. A right-hand side within
-///           reach of the thresholds takes the literal road, for which the first such solve factors
-///           a copy of its own.
+///           tell the difference; what is said here holds on both roads. A right-hand side with a
+///           solution within reach of the thresholds takes the literal road, for which the first
+///           such solve factors a copy of its own.
 /// Source    Lawson, Hanson: Solving Least Squares Problems (SIAM 1995), chapters 20 and 21, for
 ///           elimination of constraints; Businger, Golub: Linear least squares solutions by
 ///           Householder transformations, Numer. Math. 7 (1965), for the pivoting and downdating.
@@ -72,9 +75,11 @@ class KNOTWORK_EXPORT Thouseholder : public TsolveConstrainedLsq {
     void solveCoordinates(TtupleVector& rhs, TtupleVector& x) const;
     template <class Block>
     void solveSome(TtupleVector& rhs, TtupleVector& x, int first, int width) const;
-    void solveShort(const TtupleVector& rhs, TtupleVector& x) const;
+    void solveShort(const TtupleVector& rhs, TtupleVector& x,
+                    const std::vector<char>& spoilt) const;
     template <int Lanes>
-    void solveLanes(const TtupleVector& rhs, TtupleVector& x, int first, int width) const;
+    void solveLanes(const TtupleVector& rhs, TtupleVector& x, int first, int width,
+                    const std::vector<char>& spoilt) const;
     void solveLiterally(const TtupleVector& rhs, int coordinate, double* x,
                         std::ptrdiff_t step) const;
 

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <limits>
 
 #include "knotwork/factor/DoubleSVDecomp.h"
 #include "knotwork/factor/RowCompression.h"
@@ -15,6 +16,19 @@ namespace {
 constexpr double kResetCutoff = 0.001;         // what an over-large tolerance is reset to
 constexpr std::uint64_t kSlowEntries = 50000;  // more than these make the cut-off worth a message
 constexpr double kRidge = 0.2;                 // so 0.04 in the normal equations
+
+/// Values that rounding cannot tell from zero, in a matrix of that size, are zero.
+DoubleVec singularValues(const DoubleGenMat& A, unsigned size)
+{
+    DoubleSVDecomp decomposition;
+    decomposition.computeLeftVecs(0);
+    decomposition.computeRightVecs(0);
+    decomposition.factor(A);
+    DoubleVec values(decomposition.singularValues().copy());
+    const double largest = values.length() > 0 ? values(0) : 0.0;
+    values.clampZero(std::numeric_limits<double>::epsilon() * size * largest);
+    return values;
+}
 
 }  // namespace
 
@@ -111,21 +125,17 @@ bool TsolveConstrainedLsq::copySpans(const DoubleGenMat& A, bool cleanZeros, boo
     return true;
 }
 
-/// Compressed rows have the same singular values.
+/// Compressed rows have the same singular values, but for rounding.
 double TsolveConstrainedLsq::workingCutoff() const
 {
     if (!spans_) return trySVD(working_);
     const knotwork::RowCompression compression(*spans_);
-    return trySVD(compression.triangle().expanded());
+    return cutoffFrom(singularValues(compression.triangle().expanded(), workingRows()));
 }
 
 double TsolveConstrainedLsq::trySVD(const DoubleGenMat& A)
 {
-    DoubleSVDecomp decomposition;
-    decomposition.computeLeftVecs(0);
-    decomposition.computeRightVecs(0);
-    decomposition.factor(A);
-    return cutoffFrom(decomposition.singularValues());
+    return cutoffFrom(singularValues(A, std::max(A.rows(), A.cols())));
 }
 
 double TsolveConstrainedLsq::cutoffFrom(const DoubleVec& s)

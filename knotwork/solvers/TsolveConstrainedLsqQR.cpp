@@ -64,7 +64,7 @@ int TsolveConstrainedLsqQR::solveInPlace(DoubleVec& rhs, DoubleVec* x) const
     return knotwork::withoutBadAlloc(
         [&] {
             DoubleVec right(rhs.slice(0, n, 1));
-            if (rhsMult_.length() == n) right *= rhsMult_;
+            if (rhsMult_.length() == rhs.length()) right *= rhsMult_;
             x->slice(0, p, 1) = lxSolve_.solve(right);
             return knotwork::kSolved;
         },

@@ -29,9 +29,15 @@ DoubleVec rowLengths(const DoubleGenMat& a)
         for (int i = 0; i < shape.rows; ++i) square[i] += column[i] * column[i];
     }
     // Squares that came near the ends of the range have lost digits: those rows are measured anew.
-    for (int i = 0; i < shape.rows; ++i)
-        square[i] =
-            square[i] > 1e-280 && square[i] < 1e280 ? std::sqrt(square[i]) : a.row(i).vecLen();
+    for (int i = 0; i < shape.rows; ++i) {
+        if (square[i] > 1e-280 && square[i] < 1e280) {
+            square[i] = std::sqrt(square[i]);
+            continue;
+        }
+        const double length = a.row(i).vecLen();
+        // BLAS libraries differ in what they make of infinite numbers.
+        if (!(std::isinf(square[i]) && std::isnan(length))) square[i] = length;
+    }
     return squares;
 }
 
@@ -235,7 +241,7 @@ void TsolveSystems::tryNormalise()
     const Shape shape(working_);
     rhsMult_.reference(rowLengths(working_));
     double* factor = rhsMult_.data();
-    for (int i = 0; i < shape.rows; ++i) factor[i] = factor[i] > 0.0 ? 1.0 / factor[i] : 0.0;
+    for (int i = 0; i < shape.rows; ++i) factor[i] = knotwork::rowFactor(factor[i]);
     for (int j = 0; j < shape.cols; ++j) {
         double* column = working_.col(j).data();
         for (int i = 0; i < shape.rows; ++i)

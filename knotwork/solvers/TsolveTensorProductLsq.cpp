@@ -101,6 +101,7 @@ int TsolveTensorProductLsq::sweepColumns(const TtupleMatrix& T, TtupleMatrix& X)
     TtupleVector rhs(sideBySide(source));
     TtupleVector found(sideBySide(X));
     const int code = u_.solve(rhs, &found, false);
+    if (code != knotwork::kSolved) return code;
     const DoubleVec from(found.data());
     DoubleVec to(X.data());
     forNumbers(X, [&](int inColumns, int inRows) { to(inColumns) = from(inRows); });
@@ -133,17 +134,19 @@ int TsolveTensorProductLsq::solveFixed(const DoubleGenMat& Au, const DoubleGenMa
 
     TtupleMatrix rest(B.copy());
     for (int k = 0; k < X->size(); ++k) {
-        DoubleGenMat coefficients(X->component(k));
+        DoubleGenMat coefficients(X->component(k).copy());
         coefficients.dataVec().vecPick(mask.dataVec().valueIndex(kFree)) = 0.0;
         rest.component(k) -= transProduct(product(Au, coefficients), Av);
     }
     v_.setMatrix(Av, 0, false, false, false);
     TtupleMatrix T(B.size(), B.rows(), X->cols(), 0.0);
     int code = sweepRows(rest, T);
+    TtupleMatrix found(X->copy());
     for (int j = 0; j < X->cols() && code == knotwork::kSolved; ++j) {
-        TtupleVector column(X->columnVector(j));
+        TtupleVector column(found.columnVector(j));
         code = solveColumnAround(Au, fixedRows(mask, j), T.columnVector(j), column);
     }
+    if (code == knotwork::kSolved) X->data() = found.data();
     return code;
 }
 

@@ -14,7 +14,7 @@
 ///           caller; points of B and X have the same dimension.
 /// Codes     those of the solvers (0, 4, 5), -1 from setMatrix for a dependent direction, -1 for a
 ///           grid without rows unless a later solve says more. Null X, shapes and tuple sizes that
-///           do not go together: 4, before anything is changed in solveFixed.
+///           do not go together: 4. X is written when every sweep has succeeded, else not at all.
 /// Ownership both solvers are borrowed; copies borrow the same two.
 class KNOTWORK_EXPORT TsolveTensorProductLsq {
   public:

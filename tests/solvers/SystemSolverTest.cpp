@@ -6,7 +6,9 @@
 
 #include <cmath>
 #include <limits>
+#include <utility>
 
+#include "tests/solvers/RoadProbe.h"
 #include "tests/solvers/SolverProbe.h"
 #include "tests/support/Arrays.h"
 
@@ -131,6 +133,26 @@ TEST(SystemSolverTest, ThinningKeepsFirstEntriesThatTheDiagonalOneMayDisplace)
                     solver.working()(i, j);
         EXPECT_EQ(rowsOf(full), c.after);
     }
+}
+
+TEST(SystemSolverTest, ARowOfInfiniteLengthHasNoDirectionAndIsNoZeroRow)
+{
+    constexpr double kInfinity = std::numeric_limits<double>::infinity();
+    constexpr double kLarge = std::numeric_limits<double>::max();
+    const DoubleGenMat sparse = knotwork_test::curveMatrix(200, 30);
+    const DoubleGenMat dense = knotwork_test::randomMatrix(9, 4, 1);
+    for (const DoubleGenMat& matrix : {sparse, dense})
+        for (const std::pair<double, double>& entries :
+             {std::make_pair(kLarge, -kLarge), {kInfinity, 1.0}, {kInfinity, -kInfinity}}) {
+            DoubleGenMat a(matrix.copy());
+            a(1, 0) = entries.first;
+            a(1, 1) = entries.second;
+            knotwork_test::RoadProbe solver(1e-12, 0, true);
+            EXPECT_EQ(solver.setMatrix(a, 3, true, false, false), -1);
+            EXPECT_TRUE(std::isnan(solver.working()(1, 0)));
+            a.row(1) = 0.0;
+            EXPECT_EQ(solver.setMatrix(a, 3, true, false, false), 0);
+        }
 }
 
 TEST(SystemSolverTest, NormalisingGivesRowsOfLengthOneAtEveryScale)

@@ -192,3 +192,29 @@ TEST(TensorProductTest, AMaskWithoutOnesIsAPlainSolveAndWrongShapesChangeNothing
                                      pointsOf({grid.B, grid.B}), nothing),
               4);
 }
+
+TEST(TensorProductTest, TheGridIsWrittenWhenEverySweepHasSucceeded)
+{
+    Grid grid(9, 4, 8, 3, 61);
+    ASSERT_EQ(grid.set(), 0);
+    DoubleGenMat dependent(grid.Au.copy());
+    dependent.col(3) = dependent.col(2);
+    IntGenMat mask(4, 3, 0);
+    mask(3, 1) = 1;  // without that unknown the columns of its line are independent
+    DoubleGenMat X(4, 3, 5.0);
+    TtupleMatrix points(2, 4, 3, 5.0);
+    EXPECT_EQ(grid.tensor.solveFixed(dependent, grid.Av, mask, grid.B, &X), 5);
+    EXPECT_EQ(X, DoubleGenMat(4, 3, 5.0));
+    EXPECT_EQ(grid.tensor.solveFixed(dependent, grid.Av, mask, pointsOf({grid.B, grid.B}), &points),
+              5);
+    mask.col(0) = mask.col(1);
+    EXPECT_EQ(grid.tensor.solveFixed(dependent, grid.Av, mask, grid.B, &X), 5) << "the last line";
+    EXPECT_EQ(X, DoubleGenMat(4, 3, 5.0));
+
+    ASSERT_EQ(grid.v.setMatrix(grid.Av, 0, false, false, false), 0);
+    ASSERT_EQ(grid.u.setMatrix(dependent, 0, false, false, false), -1);
+    EXPECT_EQ(grid.tensor.solve(grid.B, &X), 5);
+    EXPECT_EQ(X, DoubleGenMat(4, 3, 5.0));
+    EXPECT_EQ(grid.tensor.solve(pointsOf({grid.B, grid.B}), &points), 5);
+    EXPECT_THAT(elements(points.data()), testing::Each(5.0));
+}

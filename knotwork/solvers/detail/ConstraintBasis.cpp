@@ -148,26 +148,41 @@ double ConstraintBasis::largestLength() const
     return lengths_.empty() ? 0.0 : *std::max_element(lengths_.begin(), lengths_.end());
 }
 
+int ConstraintBasis::mostCoupled() const
+{
+    std::ptrdiff_t most = 0;
+    for (int i = 0; i < constraints(); ++i) most = std::max(most, lower_.end(i) - lower_.begin(i));
+    return static_cast<int>(most);
+}
+
 /// Of T^-1 with its columns multiplied by the scales.
 double ConstraintBasis::inverseNormOf(const std::vector<double>& scales) const
 {
-    const auto solveOne = [&](double* y) {
-        for (int i = 0; i < constraints(); ++i) {
-            y[i] *= scales[static_cast<std::size_t>(i)];
-            for (const Entry* e = lower_.begin(i); e != lower_.end(i); ++e)
-                y[i] -= e->value * y[e->at];
-            y[i] /= diagonal_[static_cast<std::size_t>(i)];
-        }
+    if (lower_.entries.empty()) {  // no two constraints have a column in common
+        double largest = 0.0;
+        for (std::size_t i = 0; i < scales.size(); ++i)
+            largest = std::max(largest, scales[i] / std::fabs(diagonal_[i]));
+        return largest;
+    }
+    const auto scale = [&](double* y) {
+        for (const double factor : scales)
+            for (int c = 0; c < kFewLanes; ++c) *y++ *= factor;
+    };
+    const auto solveScaled = [&](double* y) {
+        scale(y);
+        solve<kFewLanes>(y);
     };
     const auto solveTransposed = [&](double* y) {
         for (int i = constraints() - 1; i >= 0; --i) {
-            y[i] /= diagonal_[static_cast<std::size_t>(i)];
+            double* here = y + std::ptrdiff_t{kFewLanes} * i;
+            for (int c = 0; c < kFewLanes; ++c) here[c] /= diagonal_[static_cast<std::size_t>(i)];
             for (const Entry* e = lower_.begin(i); e != lower_.end(i); ++e)
-                y[e->at] -= e->value * y[i];
-            y[i] *= scales[static_cast<std::size_t>(i)];
+                for (int c = 0; c < kFewLanes; ++c)
+                    y[std::ptrdiff_t{kFewLanes} * e->at + c] -= e->value * here[c];
         }
+        scale(y);
     };
-    return estimateInverseNorm(constraints(), solveOne, solveTransposed);
+    return estimateInverseNorm(constraints(), solveScaled, solveTransposed);
 }
 
 template <int Lanes>

@@ -22,9 +22,10 @@ class ConstraintBasis {
     int pivot(int i) const { return pivots_[static_cast<std::size_t>(i)]; }
     int freeColumn(int k) const { return freeCols_[static_cast<std::size_t>(k)]; }
     bool sound() const { return sound_; }  ///< false when a row had nothing left to reflect
-    double inverseNorm() const;            ///< an estimate of the 1-norm of T^-1
+    double inverseNorm() const;            ///< an estimate for T^-1, see InverseNorm.h
     double condition() const;              ///< the same with T's rows scaled to length 1
     double largestLength() const;          ///< of the rows of C
+    int mostCoupled() const;               ///< entries in a row of T beside the diagonal
 
     /// The free columns of R H, as rows of spans.
     SpanRows freePart(const BandTriangle& R) const;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "knotwork/solvers/detail/DenseRoad.h"
 
+#include <cmath>
 #include <limits>
 
 namespace knotwork {
@@ -40,16 +41,31 @@ DenseRoad::DenseRoad(const DoubleGenMat& matrix, int constraints)
     free_ = BlockedQR(panelOf(samplesTimesH_, constraints));
 }
 
+/// Of G, by its Frobenius norm. What it holds of the unknowns that are fixed is subtracted from the
+/// right-hand sides, and rounds.
+double DenseRoad::fixedNorm() const
+{
+    double squares = 0.0;
+    const double* const end = samplesTimesH_.data() + std::ptrdiff_t{samples_} * constraints();
+    for (const double* v = samplesTimesH_.data(); v != end; ++v) squares += *v * *v;
+    return std::sqrt(squares);
+}
+
 RoadMeasures DenseRoad::measures() const
 {
     const double infinity = std::numeric_limits<double>::infinity();
     if (!complete_ || !constraints_.sound() || !free_.sound())
-        return {infinity, infinity, infinity, infinity, infinity};
+        return {infinity, infinity, infinity, infinity, infinity, 0, 0.0, 0};
     const double longest =
         lengths_.empty() ? 0.0 : *std::max_element(lengths_.begin(), lengths_.end());
-    return {free_.normBound(), free_.inverseNorm(), longest,
+    return {std::max(free_.normBound(), fixedNorm()),
+            free_.inverseNorm(),
+            longest,
             constraints_.transposedInverseNorm(std::vector<double>(lengths_.size(), 1.0)),
-            constraints_.transposedInverseNorm(lengths_)};
+            constraints_.transposedInverseNorm(lengths_),
+            free_.cols(),
+            sampleSkips(samples_, cols_, constraints()),
+            std::max(0, constraints() - 1)};
 }
 
 std::unique_ptr<DenseRoad> DenseRoad::find(const DoubleGenMat& matrix, int constraints,
@@ -59,7 +75,7 @@ std::unique_ptr<DenseRoad> DenseRoad::find(const DoubleGenMat& matrix, int const
     std::unique_ptr<DenseRoad> road(new DenseRoad(matrix, constraints));
     const RoadMeasures found = road->measures();
     if (!sameVerdict(found, negligible)) return nullptr;
-    road->leastRhs_ = knotwork::leastRhs(found, negligible);
+    road->leastAnswer_ = knotwork::leastAnswer(found, negligible);
     return road;
 }
 

@@ -25,7 +25,7 @@ class DenseRoad {
     int rows() const { return samples_ + constraints(); }
     int cols() const { return cols_; }
     int constraints() const { return constraints_.cols(); }
-    double leastRhs() const { return leastRhs_; }
+    double leastAnswer() const { return leastAnswer_; }
 
     /// fetch(i, lanes) writes what the right-hand sides have in row i, x: cols() rows of lanes.
     template <int Lanes, class Fetch>
@@ -34,6 +34,7 @@ class DenseRoad {
   private:
     DenseRoad(const DoubleGenMat& matrix, int constraints);
     RoadMeasures measures() const;
+    double fixedNorm() const;
 
     int samples_;
     int cols_;
@@ -43,7 +44,7 @@ class DenseRoad {
     BlockedQR constraints_;
     BlockedQR free_;
     std::vector<double> lengths_;  // of the rows of C
-    double leastRhs_ = 0.0;
+    double leastAnswer_ = 0.0;
 };
 
 template <int Lanes, class Fetch>

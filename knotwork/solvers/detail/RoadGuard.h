@@ -1,16 +1,28 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <cmath>
+
 namespace knotwork {
 
-/// What a short road found out about a system: estimates of 1-norms, bounds of 2-norms.
+/// What a short road found out about a system: estimates of norms of inverses (InverseNorm.h),
+/// bounds of other norms, and how many updates of one row the literal road may skip.
 struct RoadMeasures {
-    double norm;                   // of the least-squares rows in the free unknowns, or more
-    double inverseNorm;            // of their triangle
+    double norm;                   // of the least-squares rows, or more
+    double inverseNorm;            // of their triangle S in the free unknowns
     double longestConstraint;      // length of a row
-    double constraintInverseNorm;  // of the triangle of the constraints
+    double constraintInverseNorm;  // of the triangle T of the constraints
     double constraintCondition;    // the same with their rows scaled to length 1
+    int freeSkips;                 // entries in a row of S
+    double sampleSkips;   // reflections of constraints that a least-squares row goes through
+    int constraintSkips;  // entries in a row of T beside the diagonal
 };
+
+/// RoadMeasures::sampleSkips, as root mean squares over all that is known of an unknown.
+inline double sampleSkips(int samples, int cols, int constraints)
+{
+    return std::sqrt(static_cast<double>(samples) * constraints / cols);
+}
 
 /// Whether the short road leads where the literal one does. Every diagonal entry that pivoting on
 /// the literal road can meet is at least as large as the smallest singular value of its triangle,
@@ -19,8 +31,8 @@ struct RoadMeasures {
 /// skip rule may leave out, and what rounding may change, stays below 1e-9 of the solution.
 bool sameVerdict(const RoadMeasures& measures, double negligible);
 
-/// A right-hand side whose largest number is below this has inner products that the literal road
-/// may skip.
-double leastRhs(const RoadMeasures& measures, double negligible);
+/// A solution whose largest number is below this may differ by more than 1e-9 of it for inner
+/// products with the right-hand side that the literal road skips.
+double leastAnswer(const RoadMeasures& measures, double negligible);
 
 }  // namespace knotwork

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <limits>
 #include <utility>
 
 namespace knotwork {
@@ -224,6 +225,12 @@ SpanRows clampedSpans(const SpanRows& rows, double tol)
     return clamped;
 }
 
+double rowFactor(double length)
+{
+    if (!(length > 0.0)) return 0.0;
+    return std::isinf(length) ? std::numeric_limits<double>::quiet_NaN() : 1.0 / length;
+}
+
 DoubleVec normaliseSpans(SpanRows& rows)
 {
     DoubleVec factors(static_cast<unsigned>(rows.rows()), 0.0);
@@ -236,12 +243,9 @@ DoubleVec normaliseSpans(SpanRows& rows)
         const double length = square > 1e-280 && square < 1e280
                                   ? std::sqrt(square)
                                   : DoubleVec(values, static_cast<unsigned>(count)).vecLen();
-        if (!(length > 0.0)) {
-            std::fill_n(values, count, 0.0);
-            continue;
-        }
-        factors(i) = 1.0 / length;
-        for (int k = 0; k < count; ++k) values[k] *= factors(i);
+        factors(i) = rowFactor(length);
+        for (int k = 0; k < count; ++k)
+            values[k] = factors(i) == 0.0 ? 0.0 : values[k] * factors(i);
     }
     return factors;
 }

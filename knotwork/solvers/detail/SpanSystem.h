@@ -24,6 +24,10 @@ void findZeroSpans(const SpanRows& rows, const IntVec& fixedCols, IntVec& usedRo
 SpanRows cutSpans(const SpanRows& rows, const IntVec& usedRows, const IntVec& usedCols);
 SpanRows clampedSpans(const SpanRows& rows, double tol);
 
+/// What brings a row of that length to length 1: 0 for a row of zeros or without a length, and a
+/// NaN for an infinite one, which has no direction and makes the system dependent.
+double rowFactor(double length);
+
 /// Rows to length 1; the result has their factors, 0 for a row of zeros.
 DoubleVec normaliseSpans(SpanRows& rows);
 

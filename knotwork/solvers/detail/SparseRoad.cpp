@@ -8,20 +8,15 @@ namespace knotwork {
 
 namespace {
 
-// Entries in this range, and their squares, need no scaling.
+// The squares of smaller entries may vanish. Large ones stop at the guard's rank margin.
 constexpr double kLeastEntry = 1e-100;
-constexpr double kMostEntry = 1e100;
 
 bool inRange(const SpanRows& rows)
 {
-    double least = 1.0;
-    double most = 1.0;
-    for (const double v : rows.numbers()) {
-        const double magnitude = std::fabs(v);
-        most = std::max(most, magnitude);
-        if (magnitude != 0.0) least = std::min(least, magnitude);
-    }
-    return least >= kLeastEntry && most <= kMostEntry;
+    double least = kLeastEntry;
+    for (const double v : rows.numbers())
+        if (v != 0.0) least = std::min(least, std::fabs(v));
+    return least == kLeastEntry;
 }
 
 }  // namespace
@@ -39,8 +34,14 @@ RoadMeasures SparseRoad::measures() const
 {
     const double infinity = std::numeric_limits<double>::infinity();
     const BandTriangle& free = constraints() > 0 ? second_.triangle() : first_.triangle();
-    return {first_.triangle().normBound(), basis_.sound() ? free.inverseNorm() : infinity,
-            basis_.largestLength(), basis_.inverseNorm(), basis_.condition()};
+    return {first_.triangle().normBound(),
+            basis_.sound() ? free.inverseNorm() : infinity,
+            basis_.largestLength(),
+            basis_.inverseNorm(),
+            basis_.condition(),
+            free.mostEntries(),
+            sampleSkips(rows() - constraints(), cols(), constraints()),
+            basis_.mostCoupled()};
 }
 
 std::unique_ptr<SparseRoad> SparseRoad::find(const SpanRows& rows, int constraints,
@@ -50,7 +51,7 @@ std::unique_ptr<SparseRoad> SparseRoad::find(const SpanRows& rows, int constrain
     std::unique_ptr<SparseRoad> road(new SparseRoad(rows, constraints));
     const RoadMeasures found = road->measures();
     if (!sameVerdict(found, negligible)) return nullptr;
-    road->leastRhs_ = knotwork::leastRhs(found, negligible);
+    road->leastAnswer_ = knotwork::leastAnswer(found, negligible);
     return road;
 }
 

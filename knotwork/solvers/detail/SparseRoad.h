@@ -28,7 +28,7 @@ class SparseRoad {
     int cols() const { return first_.cols(); }
     int constraints() const { return basis_.constraints(); }
 
-    double leastRhs() const { return leastRhs_; }
+    double leastAnswer() const { return leastAnswer_; }
 
     /// fetch(i, lanes) writes what the right-hand sides have in row i, x: cols() rows of lanes.
     template <int Lanes, class Fetch>
@@ -42,7 +42,7 @@ class SparseRoad {
     RowCompression first_;
     ConstraintBasis basis_;
     RowCompression second_;
-    double leastRhs_ = 0.0;
+    double leastAnswer_ = 0.0;
 };
 
 template <int Lanes, class Fetch>
