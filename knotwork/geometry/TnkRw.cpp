@@ -108,14 +108,15 @@ bool forEachNetPoint(const nk_surface* s, Use use)
     return true;
 }
 
+/// Numbers in a point of a record; none where a host's counts make no sense.
 int pointLength(const nk_spline* s)
 {
-    return s->dimension + std::abs(s->rational);
+    return std::max(s->dimension + std::abs(s->rational), 0);
 }
 
 int pointLength(const nk_surface* s)
 {
-    return s->dimension + (s->rationalU != 0 || s->rationalV != 0 ? 1 : 0);
+    return std::max(s->dimension + (s->rationalU != 0 || s->rationalV != 0 ? 1 : 0), 0);
 }
 
 void readPoint(const double* numbers, int length, DoubleVec point)

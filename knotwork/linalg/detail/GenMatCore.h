@@ -35,6 +35,7 @@ class KNOTWORK_EXPORT GenMatCore : public MatCore<Derived, VecT> {
 
     Derived& reference(const Derived& m);
     void resize(unsigned rows, unsigned cols);  ///< elements keep their (i, j); new ones are 0
+    void forget();  ///< 0 x 0 from now on; needs no memory, sharers keep what they have
 
     unsigned rows() const { return rows_; }
     unsigned cols() const { return cols_; }

@@ -5,6 +5,7 @@
 #include <cctype>
 #include <cstring>
 #include <istream>
+#include <limits>
 #include <type_traits>
 
 #include "knotwork/linalg/IntVec.h"
@@ -33,14 +34,14 @@ inline int nextNonBlank(std::istream& is)
 
 template <class Derived, class T>
 VecCore<Derived, T>::VecCore()
-    : block_(new LXBlock(0, sizeof(T))), data_(nullptr), length_(0), stride_(1)
+    : block_(blockFor(0)), data_(nullptr), length_(0), stride_(1)
 {
 }
 
 template <class Derived, class T>
 VecCore<Derived, T>::VecCore(unsigned n) : block_(nullptr), data_(nullptr), length_(0), stride_(1)
 {
-    adopt(new LXBlock(n, sizeof(T)), n);
+    adopt(blockFor(n), n);
 }
 
 template <class Derived, class T>
@@ -74,7 +75,20 @@ VecCore<Derived, T>::VecCore(const VecCore& v, int start, unsigned n, int stride
     : VecCore(v.block_, v.data_, n,
               static_cast<int>(static_cast<unsigned>(v.stride_) * static_cast<unsigned>(stride)))
 {
-    if (data_ != nullptr) data_ += std::ptrdiff_t{v.stride_} * start;
+    if (data_ != nullptr)
+        data_ += std::ptrdiff_t{v.stride_} * start;
+    else
+        length_ = 0;  // where there are no elements there are none in a part
+}
+
+/// A new block; one without storage, after the error, for more elements than there can be.
+template <class Derived, class T>
+LXBlock* VecCore<Derived, T>::blockFor(unsigned n)
+{
+    if (n <= static_cast<unsigned>(std::numeric_limits<int>::max()))
+        return LXBlock::make(n, sizeof(T));
+    LXBlock::raiseOutOfMemory();
+    return LXBlock::make(0, sizeof(T));
 }
 
 /// Points at a new block, whose only user this is; without storage the vector is empty.
@@ -122,16 +136,26 @@ template <class Derived, class T>
 void VecCore<Derived, T>::deepenShallowCopy()
 {
     if (block_->users() < 2 && stride_ == 1 && data_ == block_->storage()) return;
-    LXBlock* fresh = new LXBlock(length_, sizeof(T));
+    LXBlock* fresh = blockFor(length_);
+    if (fresh->storage() == nullptr && length_ > 0) return LXBlock::release(fresh);
     copyTo(static_cast<T*>(fresh->storage()), length_);
     adopt(fresh, length_);
+}
+
+template <class Derived, class T>
+void VecCore<Derived, T>::forget()
+{
+    block_->dropStorage();
+    data_ = nullptr;
+    length_ = 0;
+    stride_ = 1;
 }
 
 template <class Derived, class T>
 void VecCore<Derived, T>::resize(unsigned n)
 {
     if (n == length_) return;
-    LXBlock* fresh = new LXBlock(n, sizeof(T));
+    LXBlock* fresh = blockFor(n);
     const unsigned kept = std::min(length_, n);
     copyTo(static_cast<T*>(fresh->storage()), kept);
     adopt(fresh, n);
@@ -141,7 +165,7 @@ void VecCore<Derived, T>::resize(unsigned n)
 template <class Derived, class T>
 void VecCore<Derived, T>::reshape(unsigned n)
 {
-    if (n != length_) adopt(new LXBlock(n, sizeof(T)), n);
+    if (n != length_) adopt(blockFor(n), n);
 }
 
 template <class Derived, class T>

@@ -27,7 +27,9 @@ class GenMatCore;
 ///           0x3011 empty (a warning). Only operator[] and the ...Check members look at indices:
 ///           operator(), sub() and slice() out of range are undefined. Should a host's handler
 ///           return from a fatal error, operator[] gives a spare element and loops run over the
-///           shorter operand.
+///           shorter operand. A vector without memory has no elements, and then neither have its
+///           slices; one that deepenShallowCopy() cannot separate goes on sharing.
+/// Limits    2^31 - 1 elements, so that an int can name each: more are an error 0x3008.
 template <class Derived, class T>
 class KNOTWORK_EXPORT VecCore {
   public:
@@ -50,8 +52,11 @@ class KNOTWORK_EXPORT VecCore {
     Derived copy() const;                  ///< contiguous storage of its own
     Derived deepCopy() const { return copy(); }
     void deepenShallowCopy();  ///< private, contiguous, from the start of its block
+    // Neither does anything where n is the length already: then the storage is the old one, shared
+    // or strided as it was.
     void resize(unsigned n);   ///< new storage, common elements kept, added ones 0
     void reshape(unsigned n);  ///< new storage, elements uninitialised
+    void forget();             ///< no elements from now on; needs no memory, sharers keep theirs
 
     T& operator[](int i) { return holds(i) ? (*this)(i) : outOfRange(i); }
     T operator[](int i) const { return holds(i) ? (*this)(i) : outOfRange(i); }
@@ -156,6 +161,7 @@ class KNOTWORK_EXPORT VecCore {
     bool holds(int i) const { return i >= 0 && static_cast<unsigned>(i) < length_; }
     T& outOfRange(int i) const;
     void adopt(LXBlock* block, unsigned n);
+    static LXBlock* blockFor(unsigned n);
     void copyTo(T* destination, unsigned n) const;
     void copyInto(VecCore& target) const;
     template <class Read>
