@@ -118,12 +118,12 @@ void DoubleChDecomp::runKernel()
     pivots_ -= 1;  // also those that an earlier, pivoted factorisation left: intended
 }
 
-/// As if new, for which no memory is needed; what was set for pivoting goes too.
+/// What was set for pivoting goes too.
 void DoubleChDecomp::forget()
 {
     factor_.forget();
     pivots_.forget();
-    info_ = -1;
+    info_ = kFailed;
 }
 
 int DoubleChDecomp::doPivoting(int on)
@@ -159,7 +159,7 @@ int DoubleChDecomp::setPivoting(int col, int specifier)
 
 int DoubleChDecomp::fail() const
 {
-    if (info_ < 0) return 1;
+    if (info_ == kFailed) return 1;
     const int p = static_cast<int>(order());
     for (int i = std::max(info_ - 1, 0); i < p; ++i)
         if (0.0 > factor_(i, i)) return 1;

@@ -47,9 +47,11 @@ class KNOTWORK_EXPORT DoubleChDecomp {
     IntVec pivots() const { return pivots_.copy(); }  ///< specifiers, then the permutation from 0
 
     int isPD() const { return info_ == static_cast<int>(factor_.rows()) ? 1 : 0; }
-    int lastPosFactor() const { return info_ - 1; }  ///< position of the last positive pivot
-    /// 1 when nothing was factorised, or a diagonal element from the last positive pivot on is
-    /// negative, which -0.0 is not: zeros behind it make A semi-definite and are good.
+    /// The position of the last positive pivot; -2 when nothing was factorised.
+    int lastPosFactor() const { return info_ == kFailed ? -2 : info_ - 1; }
+    /// 1 when factor() was refused or found no memory, or a diagonal element from the last positive
+    /// pivot on is negative, which -0.0 is not: zeros behind it make A semi-definite and are good.
+    /// A new object is good, which is intended: there is nothing negative in it.
     int fail() const;
     int good() const { return fail() == 0 ? 1 : 0; }
     /// (R(p-1,p-1) / R(0,0))^2 when just the last pivot is not positive, otherwise 0.0, also when
@@ -86,10 +88,11 @@ class KNOTWORK_EXPORT DoubleChDecomp {
 
   protected:
     void dofactor();  ///< factorises the matrix that is held
-    void forget();    ///< as if new; needs no memory
+    void forget();    ///< holds nothing, and fail() says so; needs no memory
 
     DoubleGenMat factor_;  // R in the upper triangle, the input's values below
-    int info_;             // positive pivots; -1 before the first factorisation
+    int info_;             // positive pivots; -1 before the first factorisation, or kFailed
+    static constexpr int kFailed = -2;
 
   private:
     struct RowChange;

@@ -6,15 +6,13 @@
 
 void DoubleLeastSqCh::factor(const DoubleGenMat& x)
 {
-    DoubleGenMat normal;
-    if (!knotwork::completed(
-            [&] {
-                normal.reference(transposeProduct(x, x));
-                data_.reference(x.copy());
-            },
-            [&] { forget(); }))
-        return;
-    DoubleChDecomp::factor(normal);
+    knotwork::completed(
+        [&] {
+            const DoubleGenMat normal(transposeProduct(x, x));
+            data_.reference(x.copy());
+            DoubleChDecomp::factor(normal);
+        },
+        [&] { forget(); });
 }
 
 double DoubleLeastSqCh::setTolerance(double t)

@@ -9,7 +9,6 @@
 
 namespace {
 
-constexpr int kNoMemory = -2;  // for the base's count, which has no other part to play here
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 }  // namespace
@@ -26,7 +25,7 @@ DoubleLeastSqInc::DoubleLeastSqInc(unsigned p, unsigned m)
             factor_.forget();
             Z_.forget();
             rho_.forget();
-            info_ = kNoMemory;
+            info_ = kFailed;  // which plays no other part here
         });
 }
 
@@ -65,7 +64,7 @@ int DoubleLeastSqInc::deleteEquation(DoubleVec& x, double y)
 
 int DoubleLeastSqInc::isUnderDetermined() const
 {
-    if (info_ == kNoMemory) return 1;
+    if (info_ == kFailed) return 1;
     for (int i = static_cast<int>(factor_.cols()) - 1; i >= 0; --i)
         if (factor_(i, i) == 0.0) return 1;
     return 0;

@@ -352,6 +352,11 @@ void Thouseholder::solveLiterally(const TtupleVector& rhs, int coordinate, doubl
 
 TtupleVector Thouseholder::altSolve(const TtupleVector& rhs, int depth)
 {
+    return knotwork::orEmpty([&] { return dampedSolve(rhs, depth); });
+}
+
+TtupleVector Thouseholder::dampedSolve(const TtupleVector& rhs, int depth)
+{
     const int usedRows = static_cast<int>(usedRowIndex_.length());
     const int n = static_cast<int>(workingCols());
     const int rowsNeeded = usedRows > 0 ? usedRowIndex_(usedRows - 1) + 1 : 0;

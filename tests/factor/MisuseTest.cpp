@@ -139,8 +139,8 @@ const Misuse kCholeskyMisuses[] = {
      [] {
          DoubleChDecomp d(checks::identity(4));
          d.factor(DoubleGenMat(2, 3, 1.0));
-         EXPECT_EQ(d.lastPosFactor(), -2);  // as if new
-         EXPECT_EQ(d.fail(), 0);
+         EXPECT_EQ(d.lastPosFactor(), -2);
+         EXPECT_EQ(d.fail(), 1);
      }},
     {0x5012, "Pivoting position specifier must be INITIAL,FREE, or FINAL, not 2",
      [] { DoubleChDecomp().setPivoting(5, 2); }},

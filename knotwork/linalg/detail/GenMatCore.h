@@ -91,6 +91,10 @@ class KNOTWORK_EXPORT GenMatCore : public MatCore<Derived, VecT> {
     std::ptrdiff_t offset(int i, int j) const { return std::ptrdiff_t{rows_} * j + i; }
     void emptyUnlessComplete();
 
+    template <class Operand>
+    static Derived productOfOperands(const Operand& a, const Operand& b);
+    template <class Operand>
+    static VecT productOfOperands(const Operand& a, const VecT& x);
     static Derived matrixProduct(const Derived& a, const Derived& b);
     static Derived matrixTransProduct(const Derived& a, const Derived& b);
     static Derived matrixTransposeProduct(const Derived& a, const Derived& b);

@@ -41,12 +41,11 @@ bool completed(Work work, Forget forget)
 }
 
 /// What `function` returns, or `failure` where it found no memory, after 0x3008.
-template <class Function, class Result>
-Result withoutBadAlloc(Function function, Result failure)
+template <class Function>
+auto withoutBadAlloc(Function function, decltype(function()) failure) -> decltype(function())
 {
-    Result result = failure;
-    completed([&] { result = function(); }, [] {});
-    return result;
+    completed([&] { failure = function(); }, [] {});
+    return failure;
 }
 
 /// What `function` returns, an array, or an empty one where it found no memory, after 0x3008.

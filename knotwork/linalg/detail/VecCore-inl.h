@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cmath>
 #include <cstring>
 #include <istream>
 #include <limits>
@@ -12,6 +13,7 @@
 #include "knotwork/linalg/detail/CatalogueInit.h"
 #include "knotwork/linalg/detail/ElementLoops.h"
 #include "knotwork/linalg/detail/ElementTraits.h"
+#include "knotwork/linalg/detail/OutOfMemory.h"
 #include "knotwork/linalg/detail/VecArithmetic-inl.h"
 #include "knotwork/linalg/detail/VecCore.h"
 
@@ -26,6 +28,37 @@ inline int nextNonBlank(std::istream& is)
     int c = is.get();
     while (is.good() && std::isspace(c)) c = is.get();
     return c;
+}
+
+inline void readNumber(std::istream& is, int& value)
+{
+    is >> value;
+}
+
+/// Streams write infinities and NaN as words and do not read them back: this does, with a sign.
+inline void readNumber(std::istream& is, double& value)
+{
+    int c = nextNonBlank(is);
+    const int sign = c == '-' || c == '+' ? c : 0;
+    if (sign != 0 && std::isalpha(is.peek())) c = is.get();
+    if (!is.good() || !std::isalpha(c)) {
+        if (is.good()) is.putback(static_cast<char>(c));
+        is >> value;
+        return;
+    }
+    const bool infinite = std::tolower(c) == 'i';
+    const char* word = infinite ? "inf" : "nan";
+    for (const char* letter = word; *letter != '\0'; ++letter) {
+        if (std::tolower(c) != *letter) {  // some other text, which begins here
+            is.unget();
+            is.setstate(std::ios::failbit);
+            return;
+        }
+        if (letter[1] != '\0') c = is.get();
+    }
+    using Limits = std::numeric_limits<double>;
+    value = std::copysign(infinite ? Limits::infinity() : Limits::quiet_NaN(),
+                          sign == '-' ? -1.0 : 1.0);
 }
 
 }  // namespace detail
@@ -260,13 +293,20 @@ void VecCore<Derived, T>::emptyErr(const char* operation) const
 template <class Derived, class T>
 void VecCore<Derived, T>::scanFrom(std::istream& is)
 {
+    completed([&] { scanElements(is); }, [&] { forget(); });
+}
+
+template <class Derived, class T>
+void VecCore<Derived, T>::scanElements(std::istream& is)
+{
     constexpr unsigned kGrowth = 128;
     unsigned count = 0;
     const auto readOne = [&]() {
         typename ElementTraits<T>::Read value = 0;
-        if (!(is >> value)) return false;  // a value that ends at the end of file still counts
+        detail::readNumber(is, value);
+        if (!is) return false;  // a value that ends at the end of file still counts
         if (count == length_) resize(length_ + kGrowth);
-        if (count < length_) (*this)(static_cast<int>(count++)) = fromRead(value);
+        (*this)(static_cast<int>(count++)) = fromRead(value);
         return true;
     };
     int c = detail::nextNonBlank(is);

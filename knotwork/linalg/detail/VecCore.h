@@ -92,7 +92,8 @@ class KNOTWORK_EXPORT VecCore {
     IntVec lessIndex(T v) const;  ///< ascending positions of the elements below v
 
     /// Reads "[ 1 2 3 ]" or bare numbers up to the first text that is none (the stream then
-    /// fails). Values overwrite the elements that are there, then the length follows the count.
+    /// fails); doubles may be inf or nan. Values overwrite the elements that are there, then the
+    /// length follows the count. Without memory there are no elements.
     void scanFrom(std::istream& is);
 
     friend Derived operator+(const Derived& a, const Derived& b) { return sumOf(a, b); }
@@ -164,6 +165,7 @@ class KNOTWORK_EXPORT VecCore {
     static LXBlock* blockFor(unsigned n);
     void copyTo(T* destination, unsigned n) const;
     void copyInto(VecCore& target) const;
+    void scanElements(std::istream& is);
     template <class Read>
     static T fromRead(Read value);
     template <class Operation>
