@@ -65,7 +65,8 @@ void matrices(Trial& trial)
     operate(trial, DoubleGenMat(pick), [&] { return DoubleGenMat(pick); });
     DoubleGenMat wide(a.copy());
     trial.attempt([&] { wide.resize(5, 5); });
-    trial.expect(wide.rows() == 0 || (wide(0, 3) == a(0, 3) && (wide.cols() == 4 || wide(4, 4) == 0)));
+    trial.expect(wide.rows() == 0 ||
+                 (wide(0, 3) == a(0, 3) && (wide.cols() == 4 || wide(4, 4) == 0)));
 }
 
 void packed(Trial& trial)

@@ -61,7 +61,8 @@ void lu(Trial& trial)
     trial.attempt([&] { determinant = f.determinant(); });
     trial.expect(solves(a, x, b));
     trial.expect(inverse.rows() == 0 || solves(a, product(inverse, b), b));
-    trial.expect(!(determinant != 0.0) || determinant == f.determinant() || std::isnan(determinant));
+    trial.expect(!(determinant != 0.0) || determinant == f.determinant() ||
+                 std::isnan(determinant));
 }
 
 void qr(Trial& trial)
@@ -142,7 +143,8 @@ void incremental(Trial& trial)
     if (fit.good() != 0) trial.attempt([&] { found.reference(fit.solve(0)); });
     trial.expect(found.length() == 0 || small(found - DoubleVec(2, 1.0)));
     DoubleVec copied;
-    trial.attempt([&] { copied.reference(fit.copy().good() != 0 ? DoubleVec(1, 1.0) : DoubleVec()); });
+    trial.attempt(
+        [&] { copied.reference(fit.copy().good() != 0 ? DoubleVec(1, 1.0) : DoubleVec()); });
 }
 
 void singularValues(Trial& trial)

@@ -27,9 +27,7 @@ void fitsCurves(Trial& trial)
         options.method = method;
         knotwork::FittedCurve curve;
         trial.attempt(
-            [&] {
-                curve = knotwork::fitCurve(points, parameters, basis, constraints, options);
-            });
+            [&] { curve = knotwork::fitCurve(points, parameters, basis, constraints, options); });
         trial.expect(!curve.fits() || std::fabs(curve.at(0.7)[1] - 0.7) <= kTolerance);
     }
 }
@@ -50,9 +48,8 @@ void fitsSurfaces(Trial& trial)
     options.acrossU.push_back({0.0, 0, {}});
     for (int j = 0; j < 12; ++j) options.acrossU[0].values.push_back(2.0 * parameters(j));
     knotwork::FittedSurface surface;
-    trial.attempt([&] {
-        surface = knotwork::fitSurface(points, parameters, parameters, u, v, options);
-    });
+    trial.attempt(
+        [&] { surface = knotwork::fitSurface(points, parameters, parameters, u, v, options); });
     trial.expect(right(surface));
 
     knotwork::FittedSurface whole = knotwork::fitSurface(points, parameters, parameters, u, v);

@@ -125,9 +125,8 @@ void tensorProduct(Trial& trial)
     Thouseholder alongV(1e-12, 0, true);
     TsolveTensorProductLsq solver(alongU, alongV);
     int code = -1;
-    trial.attempt([&] {
-        code = solver.setMatrix(u, v, 1, 0, true, true, false, false, false, false);
-    });
+    trial.attempt(
+        [&] { code = solver.setMatrix(u, v, 1, 0, true, true, false, false, false, false); });
     DoubleGenMat x(4u, 3u, 5.0);
     const bool ready = code == 0;
     code = -1;

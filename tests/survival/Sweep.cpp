@@ -301,8 +301,8 @@ int main(int argc, char** argv)
         add(survival::shapeSubjects());
     }
     if (fits) add(survival::fitSubjects());
-    shared = static_cast<Tally*>(mmap(nullptr, sizeof(Tally), PROT_READ | PROT_WRITE,
-                                      MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+    shared = static_cast<Tally*>(
+        mmap(nullptr, sizeof(Tally), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
     if (shared == MAP_FAILED) return 2;
     std::printf("%-28s %-8s %-4s %6s %6s %6s %6s %6s %6s %6s %6s %6s\n", "subject", "handler",
                 "fail", "allocs", "runs", "raised", "thrown", "quiet", "crash", "leak", "lie",

@@ -93,8 +93,9 @@ Derived& GenMatCore<Derived, VecT, PickT>::reference(const Derived& m)
 template <class Derived, class VecT, class PickT>
 void GenMatCore<Derived, VecT, PickT>::resize(unsigned rows, unsigned cols)
 {
+    if (!detail::countable(rows, cols)) return LXBlock::raiseOutOfMemory();
     if (rows == rows_) {  // whole columns stay where they are
-        this->vec_.resize(detail::elementCount(rows, cols));
+        this->vec_.resize(rows * cols);
         cols_ = cols;
         emptyUnlessComplete();
         return;
