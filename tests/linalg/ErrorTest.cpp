@@ -279,8 +279,8 @@ TEST(ErrorTest, OfMatricesBeyondWhatAVectorCounts)
             {0x3008, "[NOMEM: LXBlock]: Out of memory", std::move(commit), 0x901A, 2, what});
     };
     constexpr unsigned kUncountable = 1u << 31;  // by an int
-    tooLarge("vector", [] { DoubleVec(kUncountable)[0] = 1.0; });
-    tooLarge("filled vector", [] { SCharVec(kUncountable, 1)[0] = 2; });
+    tooLarge("vector", [] { DoubleVec v(kUncountable); });
+    tooLarge("filled vector", [] { SCharVec(kUncountable, 1) += 1; });
     tooLarge("longer vector", [] { IntVec(3, 1).resize(kUncountable); });
     tooLarge("other vector", [] { IntVec(3, 1).reshape(kUncountable); });
     tooLarge("no columns", [] { DoubleGenMat(kUncountable, 0).resize(1, 1); });
