@@ -38,8 +38,8 @@ void copyScaled(int n, double factor, const double* from, std::ptrdiff_t fromSte
 }  // namespace
 
 /// The short road, sparse or dense, which is only read and which copies share, and a solver of the
-/// same system on the literal road, which is made when a right-hand side first asks for it. That one
-/// is of arrays, which count who shares them unsynchronised, so that every copy has its own.
+/// same system on the literal road, which is made when a right-hand side first asks for it. That
+/// one is of arrays, which count who shares them unsynchronised, so that every copy has its own.
 struct Thouseholder::Shortcut {
     Shortcut() = default;
     Shortcut(const Shortcut& other)

@@ -19,6 +19,11 @@ namespace {
 using namespace knotwork_test;
 
 constexpr int kThreads = 4;
+#ifdef __SANITIZE_THREAD__
+constexpr int kSolves = 200;  // one is enough for the sanitizer
+#else
+constexpr int kSolves = 10000;  // so many before two threads meet in a count that is not theirs
+#endif
 
 /// Runs work(thread number) in several threads at once.
 template <class Work>
@@ -33,7 +38,6 @@ void inThreads(Work work)
 template <class Solver>
 void solveWithCopies(Solver& solver, const DoubleGenMat& a)
 {
-    constexpr int kSolves = 2000;
     ASSERT_EQ(solver.setMatrix(a, 3, false, false, false), 0);
     const std::vector<double> b = randomNumbers<double>(a.rows(), 2);
     std::vector<Solver> copies(kThreads, solver);

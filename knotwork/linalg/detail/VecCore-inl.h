@@ -66,8 +66,7 @@ inline void readNumber(std::istream& is, double& value)
 // --- construction and sharing ---
 
 template <class Derived, class T>
-VecCore<Derived, T>::VecCore()
-    : block_(blockFor(0)), data_(nullptr), length_(0), stride_(1)
+VecCore<Derived, T>::VecCore() : block_(blockFor(0)), data_(nullptr), length_(0), stride_(1)
 {
 }
 

@@ -59,15 +59,14 @@ class Block {
             auto** last = reinterpret_cast<double**>(at_);
             std::sort(first, last, std::less<>());
             last = std::unique(first, last);
-            for (; first != last; ++first) delete[] *first;
+            for (; first != last; ++first) delete[] * first;
         }
         ForeignCells(const ForeignCells&) = delete;
         ForeignCells& operator=(const ForeignCells&) = delete;
 
         void note(double* cell)
         {
-            if (holds(record_, cell) ||
-                end_ - at_ < static_cast<std::ptrdiff_t>(sizeof(double*)))
+            if (holds(record_, cell) || end_ - at_ < static_cast<std::ptrdiff_t>(sizeof(double*)))
                 return;
             new (at_) double*(cell);
             at_ += sizeof(double*);
