@@ -133,31 +133,31 @@ int TsolveTensorProductLsq::solveFixed(const DoubleGenMat& Au, const DoubleGenMa
         Au.rows() != static_cast<unsigned>(B.rows()) ||
         Av.rows() != static_cast<unsigned>(B.cols()))
         return knotwork::kBadArgument;
-    return knotwork::withoutBadAlloc([&] { return solveAround(Au, Av, mask, B, *X); },
+    return knotwork::withoutBadAlloc([&] { return solveAround(Au, Av, mask, B, X); },
                                      knotwork::kBadArgument);
 }
 
 /// The same once shapes are known to go together.
 int TsolveTensorProductLsq::solveAround(const DoubleGenMat& Au, const DoubleGenMat& Av,
                                         const IntGenMat& mask, const TtupleMatrix& B,
-                                        TtupleMatrix& X)
+                                        TtupleMatrix* X)
 {
     if (mask.dataVec().countValue(kFixed) == 0) {
         setMatrix(Au, Av, 0, 0, false, false, false, false, false, false);
-        return solve(B, &X);
+        return solve(B, X);
     }
 
     TtupleMatrix rest(B.copy());
-    for (int k = 0; k < X.size(); ++k) {
-        DoubleGenMat coefficients(X.component(k));
+    for (int k = 0; k < X->size(); ++k) {
+        DoubleGenMat coefficients(X->component(k));
         coefficients.dataVec().vecPick(mask.dataVec().valueIndex(kFree)) = 0.0;
         rest.component(k) -= transProduct(product(Au, coefficients), Av);
     }
     v_.setMatrix(Av, 0, false, false, false);
-    TtupleMatrix T(B.size(), B.rows(), X.cols(), 0.0);
+    TtupleMatrix T(B.size(), B.rows(), X->cols(), 0.0);
     int code = sweepRows(rest, T);
-    for (int j = 0; j < X.cols() && code == knotwork::kSolved; ++j) {
-        TtupleVector column(X.columnVector(j));
+    for (int j = 0; j < X->cols() && code == knotwork::kSolved; ++j) {
+        TtupleVector column(X->columnVector(j));
         code = solveColumnAround(Au, fixedRows(mask, j), T.columnVector(j), column);
     }
     return code;
