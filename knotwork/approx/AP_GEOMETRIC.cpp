@@ -30,12 +30,13 @@ AP_GEOMETRIC::AP_GEOMETRIC(int d)
 }
 
 AP_GEOMETRIC::AP_GEOMETRIC(const AP_GEOMETRIC& other)
-    : points_(knotwork::shareDoubles(other.points_)),
+    : points_(nullptr),
       capacity_(other.capacity_),
       dimension_(other.dimension_),
-      box_(makeBox(other.dimension_)),
+      box_(makeBox(other.dimension_)),  // before the points, which nobody would give back
       boxValid_(other.boxValid_)
 {
+    points_ = knotwork::shareDoubles(other.points_);
     moveNumbers(box_.min, other.box_.min, 2 * std::ptrdiff_t{dimension_});
 }
 
@@ -47,9 +48,10 @@ AP_GEOMETRIC::~AP_GEOMETRIC()
 
 void AP_GEOMETRIC::makePoints(int count, int coords)
 {
-    capacity_ = std::max(count, 0);
-    const std::ptrdiff_t numbers = std::ptrdiff_t{capacity_} * std::max(coords, 0);
+    const int capacity = std::max(count, 0);
+    const std::ptrdiff_t numbers = std::ptrdiff_t{capacity} * std::max(coords, 0);
     points_ = knotwork::makeDoubles(static_cast<std::size_t>(numbers));
+    capacity_ = capacity;
 }
 
 void AP_GEOMETRIC::writeNumbers(std::ptrdiff_t at, const double* v, std::ptrdiff_t n)

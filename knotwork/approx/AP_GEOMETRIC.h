@@ -36,7 +36,8 @@ class KNOTWORK_EXPORT AP_GEOMETRIC {
     void writeNumbers(std::ptrdiff_t at, const double* v, std::ptrdiff_t n);  ///< box: invalid
     /// Widens every row by r points at place q after the table has got its r knots t there.
     void insertPoints(Rows net, const knotwork::KnotTable& refined, int q, double t, int r);
-    /// Room for `count` points; when they do not fit the capacity grows by steps.
+    /// Room for `count` points; when they do not fit the capacity grows by steps. Where there is no
+    /// memory, std::bad_alloc, and nothing has changed.
     void reservePoints(int count, int used, int coords, int step);
     const AP_MMBOX& boxOf(int force, int count, bool rational);
     /// Ends the process when a count is given (not 0) and wrong.

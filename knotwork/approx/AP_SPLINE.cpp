@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "knotwork/approx/AP_SPLINE.h"
 
+#include <memory>
+
 #include "knotwork/approx/detail/DeBoor.h"
 #include "knotwork/approx/detail/HandOut.h"
 #include "knotwork/approx/detail/KnotCells.h"
@@ -69,10 +71,11 @@ AP_SPLINE::~AP_SPLINE() = default;
 
 nk_spline* AP_SPLINE::NKLIB() const
 {
-    nk_spline* spline =
-        nk_bld_bs(Dim(), nullptr, nullptr, type_, degree_, spans_, rationality_, form_);
+    std::unique_ptr<nk_spline, decltype(&nk_free_bs)> spline(
+        nk_bld_bs(Dim(), nullptr, nullptr, type_, degree_, spans_, rationality_, form_),
+        nk_free_bs);
     if (spline == nullptr) return nullptr;
-    nk_node* node = NKI_getFirstNode(spline);
+    nk_node* node = NKI_getFirstNode(spline.get());
     knotwork::writeKnots(knots_, node, kAlong);
     const double* point = CV();
     for (; node != nullptr; node = node->next) {
@@ -80,7 +83,7 @@ nk_spline* AP_SPLINE::NKLIB() const
         nk_V_copy(Coords(), point, node->point);
         point += Coords();
     }
-    return spline;
+    return spline.release();
 }
 
 const AP_MMBOX& AP_SPLINE::Box(int force)
@@ -144,9 +147,12 @@ void AP_SPLINE::eval(double t, int k, ...) const
 
 int AP_SPLINE::insert(double t, int r)
 {
+    if (r > 0) {  // first what can fail
+        knots_.reserve(r);
+        reservePoints(Count() + r, Count(), Coords(), growthStep_);
+    }
     const int q = knots_.insert(t, r);
     if (r < 1) return q;
-    reservePoints(Count() + r, Count(), Coords(), growthStep_);
     insertPoints({1, Count(), Coords()}, knots_, q, t, r);
     spans_ += r;
     return q;

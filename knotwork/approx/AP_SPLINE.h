@@ -14,11 +14,12 @@
 /// A B-spline curve of degree p with n spans, p + n control points and the 2p + n - 1 knots of
 /// indices 1 - p ... n + p - 1; the curve runs from knot 0 to knot n.
 /// Shapes    a point has Coords() numbers: d, and the weight last when rational.
-/// Storage   owns points and knots; a copy is deep. Evaluation keeps no hidden state, so threads
-/// may
-///           share a curve. No heap is used for degrees up to 12 (and 256 numbers handed out).
+/// Storage   owns points and knots; a copy is deep. Evaluation keeps no hidden state, so
+///           threads may share a curve. No heap is used for degrees up to 12 (and 256 numbers
+///           handed out).
 /// Errors    a wrong count in `set` ends the process without a message. Indices and parameters are
-///           not checked: outside its range the curve goes on as its end spans do.
+///           not checked: outside its range the curve goes on as its end spans do. Without memory
+///           std::bad_alloc; what was not inserted then leaves the curve as it was.
 /// Accuracy  each derivative to 1e-12 of the sum of its terms' magnitudes (tested to degree 9).
 class KNOTWORK_EXPORT AP_SPLINE : public AP_GEOMETRIC {
   public:

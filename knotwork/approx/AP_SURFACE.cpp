@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <memory>
 
 #include "knotwork/approx/detail/CrossProduct.h"
 #include "knotwork/approx/detail/DeBoor.h"
@@ -83,10 +84,12 @@ AP_SURFACE::~AP_SURFACE() = default;
 
 nk_surface* AP_SURFACE::NKLIB() const
 {
-    nk_surface* surface = nk_bld_srf(Dim(), type_, uDegree_, vDegree_, uSpans_, vSpans_, uRational_,
-                                     vRational_, uForm_, vForm_);
+    std::unique_ptr<nk_surface, decltype(&nk_free_srf)> surface(
+        nk_bld_srf(Dim(), type_, uDegree_, vDegree_, uSpans_, vSpans_, uRational_, vRational_,
+                   uForm_, vForm_),
+        nk_free_srf);
     if (surface == nullptr) return nullptr;
-    nk_srf_node* corner = NKI_getFirstSurfaceNode(surface);
+    nk_srf_node* corner = NKI_getFirstSurfaceNode(surface.get());
     knotwork::writeKnots(uKnots_, corner, kAlongU);
     knotwork::writeKnots(vKnots_, corner, kAlongV);
     const double* point = CV();
@@ -98,7 +101,7 @@ nk_surface* AP_SURFACE::NKLIB() const
             nk_V_copy(Coords(), point, node->point);
             point += Coords();
         }
-    return surface;
+    return surface.release();
 }
 
 void AP_SURFACE::set(int i, int j, const double* p, int count)
@@ -215,9 +218,12 @@ void AP_SURFACE::normal(double u, double v, double* P, double* N) const
 
 int AP_SURFACE::uinsert(double t, int r)
 {
+    if (r > 0) {  // first what can fail
+        uKnots_.reserve(r);
+        reservePoints((uCount() + r) * vCount(), uCount() * vCount(), Coords(), growthStep_);
+    }
     const int q = uKnots_.insert(t, r);
     if (r < 1) return q;
-    reservePoints((uCount() + r) * vCount(), uCount() * vCount(), Coords(), growthStep_);
     insertPoints({vCount(), uCount(), Coords()}, uKnots_, q, t, r);
     uSpans_ += r;
     return q;
@@ -225,9 +231,12 @@ int AP_SURFACE::uinsert(double t, int r)
 
 int AP_SURFACE::vinsert(double t, int r)
 {
+    if (r > 0) {
+        vKnots_.reserve(r);
+        reservePoints(uCount() * (vCount() + r), uCount() * vCount(), Coords(), growthStep_);
+    }
     const int q = vKnots_.insert(t, r);
     if (r < 1) return q;
-    reservePoints(uCount() * (vCount() + r), uCount() * vCount(), Coords(), growthStep_);
     insertPoints({1, vCount(), uCount() * Coords()}, vKnots_, q, t, r);  // a row is one long point
     vSpans_ += r;
     return q;

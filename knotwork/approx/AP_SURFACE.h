@@ -14,12 +14,12 @@
 /// A tensor-product B-spline surface with a knot table for each direction (as AP_SPLINE's).
 /// Shapes    uCount() x vCount() points in rows of constant v, Coords() numbers each: d, and the
 ///           weight last when either direction is rational.
-/// Storage   owns points and knots; a copy is deep. Evaluation keeps no hidden state, so threads
-/// may
-///           share a surface. No heap is used for degrees up to 12, as long as there are
-///           up to 400 numbers in between and 256 to hand out.
+/// Storage   owns points and knots; a copy is deep. Evaluation keeps no hidden state, so
+///           threads may share a surface. No heap is used for degrees up to 12, as long as there
+///           are up to 400 numbers in between and 256 to hand out.
 /// Errors    a wrong count in `set`, or derivatives of a rational surface, end the process without
 ///           a message; `normal` in other than three dimensions aborts. Nothing else is checked.
+///           Without memory as AP_SPLINE.
 /// Accuracy  each partial to 1e-12 of the sum of its terms' magnitudes (tested to degree 9).
 class KNOTWORK_EXPORT AP_SURFACE : public AP_GEOMETRIC {
   public:

@@ -2,11 +2,11 @@
 #include "knotwork/factor/DoubleChDecomp.h"
 
 #include <algorithm>
-#include <memory>
 
 #include "knotwork/factor/detail/Permutation.h"
 #include "knotwork/factor/linpack.h"
 #include "knotwork/linalg/LXError.h"
+#include "knotwork/linalg/detail/OutOfMemory.h"
 
 namespace {
 
@@ -88,31 +88,42 @@ DoubleChDecomp::DoubleChDecomp(const DoubleGenMat& a) : DoubleChDecomp()
 
 void DoubleChDecomp::factor(const DoubleGenMat& a)
 {
-    factor_.reference(a.copy());
-    dofactor();
+    if (knotwork::completed([&] { factor_.reference(a.copy()); }, [&] { forget(); })) dofactor();
 }
 
 void DoubleChDecomp::dofactor()
 {
+    const unsigned rows = factor_.rows();
     const unsigned p = order();
-    if (factor_.rows() < p) {
-        lxRaise(0x5010, static_cast<int>(factor_.rows()), static_cast<int>(p));
-        factor_.reference(DoubleGenMat());
-        info_ = -1;
-        return;
+    if (rows < p) {
+        forget();
+        return lxRaise(0x5010, static_cast<int>(rows), static_cast<int>(p));
     }
+    knotwork::completed([&] { runKernel(); }, [&] { forget(); });
+}
+
+void DoubleChDecomp::runKernel()
+{
+    const unsigned p = order();
     factor_.resize(p, p);
     factor_.deepenShallowCopy();
     if (pivoting_ != 0) pivots_.resize(p);
-    pivots_.deepenShallowCopy();                          // copies of this object keep their own
-    if (pivoting_ != 0 && pivots_.length() != p) return;  // a handler returned: no memory
+    pivots_.deepenShallowCopy();  // copies of this object keep their own
+    DoubleVec work(p);
 
     const int order = static_cast<int>(p);
     const int job = pivoting_ != 0 ? 1 : 0;
-    const std::unique_ptr<double[]> work(new double[p]);
-    knotwork::linpack::dchdc(factor_.data(), &order, &order, work.get(), pivots_.data(), &job,
+    knotwork::linpack::dchdc(factor_.data(), &order, &order, work.data(), pivots_.data(), &job,
                              &info_);
     pivots_ -= 1;  // also those that an earlier, pivoted factorisation left: intended
+}
+
+/// What was set for pivoting goes too.
+void DoubleChDecomp::forget()
+{
+    factor_.forget();
+    pivots_.forget();
+    info_ = kFailed;
 }
 
 int DoubleChDecomp::doPivoting(int on)
@@ -129,11 +140,18 @@ int DoubleChDecomp::setPivoting(int col, int specifier)
         return 0;
     }
     if (col < 0) return 0;
-    if (pivots_.length() <= static_cast<unsigned>(col))
-        pivots_.resize(static_cast<unsigned>(col) + 1);
-    pivots_.deepenShallowCopy();
-    const int before = pivots_(col);
-    pivots_(col) = specifier;
+    int before = 0;
+    knotwork::completed(
+        [&] {
+            IntVec pivots(pivots_);
+            if (pivots.length() <= static_cast<unsigned>(col))
+                pivots.resize(static_cast<unsigned>(col) + 1);
+            pivots.deepenShallowCopy();
+            pivots_.reference(pivots);
+            before = pivots_(col);
+            pivots_(col) = specifier;
+        },
+        [] {});
     return before;
 }
 
@@ -141,6 +159,7 @@ int DoubleChDecomp::setPivoting(int col, int specifier)
 
 int DoubleChDecomp::fail() const
 {
+    if (info_ == kFailed) return 1;
     const int p = static_cast<int>(order());
     for (int i = std::max(info_ - 1, 0); i < p; ++i)
         if (0.0 > factor_(i, i)) return 1;
@@ -164,14 +183,15 @@ double DoubleChDecomp::condition() const
 DoubleVec DoubleChDecomp::partialSolve(const DoubleVec& z, int k) const
 {
     DoubleVec x = z.copy();
-    if (x.length() != static_cast<unsigned>(k)) {
-        lxRaise(0x5002, x.length(), static_cast<unsigned>(k));
+    if (z.length() != static_cast<unsigned>(k)) {
+        lxRaise(0x5002, z.length(), static_cast<unsigned>(k));
         return x;
     }
     if (info_ < k) {
         lxRaise(0x5011);
         return x;
     }
+    if (x.length() != z.length()) return x;  // a handler returned: no memory
     const int leading = static_cast<int>(factor_.rows());
     knotwork::linpack::dposl(factor_.data(), &leading, &k, x.data());
     return x;
@@ -179,7 +199,8 @@ DoubleVec DoubleChDecomp::partialSolve(const DoubleVec& z, int k) const
 
 DoubleVec DoubleChDecomp::solve(const DoubleVec& z) const
 {
-    return unpermute(partialSolve(permute(z), static_cast<int>(order())));
+    return knotwork::orEmpty(
+        [&] { return unpermute(partialSolve(permute(z), static_cast<int>(order()))); });
 }
 
 DoubleVec DoubleChDecomp::permute(const DoubleVec& x) const
@@ -200,8 +221,8 @@ struct DoubleChDecomp::RowChange {
         : p(static_cast<int>(order)),
           columns(Z),
           nz(columns.count()),
-          scratch(new double[3 * std::size_t{order}]),
-          row(scratch.get()),
+          scratch(3 * order),
+          row(scratch.data()),
           cosines(c != nullptr ? c->data() : row + order),
           sines(s != nullptr ? s->data() : row + 2 * std::size_t{order})
     {
@@ -222,7 +243,7 @@ struct DoubleChDecomp::RowChange {
     int p;
     Contiguous columns;
     int nz;
-    std::unique_ptr<double[]> scratch;
+    DoubleVec scratch;
     double* row;
     double* cosines;
     double* sines;
@@ -232,23 +253,29 @@ void DoubleChDecomp::update(const DoubleVec& x, DoubleGenMat* Z, const DoubleVec
                             DoubleVec* c, DoubleVec* s)
 {
     if (!RowChange::accepts(order(), Z, y, rho, c, s)) return;
-    RowChange change(order(), x, Z, c, s);
-    knotwork::linpack::dchud(factor_.data(), &change.p, &change.p, change.row,
-                             change.columns.data(), &change.p, &change.nz,
-                             y != nullptr ? y->data() : nullptr,
-                             rho != nullptr ? rho->data() : nullptr, change.cosines, change.sines);
+    const auto run = [&] {
+        RowChange change(order(), x, Z, c, s);
+        knotwork::linpack::dchud(
+            factor_.data(), &change.p, &change.p, change.row, change.columns.data(), &change.p,
+            &change.nz, y != nullptr ? y->data() : nullptr, rho != nullptr ? rho->data() : nullptr,
+            change.cosines, change.sines);
+    };
+    knotwork::completed(run, [] {});
 }
 
 int DoubleChDecomp::downdate(const DoubleVec& x, DoubleGenMat* Z, const DoubleVec* y,
                              DoubleVec* rho, DoubleVec* c, DoubleVec* s)
 {
     if (!RowChange::accepts(order(), Z, y, rho, c, s)) return -1;
-    RowChange change(order(), x, Z, c, s);
-    int info = 0;
-    knotwork::linpack::dchdd(
-        factor_.data(), &change.p, &change.p, change.row, change.columns.data(), &change.p,
-        &change.nz, y != nullptr ? y->data() : nullptr, rho != nullptr ? rho->data() : nullptr,
-        change.cosines, change.sines, &info);
+    int info = -1;
+    const auto run = [&] {
+        RowChange change(order(), x, Z, c, s);
+        knotwork::linpack::dchdd(
+            factor_.data(), &change.p, &change.p, change.row, change.columns.data(), &change.p,
+            &change.nz, y != nullptr ? y->data() : nullptr, rho != nullptr ? rho->data() : nullptr,
+            change.cosines, change.sines, &info);
+    };
+    knotwork::completed(run, [] {});
     return info;
 }
 
@@ -262,15 +289,20 @@ void DoubleChDecomp::shift(int first, int last, int direction, DoubleGenMat* Z, 
     const auto rotations = static_cast<unsigned>(last - first);
     if (!fits(Z, order()) || !fit(c, s, rotations)) return;
 
-    // The sines' array is scratch for more than the sines, so that the caller's would not do.
-    const std::unique_ptr<double[]> scratch(new double[2 * std::size_t{order()}]);
-    double* cosines = scratch.get();
-    double* sines = cosines + p;
-    Contiguous columns(Z);
-    const int nz = columns.count();
-    const int job = direction == 1 ? 1 : 2;
-    knotwork::linpack::dchex(factor_.data(), &p, &p, &first, &last, columns.data(), &p, &nz,
-                             cosines, sines, &job);
-    if (c != nullptr) *c = DoubleVec(cosines, rotations);
-    if (s != nullptr) *s = DoubleVec(sines, rotations);
+    const auto run = [&] {
+        // The sines' array is scratch for more than the sines, so that the caller's would not do.
+        DoubleVec scratch(2 * order());
+        double* cosines = scratch.data();
+        double* sines = cosines + p;
+        Contiguous columns(Z);
+        const int nz = columns.count();
+        const int job = direction == 1 ? 1 : 2;
+        knotwork::linpack::dchex(factor_.data(), &p, &p, &first, &last, columns.data(), &p, &nz,
+                                 cosines, sines, &job);
+        for (int i = 0; i < last - first; ++i) {
+            if (c != nullptr) (*c)(i) = cosines[i];
+            if (s != nullptr) (*s)(i) = sines[i];
+        }
+    };
+    knotwork::completed(run, [] {});
 }

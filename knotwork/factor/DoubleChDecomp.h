@@ -19,9 +19,11 @@
 ///           loss of definiteness in downdate().
 /// Errors    0x5010 fewer rows than columns, 0x5012 specifier, 0x5004 and 0x5002 lengths, 0x5011
 ///           solve without a factor that reaches so far, 0x5005 to 0x5009 and 0x500C arguments of
-///           update, downdate and shift. All end the process. 0x5001 is a warning. Should a host's
-///           handler return, a factorisation leaves the object empty, update, downdate (-1) and
-///           shift leave everything as it was, and a solve returns its argument.
+///           update, downdate and shift; 0x3008 where there is no memory. All end the process.
+///           0x5001 is a warning. A factorisation that is refused, or finds no memory, leaves the
+///           object empty and a fail(), whether a host's handler throws or returns; update,
+///           downdate (-1) and shift leave everything as it was. Should the handler return, a
+///           solve returns its argument, or nothing without memory.
 /// Accuracy  |P^T A P - R^T R| <= 10 p eps |A| in the Frobenius norm (the bound the tests hold it
 ///           to) when isPD(); otherwise for the rows up to lastPosFactor().
 /// Source    LINPACK Users' Guide (Dongarra, Bunch, Moler, Stewart; SIAM 1979), chapters 8 and 10.
@@ -45,9 +47,11 @@ class KNOTWORK_EXPORT DoubleChDecomp {
     IntVec pivots() const { return pivots_.copy(); }  ///< specifiers, then the permutation from 0
 
     int isPD() const { return info_ == static_cast<int>(factor_.rows()) ? 1 : 0; }
-    int lastPosFactor() const { return info_ - 1; }  ///< position of the last positive pivot
-    /// 1 when a diagonal element from the last positive pivot on is negative, which -0.0 is not:
-    /// zeros behind it make A semi-definite and are good.
+    /// The position of the last positive pivot; -2 when nothing was factorised.
+    int lastPosFactor() const { return info_ == kFailed ? -2 : info_ - 1; }
+    /// 1 when factor() was refused or found no memory, or a diagonal element from the last positive
+    /// pivot on is negative, which -0.0 is not: zeros behind it make A semi-definite and are good.
+    /// A new object is good, which is intended: there is nothing negative in it.
     int fail() const;
     int good() const { return fail() == 0 ? 1 : 0; }
     /// (R(p-1,p-1) / R(0,0))^2 when just the last pivot is not positive, otherwise 0.0, also when
@@ -84,12 +88,15 @@ class KNOTWORK_EXPORT DoubleChDecomp {
 
   protected:
     void dofactor();  ///< factorises the matrix that is held
+    void forget();    ///< holds nothing, and fail() says so; needs no memory
 
     DoubleGenMat factor_;  // R in the upper triangle, the input's values below
-    int info_;             // positive pivots; -1 before the first factorisation
+    int info_;             // positive pivots; -1 before the first factorisation, or kFailed
+    static constexpr int kFailed = -2;
 
   private:
     struct RowChange;
+    void runKernel();
 
     unsigned order() const { return factor_.cols(); }
 

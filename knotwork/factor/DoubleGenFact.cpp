@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "knotwork/factor/DoubleGenFact.h"
 
+#include <algorithm>
 #include <cmath>
-#include <memory>
+#include <limits>
 
 #include "knotwork/factor/linpack.h"
 #include "knotwork/linalg/LXError.h"
 #include "knotwork/linalg/detail/CatalogueInit.h"
+#include "knotwork/linalg/detail/OutOfMemory.h"
 
 namespace {
 
@@ -36,50 +38,66 @@ DoubleGenFact& DoubleGenFact::operator=(const DoubleGenFact& f)
 
 void DoubleGenFact::factor(const DoubleGenMat& a, int estimateCondition)
 {
-    lu_.reference(a.copy());
-    dofactor(estimateCondition);
+    if (knotwork::completed([&] { lu_.reference(a.copy()); }, [&] { forget(); }))
+        dofactor(estimateCondition);
 }
 
 void DoubleGenFact::dofactor(int estimateCondition)
 {
-    rcond_ = kNotEstimated;
-    if (lu_.rows() != lu_.cols()) {
-        lxRaise(0x500D, lu_.rows(), lu_.cols());
-        lu_.reference(DoubleGenMat());
-        pivots_.reference(IntVec());
-        return;
+    const unsigned rows = lu_.rows();
+    const unsigned cols = lu_.cols();
+    if (rows != cols) {
+        forget();
+        return lxRaise(0x500D, rows, cols);
     }
-    const int n = static_cast<int>(lu_.rows());
-    if (!makeFactorsPrivate(lu_.rows()) || n == 0) return;
-    if (estimateCondition != 0) {
-        const std::unique_ptr<double[]> work(new double[lu_.rows()]);
-        knotwork::linpack::dgeco(lu_.data(), &n, &n, pivots_.data(), &rcond_, work.get());
-        return;
-    }
-    int info = 0;
-    knotwork::linpack::dgefa(lu_.data(), &n, &n, pivots_.data(), &info);
-    if (info > 0) rcond_ = 0.0;
+    knotwork::completed(
+        [&] {
+            makeFactorsPrivate(rows);
+            if (rows > 0) runKernel(estimateCondition);
+        },
+        [&] { forget(); });
 }
 
-/// Separates what the kernel is about to write from all who share it. Without the storage, should a
-/// handler return from that, nothing is held, and the answer is false.
-bool DoubleGenFact::makeFactorsPrivate(unsigned n)
+void DoubleGenFact::runKernel(int estimateCondition)
+{
+    const int n = static_cast<int>(lu_.rows());
+    rcond_ = kNotEstimated;
+    if (estimateCondition != 0) {
+        DoubleVec work(lu_.rows());
+        knotwork::linpack::dgeco(lu_.data(), &n, &n, pivots_.data(), &rcond_, work.data());
+    } else {
+        int info = 0;
+        knotwork::linpack::dgefa(lu_.data(), &n, &n, pivots_.data(), &info);
+        if (info > 0) rcond_ = 0.0;
+    }
+    const double* factors = lu_.data();
+    const double* end = factors + std::size_t{lu_.rows()} * lu_.cols();
+    if (std::any_of(factors, end, [](double x) { return std::isnan(x); })) rcond_ = 0.0;
+}
+
+/// Separates what the kernel is about to write from all who share it.
+void DoubleGenFact::makeFactorsPrivate(unsigned n)
 {
     lu_.deepenShallowCopy();
     pivots_.resize(n);
     pivots_.deepenShallowCopy();
-    if (pivots_.length() == n && (n == 0 || lu_.data() != nullptr)) return true;
-    lu_.reference(DoubleGenMat());
-    pivots_.reference(IntVec());
-    return false;
+}
+
+/// Holds nothing from now on, for which no memory is needed.
+void DoubleGenFact::forget()
+{
+    lu_.forget();
+    pivots_.forget();
+    rcond_ = kNotEstimated;
 }
 
 void DoubleGenFact::calldi(const DoubleGenMat& lu, int job, double* det, int*) const
 {
     DoubleGenMat shared(lu);
     const int n = static_cast<int>(lu.rows());
-    const std::unique_ptr<double[]> work(new double[lu.rows()]);
-    knotwork::linpack::dgedi(shared.data(), &n, &n, pivots_.data(), det, work.get(), &job);
+    DoubleVec work(lu.rows());
+    if (work.length() != lu.rows()) return;  // a handler returned: det and lu stay as they are
+    knotwork::linpack::dgedi(shared.data(), &n, &n, pivots_.data(), det, work.data(), &job);
 }
 
 double DoubleGenFact::condition() const
@@ -91,7 +109,7 @@ double DoubleGenFact::condition() const
 double DoubleGenFact::determinant() const
 {
     if (lu_.rows() < 1) return 0.0;
-    double det[2] = {};
+    double det[2] = {std::numeric_limits<double>::quiet_NaN(), 0.0};
     calldi(lu_, kDeterminant, det, nullptr);
     return det[0] * std::pow(10.0, det[1]);
 }
@@ -102,9 +120,11 @@ DoubleGenMat DoubleGenFact::inverse() const
         lxRaise(0x5011);
         return DoubleGenMat();
     }
-    DoubleGenMat result(lu_.copy());
-    if (result.rows() == lu_.rows()) calldi(result, kInverse, nullptr, nullptr);
-    return result;
+    return knotwork::orEmpty([&] {
+        DoubleGenMat result(lu_.copy());
+        calldi(result, kInverse, nullptr, nullptr);
+        return result;
+    });
 }
 
 DoubleVec DoubleGenFact::solve(const DoubleVec& b) const

@@ -15,11 +15,13 @@
 ///           order, construct a copy.
 /// Status    a singular matrix is no error when it is factored: see isSingular(). With an estimate
 ///           that is 1.0 + condition() == 1.0, so a condition of about 1e16; without, a pivot that
-///           is exactly 0.
+///           is exactly 0. Factors that hold a NaN count as singular, with a condition of 0.0. An
+///           empty matrix leaves the condition as it was.
 /// Errors    0x500D when A is not square; 0x5002 for a b of another length; 0x5011 when solve() or
 ///           inverse() have no regular factors. They end the process. 0x5001 is a warning, see
-///           condition(). Should a host's handler return, the object holds nothing after 0x500D,
-///           and results are empty after the others.
+///           condition(). 0x3008 where there is no memory. After 0x500D and a factorisation
+///           without memory the object holds nothing, whether a host's handler throws or returns;
+///           results are empty after the others.
 /// Accuracy  |A x - b| <= 10 n eps |A| |x| in the maximum norm, growth of pivots apart (the bound
 ///           the tests hold it to).
 /// Source    LINPACK Users' Guide (Dongarra, Bunch, Moler, Stewart; SIAM 1979), chapter 1.
@@ -37,7 +39,7 @@ class KNOTWORK_EXPORT DoubleGenFact {
     /// matrix that is close to singular. Without an estimate 0.0 when a pivot is exactly 0,
     /// otherwise -1.0 after the warning 0x5001.
     double condition() const;
-    double determinant() const;  ///< 0.0 for an empty object, which is intended
+    double determinant() const;  ///< 0.0 for an empty object, which is intended; NaN without memory
     DoubleGenMat inverse() const;
     DoubleVec solve(const DoubleVec& b) const;  ///< empty after a wrong length
     int isSingular() const;
@@ -52,7 +54,9 @@ class KNOTWORK_EXPORT DoubleGenFact {
     void calldi(const DoubleGenMat& lu, int job, double* det, int* unused) const;
 
   private:
-    bool makeFactorsPrivate(unsigned n);
+    void makeFactorsPrivate(unsigned n);
+    void runKernel(int estimateCondition);
+    void forget();
 
     DoubleGenMat lu_;
     IntVec pivots_;  // as the kernels have them: 1-based

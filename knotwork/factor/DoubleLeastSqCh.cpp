@@ -2,11 +2,17 @@
 #include "knotwork/factor/DoubleLeastSqCh.h"
 
 #include "knotwork/linalg/LXError.h"
+#include "knotwork/linalg/detail/OutOfMemory.h"
 
 void DoubleLeastSqCh::factor(const DoubleGenMat& x)
 {
-    DoubleChDecomp::factor(transposeProduct(x, x));
-    data_.reference(x.copy());
+    knotwork::completed(
+        [&] {
+            const DoubleGenMat normal(transposeProduct(x, x));
+            data_.reference(x.copy());
+            DoubleChDecomp::factor(normal);
+        },
+        [&] { forget(); });
 }
 
 double DoubleLeastSqCh::setTolerance(double t)
@@ -25,20 +31,30 @@ unsigned DoubleLeastSqCh::numFreeCols() const
     return static_cast<unsigned>(p - (i + 1));
 }
 
+bool DoubleLeastSqCh::accepts(const DoubleVec& y) const
+{
+    if (y.length() == data_.rows()) return true;
+    lxRaise(0x5002, y.length(), data_.rows());
+    return false;
+}
+
 DoubleVec DoubleLeastSqCh::solve(const DoubleVec& y) const
 {
     const unsigned p = factor_.cols();
-    if (p == 0) return DoubleVec();
-    if (y.length() != data_.rows()) lxRaise(0x5002, y.length(), data_.rows());
-    const DoubleVec z = product(y, data_);
-    const unsigned determined = p - numFreeCols();
-    if (determined == p) return DoubleChDecomp::solve(z);
-    DoubleVec b = partialSolve(permute(z).slice(0, determined, 1), static_cast<int>(determined));
-    b.resize(p);
-    return unpermute(b);
+    if (p == 0 || !accepts(y)) return DoubleVec();
+    return knotwork::orEmpty([&] {
+        const DoubleVec z = product(y, data_);
+        const unsigned determined = p - numFreeCols();
+        if (determined == p) return DoubleChDecomp::solve(z);
+        DoubleVec b =
+            partialSolve(permute(z).slice(0, determined, 1), static_cast<int>(determined));
+        b.resize(p);
+        return unpermute(b);
+    });
 }
 
 DoubleVec DoubleLeastSqCh::residual(const DoubleVec& y) const
 {
-    return y - product(data_, solve(y));
+    if (factor_.cols() > 0 && !accepts(y)) return DoubleVec();
+    return knotwork::orEmpty([&] { return y - product(data_, solve(y)); });
 }

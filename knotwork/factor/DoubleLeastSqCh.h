@@ -8,8 +8,9 @@
 /// tolerance are free: their unknowns are 0.0.
 /// Shapes    X: n x p, any shape. y: n. solve(y): p, in X's column order. residual(y): n.
 /// Storage   keeps a private copy of X. Copying and assigning as for DoubleChDecomp.
-/// Errors    0x5002 if y's length is not n, and those of the base. An object that was never
-///           factorised, and one of no columns, solves anything to an empty vector.
+/// Errors    0x5002 if y's length is not n, and those of the base; should a host's handler return,
+///           the solution or residual is empty. An object that was never factorised, and one of no
+///           columns, solves anything to an empty vector.
 /// Exactness there is no tolerance but the caller's: dependent columns are found where the products
 ///           of X^T X are exact, and otherwise leave a small pivot of either sign.
 class KNOTWORK_EXPORT DoubleLeastSqCh : public DoubleChDecomp {
@@ -31,6 +32,8 @@ class KNOTWORK_EXPORT DoubleLeastSqCh : public DoubleChDecomp {
     DoubleVec residual(const DoubleVec& y) const;  ///< y - X solve(y)
 
   private:
+    bool accepts(const DoubleVec& y) const;  // 0x5002
+
     DoubleGenMat data_;
     double tolerance_;
 };

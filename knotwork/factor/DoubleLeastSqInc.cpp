@@ -5,6 +5,7 @@
 
 #include "knotwork/factor/TriangularSolve.h"
 #include "knotwork/linalg/LXError.h"
+#include "knotwork/linalg/detail/OutOfMemory.h"
 
 namespace {
 
@@ -12,9 +13,20 @@ constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 }  // namespace
 
-DoubleLeastSqInc::DoubleLeastSqInc(unsigned p, unsigned m) : Z_(p, m, 0.0), rho_(m, 0.0)
+DoubleLeastSqInc::DoubleLeastSqInc(unsigned p, unsigned m)
 {
-    factor_.resize(p, p);
+    knotwork::completed(
+        [&] {
+            factor_.resize(p, p);
+            Z_.resize(p, m);
+            rho_.resize(m);
+        },
+        [&] {
+            factor_.forget();
+            Z_.forget();
+            rho_.forget();
+            info_ = kFailed;  // which plays no other part here
+        });
 }
 
 DoubleLeastSqInc DoubleLeastSqInc::copy() const
@@ -52,6 +64,7 @@ int DoubleLeastSqInc::deleteEquation(DoubleVec& x, double y)
 
 int DoubleLeastSqInc::isUnderDetermined() const
 {
+    if (info_ == kFailed) return 1;
     for (int i = static_cast<int>(factor_.cols()) - 1; i >= 0; --i)
         if (factor_(i, i) == 0.0) return 1;
     return 0;
@@ -77,5 +90,5 @@ DoubleVec DoubleLeastSqInc::solve(int j) const
         return DoubleVec();
     }
     if (!hasColumn(j)) return DoubleVec(factor_.cols(), kNaN);
-    return knotwork::upperTriSolve(factor_, Z_.col(j));
+    return knotwork::orEmpty([&] { return knotwork::upperTriSolve(factor_, Z_.col(j)); });
 }

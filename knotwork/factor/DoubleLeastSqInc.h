@@ -16,8 +16,10 @@
 ///           isUnderDetermined(). The base's isPD(), pivots(), condition(), solve() and
 ///           partialSolve() are about factorisations and know nothing of this object.
 /// Errors    those of update() and downdate(); 0x5011 for a solution of what is underdetermined;
-///           0x500B for a right-hand side that is not there. All end the process. Should a host's
-///           handler return, the solution is empty after 0x5011, and NaN after 0x500B.
+///           0x500B for a right-hand side that is not there; 0x3008 where there is no memory. All
+///           end the process. Should a host's handler return, the solution is empty after 0x5011
+///           and 0x3008, and NaN after 0x500B; an object that was made without memory is
+///           underdetermined for good.
 /// Source    LINPACK Users' Guide (Dongarra, Bunch, Moler, Stewart; SIAM 1979), chapter 10.
 class KNOTWORK_EXPORT DoubleLeastSqInc : public DoubleChDecomp {
   public:

@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "knotwork/linalg/LXError.h"
+#include "knotwork/linalg/detail/OutOfMemory.h"
 
 void DoubleLeastSqQR::factor(const DoubleGenMat& a)
 {
@@ -32,9 +33,11 @@ DoubleVec DoubleLeastSqQR::solve(const DoubleVec& y) const
     checkLength(y);
     if (cols() == 0) lxRaise(0x5011);
     if (numFreeCols() == 0) return DoubleQRDecomp::solve(y);
-    DoubleVec b(partialSolve(y, usedCols()));
-    b.resize(static_cast<unsigned>(cols()));
-    return unpermute(b);
+    return knotwork::orEmpty([&] {
+        DoubleVec b(partialSolve(y, usedCols()));
+        b.resize(static_cast<unsigned>(cols()));
+        return unpermute(b);
+    });
 }
 
 DoubleVec DoubleLeastSqQR::residual(const DoubleVec& y) const

@@ -2,12 +2,11 @@
 #include "knotwork/factor/DoubleQRDecomp.h"
 
 #include <algorithm>
-#include <cstdint>
-#include <memory>
 
 #include "knotwork/factor/detail/Permutation.h"
 #include "knotwork/factor/linpack.h"
 #include "knotwork/linalg/LXError.h"
+#include "knotwork/linalg/detail/OutOfMemory.h"
 
 namespace {
 
@@ -37,36 +36,41 @@ DoubleQRDecomp::DoubleQRDecomp(const DoubleGenMat& a) : DoubleQRDecomp()
 
 void DoubleQRDecomp::factor(const DoubleGenMat& a)
 {
-    factored_.reference(a.copy());
-    dofactor();
+    if (knotwork::completed([&] { factored_.reference(a.copy()); }, [&] { forget(); })) dofactor();
 }
 
 void DoubleQRDecomp::dofactor()
 {
-    if (pivoting_ != 0) pivots_.resize(factored_.cols());
-    qraux_.resize(factored_.cols());
-    if (!makeResultsPrivate()) {  // a host's handler returned from a failed allocation
-        factored_.reference(DoubleGenMat());
-        return;
-    }
-    const int n = rows();
-    const int p = cols();
-    const int job = pivoting_ != 0 ? 1 : 0;
-    const std::unique_ptr<double[]> work(new double[factored_.cols()]);
-    knotwork::linpack::dqrdc(factored_.data(), &n, &n, &p, qraux_.data(), pivots_.data(),
-                             work.get(), &job);
-    pivots_ -= 1;  // without pivoting too, which is intended
+    knotwork::completed(
+        [&] {
+            if (pivoting_ != 0) pivots_.resize(factored_.cols());
+            qraux_.resize(factored_.cols());
+            makeResultsPrivate();
+            DoubleVec work(factored_.cols());
+            const int n = rows();
+            const int p = cols();
+            const int job = pivoting_ != 0 ? 1 : 0;
+            knotwork::linpack::dqrdc(factored_.data(), &n, &n, &p, qraux_.data(), pivots_.data(),
+                                     work.data(), &job);
+            pivots_ -= 1;  // without pivoting too, which is intended
+        },
+        [&] { forget(); });
 }
 
-/// Separates what the kernel is about to write from all who share it; false without the storage.
-bool DoubleQRDecomp::makeResultsPrivate()
+/// Separates what the kernel is about to write from all who share it.
+void DoubleQRDecomp::makeResultsPrivate()
 {
     factored_.deepenShallowCopy();
     pivots_.deepenShallowCopy();
     qraux_.deepenShallowCopy();
-    const unsigned p = factored_.cols();
-    return factored_.dataVec().length() == std::uint64_t{factored_.rows()} * p &&
-           qraux_.length() == p && (pivoting_ == 0 || pivots_.length() == p);
+}
+
+/// Of a 0 x 0 matrix from now on, for which no memory is needed.
+void DoubleQRDecomp::forget()
+{
+    factored_.forget();
+    pivots_.forget();
+    qraux_.forget();
 }
 
 int DoubleQRDecomp::doPivoting(int on)
@@ -106,16 +110,17 @@ int DoubleQRDecomp::validCount(int k) const
 DoubleVec DoubleQRDecomp::transformed(const DoubleVec& y, int k, int job) const
 {
     checkLength(y);
-    const int n = rows();
-    const int count = validCount(k);
-    const DoubleVec right(compact(y, factored_.rows()));
-    DoubleVec result(factored_.rows());
-    if (right.length() != factored_.rows() || result.length() != factored_.rows()) return result;
-    double* out = result.data();
-    int info = 0;
-    knotwork::linpack::dqrsl(factored_.data(), &n, &n, &count, qraux_.data(), right.data(), out,
-                             out, nullptr, out, out, &job, &info);
-    return result;
+    return knotwork::orEmpty([&] {
+        const int n = rows();
+        const int count = validCount(k);
+        const DoubleVec right(compact(y, factored_.rows()));
+        DoubleVec result(factored_.rows());
+        double* out = result.data();
+        int info = 0;
+        knotwork::linpack::dqrsl(factored_.data(), &n, &n, &count, qraux_.data(), right.data(), out,
+                                 out, nullptr, out, out, &job, &info);
+        return result;
+    });
 }
 
 DoubleVec DoubleQRDecomp::computeQy(const DoubleVec& y, int k) const
@@ -141,24 +146,29 @@ DoubleVec DoubleQRDecomp::computeXb(const DoubleVec& y, int k) const
 DoubleVec DoubleQRDecomp::partialSolve(const DoubleVec& y, int k) const
 {
     checkLength(y);
-    const int n = rows();
-    const int count = validCount(k);
-    const DoubleVec right(compact(y, factored_.rows()));
-    DoubleVec b(static_cast<unsigned>(count), 0.0);
-    if (right.length() != factored_.rows() || b.length() != static_cast<unsigned>(count)) return b;
-    const std::unique_ptr<double[]> qty(new double[factored_.rows()]);
     int info = 0;
-    knotwork::linpack::dqrsl(factored_.data(), &n, &n, &count, qraux_.data(), right.data(), nullptr,
-                             qty.get(), b.data(), nullptr, nullptr, &kSolution, &info);
+    DoubleVec solution = knotwork::orEmpty([&] {
+        const int n = rows();
+        const int count = validCount(k);
+        const DoubleVec right(compact(y, factored_.rows()));
+        DoubleVec b(static_cast<unsigned>(count), 0.0);
+        DoubleVec qty(factored_.rows());
+        knotwork::linpack::dqrsl(factored_.data(), &n, &n, &count, qraux_.data(), right.data(),
+                                 nullptr, qty.data(), b.data(), nullptr, nullptr, &kSolution,
+                                 &info);
+        return b;
+    });
     if (info != 0) lxRaise(0x5011);
-    return b;
+    return solution;
 }
 
 DoubleVec DoubleQRDecomp::solve(const DoubleVec& y) const
 {
-    DoubleVec b(partialSolve(y, std::min(rows(), cols())));
-    b.resize(factored_.cols());
-    return unpermute(b);
+    return knotwork::orEmpty([&] {
+        DoubleVec b(partialSolve(y, std::min(rows(), cols())));
+        b.resize(factored_.cols());
+        return unpermute(b);
+    });
 }
 
 DoubleVec DoubleQRDecomp::permute(const DoubleVec& x) const

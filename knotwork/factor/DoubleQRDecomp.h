@@ -21,7 +21,8 @@
 /// Errors    0x5002 if y's length is not n; 0x5004 if a vector to permute is not as long as the
 ///           pivots; 0x5011 if a solve meets R(i, i) == 0. All end the process. Should a host's
 ///           handler return, y is taken as extended with zeros or cut, and the results are
-///           unspecified.
+///           unspecified. 0x3008 where there is no memory: then a factorisation leaves the object
+///           empty, whether the handler throws or returns, and other results are empty.
 /// Accuracy  |A P - Q R| <= tol |A| and |Q^T Q - I| <= tol in the Frobenius norm,
 ///           tol = 10 max(n, p) eps (the bounds the tests hold it to).
 /// Source    LINPACK Users' Guide (Dongarra, Bunch, Moler, Stewart; SIAM 1979), chapter 9.
@@ -66,7 +67,8 @@ class KNOTWORK_EXPORT DoubleQRDecomp {
     void deepenShallowCopy();
 
   private:
-    bool makeResultsPrivate();
+    void makeResultsPrivate();
+    void forget();
     int validCount(int k) const;
     DoubleVec transformed(const DoubleVec& y, int k, int job) const;
 

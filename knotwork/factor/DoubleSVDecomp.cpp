@@ -2,9 +2,9 @@
 #include "knotwork/factor/DoubleSVDecomp.h"
 
 #include <algorithm>
-#include <memory>
 
 #include "knotwork/factor/linpack.h"
+#include "knotwork/linalg/detail/OutOfMemory.h"
 
 namespace {
 
@@ -13,11 +13,6 @@ constexpr int kAllVectors = 11;  // the job code of a new object
 unsigned bidiagonalSize(unsigned n, unsigned p)
 {
     return n < p ? n + 1 : p;
-}
-
-bool holds(const DoubleGenMat& m, unsigned rows, unsigned cols)
-{
-    return m.rows() == rows && m.cols() == cols && m.dataVec().length() == rows * cols;
 }
 
 }  // namespace
@@ -30,13 +25,17 @@ DoubleSVDecomp::DoubleSVDecomp(const DoubleGenMat& a) : DoubleSVDecomp()
 }
 
 /// Results are members that copies of the object share, so they are resized and re-pointed, never
-/// assigned. Should a host's error handler return from a failed allocation, there are no values.
+/// assigned.
 void DoubleSVDecomp::factor(const DoubleGenMat& a)
 {
     const unsigned count = std::min(a.rows(), a.cols());
-    resizeResults(a.rows(), a.cols());
-    const bool decomposed = count > 0 && makeResultsPrivate(a.rows(), a.cols()) && decompose(a);
-    s_.resize(decomposed ? count : 0);
+    knotwork::completed(
+        [&] {
+            resizeResults(a.rows(), a.cols());
+            if (count > 0) decompose(a);
+            s_.resize(count);
+        },
+        [&] { s_.forget(); });
 }
 
 void DoubleSVDecomp::resizeResults(unsigned n, unsigned p)
@@ -47,31 +46,27 @@ void DoubleSVDecomp::resizeResults(unsigned n, unsigned p)
     e_.resize(p);
 }
 
-/// Separates what the kernel is about to write from all who share it; false without the storage.
-bool DoubleSVDecomp::makeResultsPrivate(unsigned n, unsigned p)
+/// Separates what the kernel is about to write from all who share it.
+void DoubleSVDecomp::makeResultsPrivate()
 {
     s_.deepenShallowCopy();
     e_.deepenShallowCopy();
     if (leftChoice() != 0) U_.deepenShallowCopy();
     if (rightChoice() != 0) V_.deepenShallowCopy();
-    return s_.length() == bidiagonalSize(n, p) && e_.length() == p &&
-           (leftChoice() == 0 || holds(U_, n, leftCount(n, p))) &&
-           (rightChoice() == 0 || holds(V_, p, p));
 }
 
-bool DoubleSVDecomp::decompose(const DoubleGenMat& a)
+void DoubleSVDecomp::decompose(const DoubleGenMat& a)
 {
+    makeResultsPrivate();
     DoubleGenMat scratch = a.copy();
-    if (!holds(scratch, a.rows(), a.cols())) return false;
+    DoubleVec work(a.rows());
     const int n = static_cast<int>(a.rows());
     const int p = static_cast<int>(a.cols());
     const int ldu = static_cast<int>(U_.rows());
     const int ldv = static_cast<int>(V_.rows());
-    const std::unique_ptr<double[]> work(new double[a.rows()]);
     knotwork::linpack::dsvdc(scratch.data(), &n, &n, &p, s_.data(), e_.data(), U_.data(), &ldu,
-                             V_.data(), &ldv, work.get(), &job_, &info_);
+                             V_.data(), &ldv, work.data(), &job_, &info_);
     std::fill(e_.data() + s_.length(), e_.data() + e_.length(), 0.0);
-    return true;
 }
 
 unsigned DoubleSVDecomp::leftCount(unsigned n, unsigned p) const

@@ -18,6 +18,7 @@
 ///           correct then. NaN or infinity in A, or a norm that overflows, leads there. An empty A
 ///           gives no values, which is a fail(), and leaves the status as it was.
 ///           A matrix whose vectors are not asked for keeps what an earlier factor() left in it.
+/// Errors    0x3008 where there is no memory: there are no values then, which is a fail().
 /// Accuracy  |A - U S V^T| <= tol |A|, |U^T U - I| <= tol and |V^T V - I| <= tol in the Frobenius
 ///           norm, tol = 10 max(n, p) eps, underflow apart (the bounds the tests hold it to).
 /// Source    LINPACK Users' Guide (Dongarra, Bunch, Moler, Stewart; SIAM 1979), chapter 11.
@@ -51,8 +52,8 @@ class KNOTWORK_EXPORT DoubleSVDecomp {
     int rightChoice() const { return job_ % 10; }
     void setChoices(int left, int right) { job_ = 10 * left + right; }
     void resizeResults(unsigned n, unsigned p);
-    bool makeResultsPrivate(unsigned n, unsigned p);
-    bool decompose(const DoubleGenMat& a);
+    void makeResultsPrivate();
+    void decompose(const DoubleGenMat& a);
     unsigned leftCount(unsigned n, unsigned p) const;
 
     DoubleVec s_;

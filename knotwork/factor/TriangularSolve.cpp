@@ -16,6 +16,7 @@ DoubleVec solved(const DoubleGenMat& t, const DoubleVec& b, int job)
     DoubleVec x = b.copy();
     if (x.length() == 0) return x;
     const DoubleGenMat compact(t.dataVec().stride() == 1 ? t : t.copy());
+    if (compact.cols() != t.cols()) return DoubleVec();  // a handler returned: no memory
     const int leading = static_cast<int>(compact.rows());
     const int order = static_cast<int>(std::min({compact.rows(), compact.cols(), x.length()}));
     int info = 0;

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "knotwork/linalg/detail/OutOfMemory.h"
+
 namespace {
 
 constexpr int kPeriodicForm = 2;
@@ -108,14 +110,22 @@ bool forEachNetPoint(const nk_surface* s, Use use)
     return true;
 }
 
+/// Numbers in a point of a record; none where a host's counts make no sense.
 int pointLength(const nk_spline* s)
 {
-    return s->dimension + std::abs(s->rational);
+    return std::max(s->dimension + std::abs(s->rational), 0);
 }
 
 int pointLength(const nk_surface* s)
 {
-    return s->dimension + (s->rationalU != 0 || s->rationalV != 0 ? 1 : 0);
+    return std::max(s->dimension + (s->rationalU != 0 || s->rationalV != 0 ? 1 : 0), 0);
+}
+
+/// The tuples of constant containers are copies; without memory for one the answer is false.
+template <class Write>
+bool withinMemory(Write write)
+{
+    return knotwork::withoutBadAlloc(write, false);
 }
 
 void readPoint(const double* numbers, int length, DoubleVec point)
@@ -173,14 +183,19 @@ void TnkRw::T4dDblPointToNk(const T4dDblPoint& P, double* p, int d, int rational
 
 bool TnkRw::polyMultiply(const DoubleVec& a, const DoubleVec& b, DoubleVec& c)
 {
-    const DoubleVec left(a.copy());  // either may share storage with c
-    const DoubleVec right(b.copy());
-    const bool empty = left.length() == 0 || right.length() == 0;
-    const unsigned length = empty ? 0 : left.length() + right.length() - 1;
-    const bool resized = c.length() != length;
-    c.resize(length);
-    for (int i = 0; i < lengthOf(left) && !empty; ++i)
-        for (int j = 0; j < lengthOf(right); ++j) c(i + j) += left(i) * right(j);
+    bool resized = false;
+    const auto multiply = [&] {
+        const DoubleVec left(a.copy());  // either may share storage with c
+        const DoubleVec right(b.copy());
+        const bool empty = left.length() == 0 || right.length() == 0;
+        const unsigned length = empty ? 0 : left.length() + right.length() - 1;
+        const bool differs = c.length() != length;
+        c.resize(length);
+        for (int i = 0; i < lengthOf(left) && !empty; ++i)
+            for (int j = 0; j < lengthOf(right); ++j) c(i + j) += left(i) * right(j);
+        resized = differs;
+    };
+    knotwork::completed(multiply, [] {});
     return resized;
 }
 
@@ -210,8 +225,10 @@ TtupleVector TnkRw::cpListToTv(int d, const nk_cp_list* l)
 bool TnkRw::tvToCpList(const TtupleVector& t, nk_cp_list* l)
 {
     if (l == nullptr || t.points() != l->count || l->coordinates < t.size()) return false;
-    return forEachPoint(l->first, &nk_cp_node::next, l->count, [&](int i, double* numbers) {
-        writePoint(t.point(i), numbers, l->coordinates, false);
+    return withinMemory([&] {
+        return forEachPoint(l->first, &nk_cp_node::next, l->count, [&](int i, double* numbers) {
+            writePoint(t.point(i), numbers, l->coordinates, false);
+        });
     });
 }
 
@@ -243,8 +260,10 @@ bool TnkRw::cvsToTv(const nk_spline* s, TtupleVector& t)
 bool TnkRw::tvToCvs(const TtupleVector& t, nk_spline* s, bool fillWeights)
 {
     if (s == nullptr || t.points() != s->degree + s->spans) return false;
-    return forEachPoint(s->node, &nk_node::next, t.points(), [&](int i, double* numbers) {
-        writePoint(t.point(i), numbers, pointLength(s), fillWeights);
+    return withinMemory([&] {
+        return forEachPoint(s->node, &nk_node::next, t.points(), [&](int i, double* numbers) {
+            writePoint(t.point(i), numbers, pointLength(s), fillWeights);
+        });
     });
 }
 
@@ -261,8 +280,10 @@ bool TnkRw::tmToCvs(const TtupleMatrix& m, nk_surface* s, bool fillWeights)
 {
     if (s == nullptr || m.rows() != s->degreeU + s->spansU || m.cols() != s->degreeV + s->spansV)
         return false;
-    return forEachNetPoint(s, [&](int i, int j, double* numbers) {
-        writePoint(m.point(i, j), numbers, pointLength(s), fillWeights);
+    return withinMemory([&] {
+        return forEachNetPoint(s, [&](int i, int j, double* numbers) {
+            writePoint(m.point(i, j), numbers, pointLength(s), fillWeights);
+        });
     });
 }
 

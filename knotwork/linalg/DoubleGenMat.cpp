@@ -22,7 +22,8 @@ DoubleGenMat::DoubleGenMat(const DoubleLowerTriMat& m) : DoubleGenMat(m.unpacked
 
 DoubleGenMat::DoubleGenMat(const DoubleGenMatPick& p) : GenMatCore(p.rows(), p.cols())
 {
-    matPick(IntVec(rows(), 0, 1), IntVec(cols(), 0, 1)) = p;
+    for (int j = 0, n = static_cast<int>(cols()); j < n; ++j)
+        for (int i = 0, m = static_cast<int>(rows()); i < m; ++i) (*this)(i, j) = p(i, j);
 }
 
 DoubleGenMat DoubleGenMat::apply(double (*f)(double)) const

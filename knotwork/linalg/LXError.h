@@ -33,8 +33,8 @@ typedef void (*LXErrHandler)(ErrorRecord*, va_list);
 /// Installs a handler and returns the one before it; null stands for the default handler, which
 /// writes to the standard error stream and ends the process after a fatal error.
 /// Says "In setLXErrHandler..." on standard output at every call, which is intended.
-/// A handler may throw. One that returns from a fatal error leaves an operation to go on with
-/// what storage there is: the arrays then stay inside their own memory, results are unspecified.
+/// A handler may throw. After one that returns from a fatal error an operation ends at once or goes
+/// on inside its own memory; an array that results may be empty, so ask for its length before use.
 KNOTWORK_EXPORT LXErrHandler setLXErrHandler(LXErrHandler handler);
 
 /// Raises `code` with the arguments of its message, severity as catalogued, origin 0xF000.

@@ -2,6 +2,7 @@
 #include "knotwork/solvers/TbaseSolver.h"
 
 #include "knotwork/linalg/DoubleVecPick.h"
+#include "knotwork/solvers/detail/OutOfMemory.h"
 
 namespace {
 
@@ -118,28 +119,34 @@ bool TbaseSolver::cleanZero(const IntVec& fixedCols, double tol)
 
 int TbaseSolver::solve(const DoubleVec& b, DoubleVec* x, bool useFixed) const
 {
-    return solveAny(b, x, useFixed);
+    return knotwork::withoutBadAlloc([&] { return solveAny(b, x, useFixed); },
+                                     knotwork::kBadArgument);
 }
 
 int TbaseSolver::solve(const TtupleVector& b, TtupleVector* x, bool useFixed) const
 {
-    return solveAny(b, x, useFixed);
+    return knotwork::withoutBadAlloc([&] { return solveAny(b, x, useFixed); },
+                                     knotwork::kBadArgument);
 }
 
 DoubleVec TbaseSolver::solve(const DoubleVec& b) const
 {
     if (!isSolvable()) return DoubleVec();
-    DoubleVec x(static_cast<unsigned>(totalCols_), 0.0);
-    solve(b, &x, false);
-    return x;
+    return knotwork::orEmpty([&] {
+        DoubleVec x(static_cast<unsigned>(totalCols_), 0.0);
+        solve(b, &x, false);
+        return x;
+    });
 }
 
 TtupleVector TbaseSolver::solve(const TtupleVector& b) const
 {
     if (!isSolvable()) return TtupleVector();
-    TtupleVector x(b.size(), totalCols_, 0.0);
-    solve(b, &x, false);
-    return x;
+    return knotwork::orEmpty([&] {
+        TtupleVector x(b.size(), totalCols_, 0.0);
+        solve(b, &x, false);
+        return x;
+    });
 }
 
 template <class Numbers>

@@ -80,12 +80,20 @@ void copyScaled(int n, double factor, const double* from, std::ptrdiff_t fromSte
 
 }  // namespace
 
-/// The short road, sparse or dense, and a solver of the same system on the literal road, which is
-/// made when a right-hand side first asks for it.
+/// The short road, sparse or dense, which is only read and which copies share, and a solver of the
+/// same system on the literal road, which is made when a right-hand side first asks for it. That
+/// one is of arrays, which count who shares them unsynchronised, so that every copy has its own.
 struct Thouseholder::Shortcut {
-    std::unique_ptr<knotwork::SparseRoad> sparse;
-    std::unique_ptr<knotwork::DenseRoad> dense;
-    double tolerance;  // at the set-up
+    Shortcut() = default;
+    Shortcut(const Shortcut& other)
+        : sparse(other.sparse), dense(other.dense), tolerance(other.tolerance)
+    {
+    }
+    Shortcut& operator=(const Shortcut&) = delete;
+
+    std::shared_ptr<const knotwork::SparseRoad> sparse;
+    std::shared_ptr<const knotwork::DenseRoad> dense;
+    double tolerance = 0.0;  // at the set-up
     std::once_flag literalMade;
     std::unique_ptr<Thouseholder> literal;
 };
@@ -146,6 +154,9 @@ void Thouseholder::deepenShallowCopy()
     rowOrder_.deepenShallowCopy();
     colOrder_.deepenShallowCopy();
     factored_.deepenShallowCopy();
+    if (shortcut_.use_count() < 2) return;
+    knotwork::completed([&] { shortcut_ = std::make_shared<Shortcut>(*shortcut_); },
+                        [&] { dependent_ = true; });
 }
 
 bool Thouseholder::factor()
@@ -389,6 +400,11 @@ void Thouseholder::solveLiterally(const TtupleVector& rhs, int coordinate, doubl
 }
 
 TtupleVector Thouseholder::altSolve(const TtupleVector& rhs, int depth)
+{
+    return knotwork::orEmpty([&] { return dampedSolve(rhs, depth); });
+}
+
+TtupleVector Thouseholder::dampedSolve(const TtupleVector& rhs, int depth)
 {
     const int usedRows = static_cast<int>(usedRowIndex_.length());
     const int n = static_cast<int>(workingCols());

@@ -70,6 +70,7 @@ class KNOTWORK_EXPORT Thouseholder : public TsolveConstrainedLsq {
   private:
     struct Shortcut;
     knotwork::TwoPhaseArrays arrays() const;
+    TtupleVector dampedSolve(const TtupleVector& rhs, int depth);
     bool findShortcut();
     void reportSteps() const;
     void solveCoordinates(TtupleVector& rhs, TtupleVector& x) const;

@@ -159,9 +159,12 @@ double TsolveConstrainedLsq::cutoffFrom(const DoubleVec& s)
 
 DoubleGenMat TsolveConstrainedLsq::altMatrix()
 {
-    DoubleGenMat stacked(denseWorking().copy());
-    const int m = static_cast<int>(stacked.rows());
-    stacked.resize(stacked.rows() + stacked.cols(), stacked.cols());
-    for (int j = 0, n = static_cast<int>(stacked.cols()); j < n; ++j) stacked(m + j, j) = kRidge;
-    return stacked;
+    return knotwork::orEmpty([&] {
+        DoubleGenMat stacked(denseWorking().copy());
+        const int m = static_cast<int>(stacked.rows());
+        const int n = static_cast<int>(stacked.cols());
+        stacked.resize(stacked.rows() + stacked.cols(), stacked.cols());
+        for (int j = 0; j < n; ++j) stacked(m + j, j) = kRidge;
+        return stacked;
+    });
 }

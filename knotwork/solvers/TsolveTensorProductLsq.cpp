@@ -2,6 +2,7 @@
 #include "knotwork/solvers/TsolveTensorProductLsq.h"
 
 #include "knotwork/linalg/DoubleVecPick.h"
+#include "knotwork/solvers/detail/OutOfMemory.h"
 
 namespace {
 
@@ -22,10 +23,13 @@ template <class Solve>
 int solveAsGrid(DoubleGenMat* X, Solve solveGrid)
 {
     if (X == nullptr) return knotwork::kBadArgument;
-    TtupleMatrix grid(gridOf(*X));
-    const int code = solveGrid(&grid);
-    if (X->dataVec().stride() != 1) X->dataVec() = grid.data();
-    return code;
+    const auto solve = [&] {
+        TtupleMatrix grid(gridOf(*X));
+        const int code = solveGrid(&grid);
+        if (X->dataVec().stride() != 1) X->dataVec() = grid.data();
+        return code;
+    };
+    return knotwork::withoutBadAlloc(solve, knotwork::kBadArgument);
 }
 
 /// visit(place in the grid, which lies column by column, and place if it lay row by row).
@@ -76,10 +80,13 @@ int TsolveTensorProductLsq::solve(const DoubleGenMat& B, DoubleGenMat* X) const
 int TsolveTensorProductLsq::solve(const TtupleMatrix& B, TtupleMatrix* X) const
 {
     if (X == nullptr || B.size() != X->size()) return knotwork::kBadArgument;
-    TtupleMatrix T(B.size(), B.rows(), X->cols(), 0.0);
-    const int code = sweepRows(B, T);
-    if (code != knotwork::kSolved && code != kNoRows) return code;
-    return T.cols() == 0 ? code : sweepColumns(T, *X);
+    const auto sweepBoth = [&] {
+        TtupleMatrix T(B.size(), B.rows(), X->cols(), 0.0);
+        const int code = sweepRows(B, T);
+        if (code != knotwork::kSolved && code != kNoRows) return code;
+        return T.cols() == 0 ? code : sweepColumns(T, *X);
+    };
+    return knotwork::withoutBadAlloc(sweepBoth, knotwork::kBadArgument);
 }
 
 /// Every row of B through the v solver: the columns of B are its points, of one coordinate for each
@@ -127,6 +134,15 @@ int TsolveTensorProductLsq::solveFixed(const DoubleGenMat& Au, const DoubleGenMa
         Au.rows() != static_cast<unsigned>(B.rows()) ||
         Av.rows() != static_cast<unsigned>(B.cols()))
         return knotwork::kBadArgument;
+    return knotwork::withoutBadAlloc([&] { return solveAround(Au, Av, mask, B, X); },
+                                     knotwork::kBadArgument);
+}
+
+/// The same once shapes are known to go together.
+int TsolveTensorProductLsq::solveAround(const DoubleGenMat& Au, const DoubleGenMat& Av,
+                                        const IntGenMat& mask, const TtupleMatrix& B,
+                                        TtupleMatrix* X)
+{
     if (mask.dataVec().countValue(kFixed) == 0) {
         setMatrix(Au, Av, 0, 0, false, false, false, false, false, false);
         return solve(B, X);

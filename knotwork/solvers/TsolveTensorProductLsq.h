@@ -42,6 +42,8 @@ class KNOTWORK_EXPORT TsolveTensorProductLsq {
                    const TtupleMatrix& B, TtupleMatrix* X);
 
   private:
+    int solveAround(const DoubleGenMat& Au, const DoubleGenMat& Av, const IntGenMat& mask,
+                    const TtupleMatrix& B, TtupleMatrix* X);
     int sweepRows(const TtupleMatrix& B, TtupleMatrix& T) const;
     int sweepColumns(const TtupleMatrix& T, TtupleMatrix& X) const;
     int solveColumnAround(const DoubleGenMat& Au, const IntVec& fixed, const TtupleVector& rhs,

@@ -48,6 +48,17 @@ TEST(DoubleGenFactTest, StatusFollowsTheEstimate)
          0,
          {0x5001},
          0x1p-52},
+        {"empty after singular",
+         [] {
+             DoubleGenFact f(kSingular, 0);
+             f.factor(DoubleGenMat(), 1);
+             return f;
+         }(),
+         0.0,
+         1,
+         1,
+         {},
+         0.0},
         {"infinite", DoubleGenFact(mat({{kInf}}), 0), -1.0, 0, 0, {0x5001}, kInf},
     };
     for (const auto& c : cases) {
@@ -63,6 +74,12 @@ TEST(DoubleGenFactTest, StatusFollowsTheEstimate)
         EXPECT_EQ(c.fact.good(), 1 - c.fail);
         EXPECT_DOUBLE_EQ(c.fact.determinant(), c.determinant);
     }
+    for (const int estimate : {0, 1})
+        for (const DoubleGenMat& a : {mat({{kNaN}}), mat({{1, 0}, {kNaN, 1}})}) {
+            const DoubleGenFact f(a, estimate);
+            EXPECT_EQ(f.good(), 0);
+            EXPECT_EQ(f.condition(), 0.0);
+        }
     EXPECT_TRUE(std::isnan(DoubleGenFact(mat({{kNaN}}), 0).determinant()));
 }
 

@@ -52,6 +52,11 @@ DoubleLeastSqQR zeros(double tolerance = 0.0)
     return d;
 }
 
+DoubleLeastSqCh rankOne()
+{
+    return DoubleLeastSqCh(mat({{1, 1}, {2, 2}, {3, 3}}));
+}
+
 DoubleGenFact regular()
 {
     return DoubleGenFact(mat({{0, 2}, {1, 0}}), 0);
@@ -139,8 +144,8 @@ const Misuse kCholeskyMisuses[] = {
      [] {
          DoubleChDecomp d(checks::identity(4));
          d.factor(DoubleGenMat(2, 3, 1.0));
-         EXPECT_EQ(d.lastPosFactor(), -2);  // as if new
-         EXPECT_EQ(d.fail(), 0);
+         EXPECT_EQ(d.lastPosFactor(), -2);
+         EXPECT_EQ(d.fail(), 1);
      }},
     {0x5012, "Pivoting position specifier must be INITIAL,FREE, or FINAL, not 2",
      [] { DoubleChDecomp().setPivoting(5, 2); }},
@@ -181,6 +186,8 @@ const Misuse kCholeskyMisuses[] = {
      [] { factored().update(kThree, nullptr, &kOne); }},
     {0x5002, "b vector length wrong (2!=3)",
      [] { DoubleLeastSqCh(checks::identity(3)).solve(kTwo); }},
+    {0x5002, "b vector length wrong (2!=3)", [] { expectLength(0, rankOne().solve(kTwo)); }},
+    {0x5002, "b vector length wrong (2!=3)", [] { expectLength(0, rankOne().residual(kTwo)); }},
     {0x5011, kUnsolvable, [] { EXPECT_EQ(DoubleLeastSqInc(2, 1).solve(0).length(), 0u); }},
     {0x5011, kUnsolvable, [] { DoubleLeastSqInc(0, 1).solve(0); }},
     {0x500B, "Data 1 doesn't exist, only 1 data columns",
@@ -212,6 +219,31 @@ TEST(FactorMisuseTest, RaisesItsErrorAndStaysInItsMemoryWhenTheHandlerReturns)
     expectRaises(kQrMisuses);
     expectRaises(kLuMisuses);
     expectRaises(kCholeskyMisuses);
+}
+
+TEST(FactorMisuseTest, ARefusedFactorisationIsNoneWhetherTheHandlerThrowsOrReturns)
+{
+    for (const auto onFatal :
+         {RecordingHandler::OnFatal::kThrow, RecordingHandler::OnFatal::kReturn}) {
+        const RecordingHandler handler(onFatal);
+        const auto refuse = [](auto factor) {
+            try {
+                factor();
+            } catch (const knotwork_test::RaisedError&) {
+            }
+        };
+        const DoubleGenMat wide(2u, 3u, 1.0);
+        DoubleGenFact lu = regular();
+        refuse([&] { lu.factor(wide, 1); });
+        EXPECT_EQ(lu.good(), 0);
+        EXPECT_EQ(lu.determinant(), 0.0);
+        DoubleChDecomp cholesky = factored();
+        refuse([&] { cholesky.factor(wide); });
+        EXPECT_EQ(cholesky.good(), 0);
+        EXPECT_EQ(cholesky.isPD(), 0);
+        EXPECT_EQ(handler.raised().size(), 2u);
+        refuse([&] { EXPECT_EQ(cholesky.solve(DoubleVec()).length(), 0u); });
+    }
 }
 
 TEST(FactorMisuseTest, NothingIsWrongWithWhatHasNothingToSolve)

@@ -116,6 +116,24 @@ TEST(RowCompressionTest, KeepsInnerProductsOfColumnsAndRightHandSides)
     }
 }
 
+TEST(RowCompressionTest, NumbersAtTheEndsOfTheRangeKeepTheirLengths)
+{
+    SpanRows tiny(2);  // beside a large number, so that scaling as a whole does not help
+    for (const double v : {0.0, -1e-200, -2e-200}) tiny.append(0, 1)[0] = v;
+    tiny.append(1, 1)[0] = 1.0;
+    EXPECT_NEAR(std::fabs(RowCompression(tiny).triangle().row(0)[0]) / 1e-200, std::sqrt(5.0),
+                4 * kEps);
+    SpanRows huge(2);  // R is within the range, a step to it is not
+    for (const double v : {1.0, 1.2}) {
+        double* values = huge.append(0, 2);
+        values[0] = 1e308;
+        values[1] = v * 1e308;
+    }
+    const RowCompression compression(huge);
+    EXPECT_NEAR(std::fabs(compression.triangle().row(0)[1]) / 1e308, 1.1 * std::sqrt(2.0),
+                4 * kEps);
+}
+
 TEST(RowCompressionTest, ATriangleStaysAsItIsInAnyOrder)
 {
     SpanRows rows(4);

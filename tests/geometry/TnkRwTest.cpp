@@ -118,6 +118,10 @@ TEST(TnkRwTest, ControlPointsOfACurveFillOrKeepTheirWeights)
 
     EXPECT_FALSE(TnkRw::tvToCvs(TtupleVector(3, 5, 0.0), s.get(), true));
     EXPECT_FALSE(TnkRw::cvsToTv(nullptr, back));
+    s->dimension = -2;  // what a host may have made of it
+    EXPECT_TRUE(TnkRw::tvToCvs(TtupleVector(5, 4, -1.0), s.get(), true));
+    EXPECT_EQ(s->node->point[0], 8.0) << "points without a number keep what they have";
+    EXPECT_EQ(s->node->point[4], 8.0);
     s->node->next->point = nullptr;
     EXPECT_FALSE(TnkRw::cvsToTv(s.get(), back));
 }

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "knotwork/linalg/DoubleGenMatPick.h"
+#include "knotwork/linalg/DoubleSymMat.h"
 #include "knotwork/linalg/DoubleVecPick.h"
 #include "knotwork/linalg/IntGenMatPick.h"
 #include "knotwork/linalg/IntVecPick.h"
@@ -277,6 +278,15 @@ TEST(ErrorTest, OfMatricesBeyondWhatAVectorCounts)
         faults.push_back(
             {0x3008, "[NOMEM: LXBlock]: Out of memory", std::move(commit), 0x901A, 2, what});
     };
+    constexpr unsigned kUncountable = 1u << 31;  // by an int
+    tooLarge("vector", [] { DoubleVec v(kUncountable); });
+    tooLarge("filled vector", [] { SCharVec(kUncountable, 1) += 1; });
+    tooLarge("longer vector", [] { IntVec(3, 1).resize(kUncountable); });
+    tooLarge("other vector", [] { IntVec(3, 1).reshape(kUncountable); });
+    tooLarge("no columns", [] { DoubleGenMat(kUncountable, 0).resize(1, 1); });
+    tooLarge("no rows, of a vector", [] { DoubleGenMat(DoubleVec(), 0, kUncountable); });
+    tooLarge("half of what was too much", [] { DoubleGenMat(kSide, kSide / 2); });
+    tooLarge("packed", [] { DoubleSymMat(kSide, kSide); });
     tooLarge("size", [] { DoubleGenMat(kSide, kSide); });
     tooLarge("fill", [] { DoubleGenMat(kSide, kSide, 1.0).zero(); });
     tooLarge("pointer", [] {

@@ -5,6 +5,7 @@
 
 #include <cmath>
 #include <iomanip>
+#include <limits>
 #include <sstream>
 #include <string>
 
@@ -115,15 +116,35 @@ TEST(GenMatTextTest, ReadingTheSameShapeWritesThroughAndOnlyWhatDiffers)
     EXPECT_THAT(rowsOf(sharer), ElementsAre(ElementsAre(0, 1), ElementsAre(5, 3)));
 }
 
+TEST(GenMatTextTest, WhatIsNoNumberReadsBackToo)
+{
+    const double inf = std::numeric_limits<double>::infinity();
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    const DoubleGenMat m = mat({{inf, -inf, 1}, {nan, -nan, -2}});
+    for (const auto format : {std::nouppercase, std::uppercase}) {
+        std::stringstream text;
+        text << format << m;
+        DoubleGenMat read;
+        text >> read;
+        EXPECT_EQ(bitsOf(elements(read.dataVec())), bitsOf(elements(m.dataVec()))) << text.str();
+        EXPECT_TRUE(text.good());
+    }
+}
+
 TEST(GenMatTextTest, AWrongCountIsAnErrorAndChangesNothing)
 {
-    for (const char* text : {"2x2 [1 2 3]", "2x2 [1 2 3 4 5]", "2x2 []", "0x3 [1]"}) {
+    const struct {
+        const char* text;
+        int code;
+    } cases[] = {{"2x2 [1 2 3]", 0x4017}, {"2x2 [1 2 3 4 5]", 0x4017}, {"2x2 []", 0x4017},
+                 {"0x3 [1]", 0x4017},     {"4000000000x0 []", 0x3008}, {"0x4000000000 []", 0x3008}};
+    for (const auto& [text, code] : cases) {
         SCOPED_TRACE(text);
         RecordingHandler handler(RecordingHandler::OnFatal::kReturn);
         IntGenMat m = mat<IntGenMat>({{9, 9}});
         std::istringstream(text) >> m;
         ASSERT_EQ(handler.raised().size(), 1u);
-        EXPECT_EQ(handler.raised()[0].code, 0x4017);
+        EXPECT_EQ(handler.raised()[0].code, code);
         EXPECT_THAT(rowsOf(m), ElementsAre(ElementsAre(9, 9)));
     }
 }

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <sstream>
 #include <string>
 
@@ -116,6 +117,14 @@ TEST(ScanTest, NumbersAreReadAsTheirType)
     std::istringstream("[1e-3 -.5 0x]") >> d;
     EXPECT_EQ(d(0), 1e-3);
     EXPECT_EQ(d(1), -0.5);
+    std::istringstream("[inf -5 -inf in 1]") >> d;
+    EXPECT_THAT(elements(d), ElementsAre(HUGE_VAL, -5.0, -HUGE_VAL));
+    std::istringstream words("2 +nab");
+    std::string rest;
+    words >> d;
+    words.clear();
+    words >> rest;
+    EXPECT_EQ(rest, "b") << "read up to what is no number";
     IntVec i;
     std::istringstream("[1.5 2]") >> i;
     EXPECT_THAT(elements(i), ElementsAre(1)) << "the point is no int";

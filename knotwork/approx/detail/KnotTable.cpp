@@ -52,11 +52,16 @@ void KnotTable::putRepeated(int i)
     repeats_.get()[i - first()] = 1;
 }
 
+std::size_t KnotTable::reciprocalCount(int spans) const
+{
+    if (degree_ < 1 || spans < 1) return 0;
+    return static_cast<std::size_t>(spans) * static_cast<std::size_t>(triangleSize(degree_));
+}
+
 void KnotTable::renewReciprocals()
 {
     if (degree_ < 1 || spans_ < 1) return;
-    reciprocals_.resize(static_cast<std::size_t>(spans_) *
-                        static_cast<std::size_t>(triangleSize(degree_)));
+    reciprocals_.resize(reciprocalCount(spans_));
     double* next = reciprocals_.data();
     for (int s = 0; s < spans_; ++s)
         for (int r = 1; r <= degree_; ++r) {
@@ -66,17 +71,23 @@ void KnotTable::renewReciprocals()
         }
 }
 
-void KnotTable::grow(int needed)
+void KnotTable::reserve(int more)
 {
-    if (needed <= capacity_) return;
+    const std::size_t reciprocals = reciprocalCount(spans_ + more);
+    if (reciprocals > reciprocals_.capacity())
+        reciprocals_.reserve(std::max(reciprocals, 2 * reciprocals_.size()));
     const int held = count();
-    capacity_ += (needed - capacity_ + growthStep_ - 1) / growthStep_ * growthStep_;
-    auto knots = makeArray<double>(capacity_);
-    auto repeats = makeArray<unsigned char>(capacity_);
+    const int needed = held + more;
+    if (needed <= capacity_) return;
+    const int steps = (needed - capacity_ + growthStep_ - 1) / growthStep_;
+    const int capacity = capacity_ + steps * growthStep_;
+    auto knots = makeArray<double>(capacity);
+    auto repeats = makeArray<unsigned char>(capacity);
     std::copy_n(knots_.get(), held, knots.get());
     std::copy_n(repeats_.get(), held, repeats.get());
     knots_ = std::move(knots);
     repeats_ = std::move(repeats);
+    capacity_ = capacity;
 }
 
 int KnotTable::insert(double t, int r)
@@ -86,7 +97,7 @@ int KnotTable::insert(double t, int r)
     if (r < 1) return q;
     const int held = count();
     const int place = q - first();
-    grow(held + r);
+    reserve(r);
     double* knots = knots_.get();
     unsigned char* repeats = repeats_.get();
     std::copy_backward(knots + place, knots + held, knots + held + r);

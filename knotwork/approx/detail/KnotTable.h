@@ -43,6 +43,10 @@ class KnotTable {
     void putRepeated(int i);        ///< the same knot as knot i - 1
     void renewReciprocals();        ///< to be called when all knots are put
 
+    /// Room for as many more knots, so that inserting them needs no memory; without memory
+    /// std::bad_alloc, and nothing has changed.
+    void reserve(int more);
+
     /// Puts r knots t behind the last knot not above t (r < 1: none) and returns the first one's
     /// index. That first one is a knot of its own even where its predecessor is equal: intended.
     /// Knots are found among 0 ... n, or behind all of them. So on an unclamped range a t between
@@ -56,7 +60,7 @@ class KnotTable {
     void blend(int q, double t, double* points, int length, int count) const;
 
   private:
-    void grow(int needed);
+    std::size_t reciprocalCount(int spans) const;
 
     int degree_;
     int spans_;

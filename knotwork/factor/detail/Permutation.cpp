@@ -15,7 +15,7 @@ DoubleVec moved(const DoubleVec& x, const IntVec& pivots, Move move)
 {
     if (x.length() != pivots.length()) lxRaise(0x5004, x.length(), pivots.length());
     DoubleVec result(x.length(), 0.0);
-    const int length = static_cast<int>(x.length());
+    const int length = static_cast<int>(result.length());  // 0 without memory
     const int count = std::min(length, static_cast<int>(pivots.length()));
     for (int i = 0; i < count; ++i)
         if (pivots(i) >= 0 && pivots(i) < length) move(result, i, pivots(i));

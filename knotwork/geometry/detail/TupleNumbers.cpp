@@ -28,7 +28,7 @@ unsigned numberCount(std::initializer_list<int> extents)
     std::uint64_t count = 1;
     for (const int extent : extents) {
         count *= static_cast<std::uint64_t>(magnitude(extent));
-        if (count > std::numeric_limits<unsigned>::max()) {
+        if (count > static_cast<std::uint64_t>(kMostInt)) {
             LXBlock::raiseOutOfMemory();
             return 0;
         }

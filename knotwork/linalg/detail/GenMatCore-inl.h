@@ -15,11 +15,17 @@ namespace knotwork {
 
 namespace detail {
 
-/// rows x cols, or 0 after the error when a vector cannot count that far.
+/// Whether an int can name every row, column and element.
+inline bool countable(unsigned rows, unsigned cols)
+{
+    constexpr unsigned kMost = std::numeric_limits<int>::max();
+    return rows <= kMost && cols <= kMost && std::uint64_t{rows} * cols <= kMost;
+}
+
+/// rows x cols, or 0 after the error for a shape that no matrix can have.
 inline unsigned elementCount(unsigned rows, unsigned cols)
 {
-    const std::uint64_t count = std::uint64_t{rows} * cols;
-    if (count <= std::numeric_limits<unsigned>::max()) return static_cast<unsigned>(count);
+    if (countable(rows, cols)) return rows * cols;
     LXBlock::raiseOutOfMemory();
     return 0;
 }
@@ -55,6 +61,8 @@ GenMatCore<Derived, VecT, PickT>::GenMatCore(const VecT& v, unsigned rows, unsig
 {
     if (v.length() != std::uint64_t{rows} * cols)
         lxRaise(0x400A, v.length(), rows, cols, Derived::className);
+    else
+        detail::elementCount(rows, cols);
     emptyUnlessComplete();
 }
 
@@ -62,8 +70,13 @@ GenMatCore<Derived, VecT, PickT>::GenMatCore(const VecT& v, unsigned rows, unsig
 template <class Derived, class VecT, class PickT>
 void GenMatCore<Derived, VecT, PickT>::emptyUnlessComplete()
 {
-    if (this->vec_.length() == std::uint64_t{rows_} * cols_) return;
-    this->vec_.reference(VecT());
+    if (!detail::countable(rows_, cols_) || this->vec_.length() != rows_ * cols_) forget();
+}
+
+template <class Derived, class VecT, class PickT>
+void GenMatCore<Derived, VecT, PickT>::forget()
+{
+    this->vec_.forget();
     rows_ = 0;
     cols_ = 0;
 }
@@ -80,8 +93,9 @@ Derived& GenMatCore<Derived, VecT, PickT>::reference(const Derived& m)
 template <class Derived, class VecT, class PickT>
 void GenMatCore<Derived, VecT, PickT>::resize(unsigned rows, unsigned cols)
 {
+    if (!detail::countable(rows, cols)) return LXBlock::raiseOutOfMemory();
     if (rows == rows_) {  // whole columns stay where they are
-        this->vec_.resize(detail::elementCount(rows, cols));
+        this->vec_.resize(rows * cols);
         cols_ = cols;
         emptyUnlessComplete();
         return;

@@ -35,6 +35,7 @@ class KNOTWORK_EXPORT GenMatCore : public MatCore<Derived, VecT> {
 
     Derived& reference(const Derived& m);
     void resize(unsigned rows, unsigned cols);  ///< elements keep their (i, j); new ones are 0
+    void forget();  ///< 0 x 0 from now on; needs no memory, sharers keep what they have
 
     unsigned rows() const { return rows_; }
     unsigned cols() const { return cols_; }
@@ -90,6 +91,10 @@ class KNOTWORK_EXPORT GenMatCore : public MatCore<Derived, VecT> {
     std::ptrdiff_t offset(int i, int j) const { return std::ptrdiff_t{rows_} * j + i; }
     void emptyUnlessComplete();
 
+    template <class Operand>
+    static Derived productOfOperands(const Operand& a, const Operand& b);
+    template <class Operand>
+    static VecT productOfOperands(const Operand& a, const VecT& x);
     static Derived matrixProduct(const Derived& a, const Derived& b);
     static Derived matrixTransProduct(const Derived& a, const Derived& b);
     static Derived matrixTransposeProduct(const Derived& a, const Derived& b);

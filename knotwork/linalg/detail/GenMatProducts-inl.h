@@ -8,6 +8,7 @@
 #include "knotwork/linalg/LXError.h"
 #include "knotwork/linalg/detail/GenMatCore.h"
 #include "knotwork/linalg/detail/MatrixProduct.h"
+#include "knotwork/linalg/detail/OutOfMemory.h"
 
 /// The products, transpose and Kronecker product of GenMatCore.
 namespace knotwork {
@@ -23,17 +24,37 @@ MatrixOperand<typename Matrix::Element> operandOf(const Matrix& a, std::ptrdiff_
 }  // namespace detail
 
 template <class Derived, class VecT, class PickT>
+template <class Operand>
+Derived GenMatCore<Derived, VecT, PickT>::productOfOperands(const Operand& a, const Operand& b)
+{
+    return orEmpty([&] {
+        Derived result(static_cast<unsigned>(a.rows), static_cast<unsigned>(b.cols));
+        if (result.vec_.length() > 0) multiply(a, b, result.data());
+        return result;
+    });
+}
+
+template <class Derived, class VecT, class PickT>
+template <class Operand>
+VecT GenMatCore<Derived, VecT, PickT>::productOfOperands(const Operand& a, const VecT& x)
+{
+    return orEmpty([&] {
+        const VecT compact = x.stride() == 1 ? x : x.copy();
+        VecT result(static_cast<unsigned>(a.rows));
+        if (result.length() > 0) multiplyVector(a, compact.data(), result.data());
+        return result;
+    });
+}
+
+template <class Derived, class VecT, class PickT>
 Derived GenMatCore<Derived, VecT, PickT>::matrixProduct(const Derived& a, const Derived& b)
 {
     if (a.cols_ != b.rows_) {
         lxRaise(0x4016, Derived::className, a.rows_, a.cols_, b.rows_, b.cols_);
         return Derived();
     }
-    Derived result(a.rows_, b.cols_);
-    if (result.vec_.length() == 0) return result;  // also when there was no memory for it
-    multiply(detail::operandOf(a, a.vec_.stride()), detail::operandOf(b, b.vec_.stride()),
-             result.data());
-    return result;
+    return productOfOperands(detail::operandOf(a, a.vec_.stride()),
+                             detail::operandOf(b, b.vec_.stride()));
 }
 
 template <class Derived, class VecT, class PickT>
@@ -43,11 +64,8 @@ Derived GenMatCore<Derived, VecT, PickT>::matrixTransProduct(const Derived& a, c
         lxRaise(0x4016, Derived::className, a.rows_, a.cols_, b.cols_, b.rows_);
         return Derived();
     }
-    Derived result(a.rows_, b.rows_);
-    if (result.vec_.length() == 0) return result;
-    multiply(detail::operandOf(a, a.vec_.stride()),
-             detail::operandOf(b, b.vec_.stride()).transposed(), result.data());
-    return result;
+    return productOfOperands(detail::operandOf(a, a.vec_.stride()),
+                             detail::operandOf(b, b.vec_.stride()).transposed());
 }
 
 template <class Derived, class VecT, class PickT>
@@ -57,11 +75,8 @@ Derived GenMatCore<Derived, VecT, PickT>::matrixTransposeProduct(const Derived& 
         lxRaise(0x4016, Derived::className, a.cols_, a.rows_, b.rows_, b.cols_);
         return Derived();
     }
-    Derived result(a.cols_, b.cols_);
-    if (result.vec_.length() == 0) return result;
-    multiply(detail::operandOf(a, a.vec_.stride()).transposed(),
-             detail::operandOf(b, b.vec_.stride()), result.data());
-    return result;
+    return productOfOperands(detail::operandOf(a, a.vec_.stride()).transposed(),
+                             detail::operandOf(b, b.vec_.stride()));
 }
 
 template <class Derived, class VecT, class PickT>
@@ -71,11 +86,7 @@ VecT GenMatCore<Derived, VecT, PickT>::matrixProduct(const Derived& a, const Vec
         lxRaise(0x4014, Derived::className, a.rows_, a.cols_, x.length());
         return VecT();
     }
-    const VecT compact = x.stride() == 1 ? x : x.copy();
-    VecT result(a.rows_);
-    if (result.length() == 0 || compact.length() != x.length()) return result;
-    multiplyVector(detail::operandOf(a, a.vec_.stride()), compact.data(), result.data());
-    return result;
+    return productOfOperands(detail::operandOf(a, a.vec_.stride()), x);
 }
 
 template <class Derived, class VecT, class PickT>
@@ -85,12 +96,7 @@ VecT GenMatCore<Derived, VecT, PickT>::matrixProduct(const VecT& x, const Derive
         lxRaise(0x4015, x.length(), Derived::className, a.rows_, a.cols_);
         return VecT();
     }
-    const VecT compact = x.stride() == 1 ? x : x.copy();
-    VecT result(a.cols_);
-    if (result.length() == 0 || compact.length() != x.length()) return result;
-    multiplyVector(detail::operandOf(a, a.vec_.stride()).transposed(), compact.data(),
-                   result.data());
-    return result;
+    return productOfOperands(detail::operandOf(a, a.vec_.stride()).transposed(), x);
 }
 
 template <class Derived, class VecT, class PickT>
@@ -111,15 +117,16 @@ Derived GenMatCore<Derived, VecT, PickT>::kroneckerOf(const Derived& a, const De
         LXBlock::raiseOutOfMemory();
         return Derived();
     }
-    Derived result(static_cast<unsigned>(rows), static_cast<unsigned>(cols));
-    if (result.vec_.length() == 0) return result;
-    const int rowBlocks = static_cast<int>(a.rows_);
-    const int bCols = static_cast<int>(b.cols_);
-    for (int j = 0, n = static_cast<int>(result.cols_); j < n; ++j)
-        for (int i = 0; i < rowBlocks; ++i)
-            result.col(j).slice(i * static_cast<int>(b.rows_), b.rows_, 1) =
-                VecT::productOf(b.col(j % bCols), a(i, j / bCols));
-    return result;
+    return orEmpty([&] {
+        Derived result(static_cast<unsigned>(rows), static_cast<unsigned>(cols));
+        const int rowBlocks = result.vec_.length() > 0 ? static_cast<int>(a.rows_) : 0;
+        const int bCols = static_cast<int>(b.cols_);
+        for (int j = 0, n = static_cast<int>(result.cols_); j < n; ++j)
+            for (int i = 0; i < rowBlocks; ++i)
+                result.col(j).slice(i * static_cast<int>(b.rows_), b.rows_, 1) =
+                    VecT::productOf(b.col(j % bCols), a(i, j / bCols));
+        return result;
+    });
 }
 
 }  // namespace knotwork

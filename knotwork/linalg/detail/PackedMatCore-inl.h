@@ -25,7 +25,7 @@ inline unsigned packedLength(unsigned rows, unsigned cols)
         lxRaise(0x400D, static_cast<int>(rows), static_cast<int>(cols));
         return 0;
     }
-    if (packedCount(rows) <= std::numeric_limits<unsigned>::max())
+    if (packedCount(rows) <= static_cast<std::uint64_t>(std::numeric_limits<int>::max()))
         return static_cast<unsigned>(packedCount(rows));
     LXBlock::raiseOutOfMemory();
     return 0;
@@ -60,7 +60,7 @@ template <class Derived>
 void PackedMatCore<Derived>::emptyUnlessComplete()
 {
     if (this->vec_.length() == detail::packedCount(n_)) return;
-    this->vec_.reference(DoubleVec());
+    this->vec_.forget();
     n_ = 0;
 }
 

@@ -3,14 +3,17 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cmath>
 #include <cstring>
 #include <istream>
+#include <limits>
 #include <type_traits>
 
 #include "knotwork/linalg/IntVec.h"
 #include "knotwork/linalg/detail/CatalogueInit.h"
 #include "knotwork/linalg/detail/ElementLoops.h"
 #include "knotwork/linalg/detail/ElementTraits.h"
+#include "knotwork/linalg/detail/OutOfMemory.h"
 #include "knotwork/linalg/detail/VecArithmetic-inl.h"
 #include "knotwork/linalg/detail/VecCore.h"
 
@@ -27,20 +30,50 @@ inline int nextNonBlank(std::istream& is)
     return c;
 }
 
+inline void readNumber(std::istream& is, int& value)
+{
+    is >> value;
+}
+
+/// Streams write infinities and NaN as words and do not read them back: this does, with a sign.
+inline void readNumber(std::istream& is, double& value)
+{
+    int c = nextNonBlank(is);
+    const int sign = c == '-' || c == '+' ? c : 0;
+    if (sign != 0 && std::isalpha(is.peek())) c = is.get();
+    if (!is.good() || !std::isalpha(c)) {
+        if (is.good()) is.putback(static_cast<char>(c));
+        is >> value;
+        return;
+    }
+    const bool infinite = std::tolower(c) == 'i';
+    const char* word = infinite ? "inf" : "nan";
+    for (const char* letter = word; *letter != '\0'; ++letter) {
+        if (std::tolower(c) != *letter) {  // some other text, which begins here
+            is.unget();
+            is.setstate(std::ios::failbit);
+            return;
+        }
+        if (letter[1] != '\0') c = is.get();
+    }
+    using Limits = std::numeric_limits<double>;
+    value = std::copysign(infinite ? Limits::infinity() : Limits::quiet_NaN(),
+                          sign == '-' ? -1.0 : 1.0);
+}
+
 }  // namespace detail
 
 // --- construction and sharing ---
 
 template <class Derived, class T>
-VecCore<Derived, T>::VecCore()
-    : block_(new LXBlock(0, sizeof(T))), data_(nullptr), length_(0), stride_(1)
+VecCore<Derived, T>::VecCore() : block_(blockFor(0)), data_(nullptr), length_(0), stride_(1)
 {
 }
 
 template <class Derived, class T>
 VecCore<Derived, T>::VecCore(unsigned n) : block_(nullptr), data_(nullptr), length_(0), stride_(1)
 {
-    adopt(new LXBlock(n, sizeof(T)), n);
+    adopt(blockFor(n), n);
 }
 
 template <class Derived, class T>
@@ -74,7 +107,20 @@ VecCore<Derived, T>::VecCore(const VecCore& v, int start, unsigned n, int stride
     : VecCore(v.block_, v.data_, n,
               static_cast<int>(static_cast<unsigned>(v.stride_) * static_cast<unsigned>(stride)))
 {
-    if (data_ != nullptr) data_ += std::ptrdiff_t{v.stride_} * start;
+    if (data_ != nullptr)
+        data_ += std::ptrdiff_t{v.stride_} * start;
+    else
+        length_ = 0;  // where there are no elements there are none in a part
+}
+
+/// A new block; one without storage, after the error, for more elements than there can be.
+template <class Derived, class T>
+LXBlock* VecCore<Derived, T>::blockFor(unsigned n)
+{
+    if (n <= static_cast<unsigned>(std::numeric_limits<int>::max()))
+        return LXBlock::make(n, sizeof(T));
+    LXBlock::raiseOutOfMemory();
+    return LXBlock::make(0, sizeof(T));
 }
 
 /// Points at a new block, whose only user this is; without storage the vector is empty.
@@ -122,16 +168,26 @@ template <class Derived, class T>
 void VecCore<Derived, T>::deepenShallowCopy()
 {
     if (block_->users() < 2 && stride_ == 1 && data_ == block_->storage()) return;
-    LXBlock* fresh = new LXBlock(length_, sizeof(T));
+    LXBlock* fresh = blockFor(length_);
+    if (fresh->storage() == nullptr && length_ > 0) return LXBlock::release(fresh);
     copyTo(static_cast<T*>(fresh->storage()), length_);
     adopt(fresh, length_);
+}
+
+template <class Derived, class T>
+void VecCore<Derived, T>::forget()
+{
+    block_->dropStorage();
+    data_ = nullptr;
+    length_ = 0;
+    stride_ = 1;
 }
 
 template <class Derived, class T>
 void VecCore<Derived, T>::resize(unsigned n)
 {
     if (n == length_) return;
-    LXBlock* fresh = new LXBlock(n, sizeof(T));
+    LXBlock* fresh = blockFor(n);
     const unsigned kept = std::min(length_, n);
     copyTo(static_cast<T*>(fresh->storage()), kept);
     adopt(fresh, n);
@@ -141,7 +197,7 @@ void VecCore<Derived, T>::resize(unsigned n)
 template <class Derived, class T>
 void VecCore<Derived, T>::reshape(unsigned n)
 {
-    if (n != length_) adopt(new LXBlock(n, sizeof(T)), n);
+    if (n != length_) adopt(blockFor(n), n);
 }
 
 template <class Derived, class T>
@@ -236,13 +292,20 @@ void VecCore<Derived, T>::emptyErr(const char* operation) const
 template <class Derived, class T>
 void VecCore<Derived, T>::scanFrom(std::istream& is)
 {
+    completed([&] { scanElements(is); }, [&] { forget(); });
+}
+
+template <class Derived, class T>
+void VecCore<Derived, T>::scanElements(std::istream& is)
+{
     constexpr unsigned kGrowth = 128;
     unsigned count = 0;
     const auto readOne = [&]() {
         typename ElementTraits<T>::Read value = 0;
-        if (!(is >> value)) return false;  // a value that ends at the end of file still counts
+        detail::readNumber(is, value);
+        if (!is) return false;  // a value that ends at the end of file still counts
         if (count == length_) resize(length_ + kGrowth);
-        if (count < length_) (*this)(static_cast<int>(count++)) = fromRead(value);
+        (*this)(static_cast<int>(count++)) = fromRead(value);
         return true;
     };
     int c = detail::nextNonBlank(is);

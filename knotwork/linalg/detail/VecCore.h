@@ -27,7 +27,9 @@ class GenMatCore;
 ///           0x3011 empty (a warning). Only operator[] and the ...Check members look at indices:
 ///           operator(), sub() and slice() out of range are undefined. Should a host's handler
 ///           return from a fatal error, operator[] gives a spare element and loops run over the
-///           shorter operand.
+///           shorter operand. A vector without memory has no elements, and then neither have its
+///           slices; one that deepenShallowCopy() cannot separate goes on sharing.
+/// Limits    2^31 - 1 elements, so that an int can name each: more are an error 0x3008.
 template <class Derived, class T>
 class KNOTWORK_EXPORT VecCore {
   public:
@@ -50,8 +52,11 @@ class KNOTWORK_EXPORT VecCore {
     Derived copy() const;                  ///< contiguous storage of its own
     Derived deepCopy() const { return copy(); }
     void deepenShallowCopy();  ///< private, contiguous, from the start of its block
+    // Neither does anything where n is the length already: then the storage is the old one, shared
+    // or strided as it was.
     void resize(unsigned n);   ///< new storage, common elements kept, added ones 0
     void reshape(unsigned n);  ///< new storage, elements uninitialised
+    void forget();             ///< no elements from now on; needs no memory, sharers keep theirs
 
     T& operator[](int i) { return holds(i) ? (*this)(i) : outOfRange(i); }
     T operator[](int i) const { return holds(i) ? (*this)(i) : outOfRange(i); }
@@ -87,7 +92,8 @@ class KNOTWORK_EXPORT VecCore {
     IntVec lessIndex(T v) const;  ///< ascending positions of the elements below v
 
     /// Reads "[ 1 2 3 ]" or bare numbers up to the first text that is none (the stream then
-    /// fails). Values overwrite the elements that are there, then the length follows the count.
+    /// fails); doubles may be inf or nan. Values overwrite the elements that are there, then the
+    /// length follows the count. Without memory there are no elements.
     void scanFrom(std::istream& is);
 
     friend Derived operator+(const Derived& a, const Derived& b) { return sumOf(a, b); }
@@ -156,8 +162,10 @@ class KNOTWORK_EXPORT VecCore {
     bool holds(int i) const { return i >= 0 && static_cast<unsigned>(i) < length_; }
     T& outOfRange(int i) const;
     void adopt(LXBlock* block, unsigned n);
+    static LXBlock* blockFor(unsigned n);
     void copyTo(T* destination, unsigned n) const;
     void copyInto(VecCore& target) const;
+    void scanElements(std::istream& is);
     template <class Read>
     static T fromRead(Read value);
     template <class Operation>

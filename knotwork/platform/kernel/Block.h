@@ -6,7 +6,6 @@
 #include <functional>
 #include <memory>
 #include <new>
-#include <vector>
 
 namespace knotwork {
 
@@ -19,10 +18,10 @@ class Block {
     template <class Record, class Node>
     static Block make(std::size_t nodes, std::size_t doubles)
     {
-        const std::size_t bytes =
-            sizeof(Header) + sizeof(Record) + nodes * sizeof(Node) + doubles * sizeof(double);
+        const std::size_t beforeDoubles = sizeof(Header) + sizeof(Record) + nodes * sizeof(Node);
+        const std::size_t bytes = beforeDoubles + doubles * sizeof(double);
         char* start = static_cast<char*>(::operator new(bytes));
-        new (start) Header{start + bytes};
+        new (start) Header{start + bytes, start + beforeDoubles};
         return Block(start + sizeof(Header));
     }
 
@@ -41,6 +40,45 @@ class Block {
         return !before(cell, record) && before(cell, header(record)->end);
     }
 
+    /// Before a release: cells from nk_al_dbl outside of the block, to be freed each once however
+    /// often it is named. A release must not need memory, so they are noted where the block's own
+    /// doubles were: those are not read any more, and there is one for each knot of a node. Nodes
+    /// that a host put in besides may find no place left; their cells stay.
+    class ForeignCells {
+      public:
+        explicit ForeignCells(void* record)
+            : record_(record),
+              end_(header(record)->end),
+              first_(header(record)->doubles),
+              at_(first_)
+        {
+        }
+        ~ForeignCells()
+        {
+            auto** first = reinterpret_cast<double**>(first_);
+            auto** last = reinterpret_cast<double**>(at_);
+            std::sort(first, last, std::less<>());
+            last = std::unique(first, last);
+            for (; first != last; ++first) delete[] * first;
+        }
+        ForeignCells(const ForeignCells&) = delete;
+        ForeignCells& operator=(const ForeignCells&) = delete;
+
+        void note(double* cell)
+        {
+            if (holds(record_, cell) || end_ - at_ < static_cast<std::ptrdiff_t>(sizeof(double*)))
+                return;
+            new (at_) double*(cell);
+            at_ += sizeof(double*);
+        }
+
+      private:
+        void* record_;
+        const char* end_;
+        char* first_;
+        char* at_;
+    };
+
     static void release(void* record)
     {
         if (record != nullptr) ::operator delete(static_cast<char*>(record) - sizeof(Header));
@@ -48,7 +86,8 @@ class Block {
 
   private:
     struct alignas(std::max_align_t) Header {
-        const void* end;
+        const char* end;
+        char* doubles;
     };
 
     explicit Block(char* at) : at_(at) {}
@@ -60,13 +99,5 @@ class Block {
 
     char* at_;
 };
-
-/// Releases cells from nk_al_dbl, each once however often it is named.
-inline void releaseDistinct(std::vector<double*>& cells)
-{
-    std::sort(cells.begin(), cells.end(), std::less<>());
-    cells.erase(std::unique(cells.begin(), cells.end()), cells.end());
-    for (double* cell : cells) delete[] cell;
-}
 
 }  // namespace knotwork

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <algorithm>
 #include <cstdlib>
-#include <vector>
 
 #include "knotwork/platform/kernel.h"
 #include "knotwork/platform/kernel/Block.h"
@@ -35,10 +34,11 @@ nk_spline* nk_bld_bs(int d, const double* knots, const double* points, int type,
 void nk_free_bs(nk_spline* spline)
 {
     if (spline == nullptr) return;
-    std::vector<double*> foreign;
-    for (nk_node* node = NKI_getFirstNode(spline); node != nullptr; node = node->next)
-        if (!knotwork::Block::holds(spline, node->knot)) foreign.push_back(node->knot);
-    knotwork::releaseDistinct(foreign);
+    {
+        knotwork::Block::ForeignCells cells(spline);
+        for (nk_node* node = NKI_getFirstNode(spline); node != nullptr; node = node->next)
+            cells.note(node->knot);
+    }
     knotwork::Block::release(spline);
 }
 

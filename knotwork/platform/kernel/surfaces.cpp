@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-#include <vector>
-
 #include "knotwork/platform/kernel.h"
 #include "knotwork/platform/kernel/Block.h"
 
@@ -53,16 +51,14 @@ nk_surface* nk_bld_srf(int d, int type, int pu, int pv, int nu, int nv, int rati
 void nk_free_srf(nk_surface* surface)
 {
     if (surface == nullptr) return;
-    std::vector<double*> foreign;
-    const auto note = [&](double* cell) {
-        if (!knotwork::Block::holds(surface, cell)) foreign.push_back(cell);
-    };
-    for (nk_srf_node* row = NKI_getFirstSurfaceNode(surface); row != nullptr; row = row->nextV)
-        for (nk_srf_node* node = row; node != nullptr; node = node->nextU) {
-            note(node->uKnot);
-            note(node->vKnot);
-        }
-    knotwork::releaseDistinct(foreign);
+    {
+        knotwork::Block::ForeignCells cells(surface);
+        for (nk_srf_node* row = NKI_getFirstSurfaceNode(surface); row != nullptr; row = row->nextV)
+            for (nk_srf_node* node = row; node != nullptr; node = node->nextU) {
+                cells.note(node->uKnot);
+                cells.note(node->vKnot);
+            }
+    }
     knotwork::Block::release(surface);
 }
 
