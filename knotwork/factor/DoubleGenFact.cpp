@@ -36,7 +36,7 @@ DoubleGenFact& DoubleGenFact::operator=(const DoubleGenFact& f)
 
 void DoubleGenFact::factor(const DoubleGenMat& a, int estimateCondition)
 {
-    lu_.reference(a.copy());
+    hold(a);
     dofactor(estimateCondition);
 }
 
