@@ -21,6 +21,9 @@ run(${CMAKE_COMMAND} -S ${source} -B ${work}/files ${common} -D KNOTWORK_BUILD_T
 file(GLOB_RECURSE texts ${work}/files/CMakeFiles/Export/*.cmake ${work}/files/knotwork/platform/choice.h)
 expect_free_of("${texts}" ${source} ${work})
 
+# So do targets of a host that installs nothing.
+run(${CMAKE_COMMAND} -S ${host} -B ${work}/alone ${common} -D KNOTWORK_SOURCE=${source} -D HOST_KEEPS_TO_ITSELF=ON)
+
 run(${CMAKE_COMMAND} -S ${host} -B ${work}/build ${common} -D KNOTWORK_SOURCE=${source})
 run(${CMAKE_COMMAND} --build ${work}/build)
 run(${work}/build/host)
