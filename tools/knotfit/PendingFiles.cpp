@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <climits>
-#include <csignal>
 #include <cstring>
 
 namespace knotfit {
@@ -52,13 +51,12 @@ void listen()
 PendingFiles::Quiet::Quiet()
 {
     const sigset_t set = signalSet();
-    sigprocmask(SIG_BLOCK, &set, nullptr);
+    sigprocmask(SIG_BLOCK, &set, &before_);
 }
 
 PendingFiles::Quiet::~Quiet()
 {
-    const sigset_t set = signalSet();
-    sigprocmask(SIG_UNBLOCK, &set, nullptr);
+    sigprocmask(SIG_SETMASK, &before_, nullptr);
 }
 
 void PendingFiles::add(const std::filesystem::path& path)

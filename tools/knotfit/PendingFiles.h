@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <csignal>
 #include <filesystem>
 
 namespace knotfit {
@@ -16,6 +17,9 @@ class PendingFiles {
         ~Quiet();
         Quiet(const Quiet&) = delete;
         Quiet& operator=(const Quiet&) = delete;
+
+      private:
+        sigset_t before_;
     };
 
     static void add(const std::filesystem::path& path);
