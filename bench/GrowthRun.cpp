@@ -51,7 +51,7 @@ double timeFit(const Problem& problem)
     const knotwork::FittedCurve curve =
         knotwork::fitCurve(problem.points, problem.parameters, problem.basis, problem.constraints);
     const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
-    return curve.met() ? seconds : -1.0;
+    return curve.fits() ? seconds : -1.0;
 }
 
 /// Of this program alone, in KiB; what getrusage tells begins before it was loaded.

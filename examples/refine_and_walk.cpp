@@ -95,7 +95,7 @@ int main()
 {
     const knotwork::FittedCurve arc = fittedArc();
     const knotwork::FittedSurface dome = fittedDome();
-    if (!arc.met() || !dome.met()) return 1;
+    if (!arc.fits() || !dome.fits()) return 1;
 
     AP_SPLINE curve(*arc.spline);
     std::vector<double> knots = arc.basis.knots();

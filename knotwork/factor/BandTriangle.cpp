@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 #include "knotwork/factor/InverseNorm.h"
 #include "knotwork/factor/detail/LaneKernels.h"
@@ -17,6 +18,18 @@ BandTriangle::BandTriangle(const std::vector<int>& ends)
         starts_.push_back(starts_.back() + std::max(0, ends[j] - static_cast<int>(j)));
     values_.resize(static_cast<std::size_t>(starts_.back()));
 }
+
+namespace {
+
+/// y_k -= row[k] x over k < count, the rows y_k of lanes lying one after the other.
+template <int Lanes>
+void subtractMultiples(const double* row, int count, const double* x, double* y)
+{
+    for (int k = 0; k < count; ++k, y += Lanes)
+        for (int c = 0; c < Lanes; ++c) y[c] -= row[k] * x[c];
+}
+
+}  // namespace
 
 /// The 2-norm of a matrix squared is at most its 1-norm times its infinity norm.
 double BandTriangle::normBound() const
@@ -50,6 +63,22 @@ void BandTriangle::scale(double factor)
     for (double& v : values_) v *= factor;
 }
 
+void BandTriangle::raiseDiagonal(double least)
+{
+    std::vector<double> values;
+    values.reserve(values_.size());
+    for (int j = 0; j < size(); ++j) {
+        const auto first = values.size();
+        values.insert(values.end(), row(j), row(j) + count(j));
+        if (count(j) == 0) values.push_back(0.0);
+        if (!(std::fabs(values[first]) >= least)) values[first] = least;
+    }
+    std::vector<std::ptrdiff_t> starts = {0};
+    for (int j = 0; j < size(); ++j) starts.push_back(starts.back() + std::max(1, count(j)));
+    starts_ = std::move(starts);
+    values_ = std::move(values);
+}
+
 template <int Lanes>
 void BandTriangle::subtractProduct(const double* x, double* y) const
 {
@@ -69,10 +98,33 @@ void BandTriangle::solve(double* y) const
     }
 }
 
+template <int Lanes>
+void BandTriangle::subtractTransposedProduct(const double* x, double* y) const
+{
+    for (int j = 0; j < size(); ++j)
+        subtractMultiples<Lanes>(row(j), count(j), x + std::ptrdiff_t{Lanes} * j,
+                                 y + std::ptrdiff_t{Lanes} * j);
+}
+
+template <int Lanes>
+void BandTriangle::solveTransposed(double* y) const
+{
+    for (int j = 0; j < size(); ++j) {
+        double* here = y + std::ptrdiff_t{Lanes} * j;
+        const double diagonal = row(j)[0];
+        for (int c = 0; c < Lanes; ++c) here[c] /= diagonal;
+        subtractMultiples<Lanes>(row(j) + 1, count(j) - 1, here, here + Lanes);
+    }
+}
+
 template void BandTriangle::subtractProduct<kFewLanes>(const double*, double*) const;
 template void BandTriangle::subtractProduct<kManyLanes>(const double*, double*) const;
 template void BandTriangle::solve<kFewLanes>(double*) const;
 template void BandTriangle::solve<kManyLanes>(double*) const;
+template void BandTriangle::subtractTransposedProduct<kFewLanes>(const double*, double*) const;
+template void BandTriangle::subtractTransposedProduct<kManyLanes>(const double*, double*) const;
+template void BandTriangle::solveTransposed<kFewLanes>(double*) const;
+template void BandTriangle::solveTransposed<kManyLanes>(double*) const;
 
 void BandTriangle::solveOne(double* y) const
 {
@@ -84,21 +136,12 @@ void BandTriangle::solveOne(double* y) const
     }
 }
 
-void BandTriangle::solveTransposed(double* y) const
-{
-    for (int j = 0; j < size(); ++j) {
-        const double* entries = row(j);
-        y[j] /= entries[0];
-        for (int k = 1; k < count(j); ++k) y[j + k] -= entries[k] * y[j];
-    }
-}
-
 double BandTriangle::inverseNorm() const
 {
     for (int j = 0; j < size(); ++j)
         if (diagonal(j) == 0.0) return std::numeric_limits<double>::infinity();
     return estimateInverseNorm(
-        size(), [this](double* y) { solveOne(y); }, [this](double* y) { solveTransposed(y); });
+        size(), [this](double* y) { solveOne(y); }, [this](double* y) { solveTransposed<1>(y); });
 }
 
 }  // namespace knotwork

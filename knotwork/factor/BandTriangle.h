@@ -26,6 +26,8 @@ class BandTriangle {
     double* values() { return values_.data(); }
     const std::ptrdiff_t* starts() const { return starts_.data(); }
     void scale(double factor);
+    /// Brings diagonal entries below a magnitude up to that; empty rows get one.
+    void raiseDiagonal(double least);
 
     /// y -= R x, for right-hand sides in lanes (see LaneKernels.h).
     template <int Lanes>
@@ -34,6 +36,12 @@ class BandTriangle {
     template <int Lanes>
     void solve(double* y) const;
 
+    /// y -= R^T x, and y := R^-T y, likewise.
+    template <int Lanes>
+    void subtractTransposedProduct(const double* x, double* y) const;
+    template <int Lanes>
+    void solveTransposed(double* y) const;
+
     /// An estimate of the 1-norm of R^-1 from a few solves, hardly ever more than three times too
     /// small; infinite where a diagonal entry is 0.
     double inverseNorm() const;
@@ -41,7 +49,6 @@ class BandTriangle {
   private:
     std::ptrdiff_t start(int j) const { return starts_[static_cast<std::size_t>(j)]; }
     void solveOne(double* y) const;
-    void solveTransposed(double* y) const;
 
     std::vector<std::ptrdiff_t> starts_ = {0};
     std::vector<double> values_;

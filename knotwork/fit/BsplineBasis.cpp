@@ -5,6 +5,8 @@
 #include <cmath>
 #include <utility>
 
+#include "knotwork/fit/BasisRecurrence.h"
+
 namespace knotwork {
 
 BsplineBasis::BsplineBasis(int degree, std::vector<double> knots)
@@ -65,23 +67,7 @@ int BsplineBasis::row(double t, int derivative, double* row) const
         return span(t) - p;
     }
     const int s = span(t);
-    double lower[kMostDegree + 1];
-    row[0] = 1.0;
-    // From degree q - 1 to q: function j (number s - q + j) takes its share of functions j - 1 and
-    // j below it. While q <= p - derivative the shares are those of the value recurrence, from
-    // there on those of the derivative.
-    for (int q = 1; q <= p; ++q) {
-        const bool value = q <= p - derivative;
-        std::copy_n(row, q, lower);
-        std::fill_n(row, q + 1, 0.0);
-        for (int j = 0; j < q; ++j) {
-            const double left = knot(s - q + 1 + j);
-            const double right = knot(s + 1 + j);
-            const double weight = lower[j] / (right - left);
-            row[j] += value ? (right - t) * weight : -q * weight;
-            row[j + 1] += value ? (t - left) * weight : q * weight;
-        }
-    }
+    basisRow(knots_.data(), p, s, t, derivative, row);
     return s - p;
 }
 

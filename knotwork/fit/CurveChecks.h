@@ -5,20 +5,20 @@
 #include <vector>
 
 #include "knotwork/fit/CurveFit.h"
-#include "knotwork/fit/ScaledCurve.h"
 
 namespace knotwork {
 
-/// What is wrong with a request, as a sentence's end; empty when nothing is.
+/// What is wrong with a request, as a sentence's end; empty when nothing is. Points, parameters,
+/// weights and constraints are counted from 0.
 std::string curveInputFault(const TtupleVector& points, const DoubleVec& parameters,
                             const BsplineBasis& basis,
                             const std::vector<CurveConstraint>& constraints,
                             const CurveFitOptions& options);
 
-/// What the residuals still pull at the unknowns where the constraints let them give way, as a
-/// share of what residuals of their size could pull. A solver that skips small updates does not
-/// see this in its own second pass. residuals: what x leaves of the problem.
-double pullLeft(const ScaledCurve& problem, const TtupleVector& x, TtupleVector residuals,
-                FitMethod method);
+/// The first parameter that is no finite number or lies outside the knots, as a sentence's end.
+std::string parameterFault(const DoubleVec& parameters, const BsplineBasis& basis);
+
+/// What is wrong with the place and the order of constraint c, in general words or empty.
+std::string constraintFault(int c, double parameter, int derivative, const BsplineBasis& basis);
 
 }  // namespace knotwork

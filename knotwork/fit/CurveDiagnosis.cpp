@@ -2,9 +2,8 @@
 #include "knotwork/fit/CurveDiagnosis.h"
 
 #include <algorithm>
-
-#include "knotwork/fit/FitReport.h"
-#include "knotwork/solvers/Thouseholder.h"
+#include <cmath>
+#include <utility>
 
 namespace knotwork {
 
@@ -50,6 +49,68 @@ std::vector<int> spansWithoutData(const BsplineBasis& basis, const std::vector<d
     return empty;
 }
 
+/// A sum of constraint rows, each times a factor, in doubled precision.
+class ConstraintCombination {
+  public:
+    /// Constraint c as it is.
+    ConstraintCombination(const ScaledRows& rows, int c)
+        : entries_(static_cast<std::size_t>(rows.cols())),
+          factors_(static_cast<std::size_t>(c) + 1),
+          first_(rows.firstColumn(rows.dataRows() + c)),
+          end_(first_ + rows.width())
+    {
+        rows.exactEntries(rows.dataRows() + c, &entries_[static_cast<std::size_t>(first_)]);
+        factors_.back() = 1.0;
+        choosePivot();
+        size_ = std::fabs(entries_[pivot_].high);
+    }
+
+    /// Adds so much of an earlier combination that this one is 0 where that one is largest.
+    void eliminate(const ConstraintCombination& other)
+    {
+        const DoubleDouble factor = entries_[other.pivot_] / other.entries_[other.pivot_];
+        if (factor.high == 0.0) return;
+        first_ = std::min(first_, other.first_);
+        end_ = std::max(end_, other.end_);
+        for (auto j = static_cast<std::size_t>(other.first_);
+             j < static_cast<std::size_t>(other.end_); ++j)
+            entries_[j] += -(factor * other.entries_[j]);
+        entries_[other.pivot_] = 0.0;
+        for (std::size_t c = 0; c < other.factors_.size(); ++c)
+            factors_[c] += -(factor * other.factors_[c]);
+        choosePivot();
+    }
+
+    bool vanishes() const { return std::fabs(entries_[pivot_].high) <= kVanishing * size_; }
+    std::vector<int> parts() const  ///< the constraints that take part
+    {
+        double most = 0.0;
+        for (const DoubleDouble& f : factors_) most = std::max(most, std::fabs(f.high));
+        std::vector<int> numbers;
+        for (std::size_t c = 0; c < factors_.size(); ++c)
+            if (std::fabs(factors_[c].high) > kPart * most) numbers.push_back(static_cast<int>(c));
+        return numbers;
+    }
+
+  private:
+    static constexpr double kVanishing = 1e-12;  // times the row's largest entry
+    static constexpr double kPart = 1e-8;        // times the largest factor
+
+    void choosePivot()
+    {
+        pivot_ = static_cast<std::size_t>(first_);
+        for (auto j = pivot_; j < static_cast<std::size_t>(end_); ++j)
+            if (std::fabs(entries_[j].high) > std::fabs(entries_[pivot_].high)) pivot_ = j;
+    }
+
+    std::vector<DoubleDouble> entries_;
+    std::vector<DoubleDouble> factors_;
+    int first_;
+    int end_;
+    std::size_t pivot_ = 0;
+    double size_;
+};
+
 /// Gives each control point, in order, the first parameter that is left and lies under its basis
 /// function; names those that get none.
 std::vector<int> unmatchedControlPoints(const BsplineBasis& basis,
@@ -88,16 +149,30 @@ std::string whyUndetermined(const BsplineBasis& basis, std::vector<double> param
     return "";
 }
 
-bool constraintRowsDepend(const DoubleGenMat& matrix, int constraints)
+std::string notFixed(const std::vector<int>& controlPoints, const BsplineBasis& basis)
 {
-    const int free = static_cast<int>(matrix.rows()) - constraints;
-    if (constraints == 0) return false;
-    if (constraints > static_cast<int>(matrix.cols())) return true;
-    DoubleGenMat rows(static_cast<unsigned>(constraints), matrix.cols());
-    for (int j = 0; j < static_cast<int>(matrix.cols()); ++j)
-        rows.col(j) = matrix.col(j).slice(free, rows.rows(), 1);
-    Thouseholder alone(kFitTolerance, 0, false);
-    return alone.setMatrix(rows, constraints, false, false, false) != 0;
+    return "data and constraints together do not fix " + listed("control point", controlPoints) +
+           " of " + std::to_string(basis.count());
+}
+
+std::string hardlyFixed(const std::vector<int>& controlPoints, const BsplineBasis& basis)
+{
+    return std::string(kTooCloseToDependent) + ": it hardly fixes " +
+           listed("control point", controlPoints) + " of " + std::to_string(basis.count());
+}
+
+std::string whyDependent(const ScaledRows& rows)
+{
+    constexpr int kMostCombined = 1000;  // each keeps as many numbers as there are unknowns
+    std::vector<ConstraintCombination> kept;
+    std::string why = "the constraints depend on each other";
+    for (int c = 0; c < std::min(rows.constraints(), kMostCombined); ++c) {
+        ConstraintCombination next(rows, c);
+        for (const ConstraintCombination& earlier : kept) next.eliminate(earlier);
+        if (next.vanishes()) return why + ": " + listed("constraint", next.parts());
+        kept.push_back(std::move(next));
+    }
+    return why;
 }
 
 }  // namespace knotwork

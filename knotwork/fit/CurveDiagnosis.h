@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "knotwork/fit/BsplineBasis.h"
-#include "knotwork/linalg/DoubleGenMat.h"
+#include "knotwork/fit/ScaledRows.h"
 
 namespace knotwork {
 
@@ -15,9 +15,16 @@ namespace knotwork {
 /// just.
 std::string whyUndetermined(const BsplineBasis& basis, std::vector<double> parameters);
 
-constexpr const char* kNotFixed = "data and constraints together do not fix every control point";
+/// That data and constraints together do not fix these control points.
+std::string notFixed(const std::vector<int>& controlPoints, const BsplineBasis& basis);
 
-/// Whether the last `constraints` rows of a system of unit size depend on each other.
-bool constraintRowsDepend(const DoubleGenMat& matrix, int constraints);
+constexpr const char* kTooCloseToDependent =
+    "the system is too close to dependent for a trustworthy answer";
+/// The same where these control points are hardly fixed.
+std::string hardlyFixed(const std::vector<int>& controlPoints, const BsplineBasis& basis);
+
+/// That the constraints of a system depend on each other, and which ones: the first that is a
+/// combination of others before it, with those, counted from 0.
+std::string whyDependent(const ScaledRows& rows);
 
 }  // namespace knotwork

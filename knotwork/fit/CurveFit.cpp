@@ -7,25 +7,22 @@
 #include <limits>
 #include <new>
 
-#include "knotwork/fit/CompressedRows.h"
+#include "knotwork/fit/BandFit.h"
 #include "knotwork/fit/CurveChecks.h"
 #include "knotwork/fit/CurveDiagnosis.h"
-#include "knotwork/fit/FitSolver.h"
 #include "knotwork/fit/KernelBuild.h"
-#include "knotwork/fit/Numbers.h"
 #include "knotwork/fit/ResidualTally.h"
 #include "knotwork/fit/ScaledCurve.h"
-#include "knotwork/fit/SecondPass.h"
+#include "knotwork/fit/SolverOpinion.h"
 #include "knotwork/fit/WorkMeter.h"
 
 namespace knotwork {
 
 namespace {
 
-constexpr double kBelievable =
-    1e-8;                       // largest correction by the second pass, of the largest unknown
-constexpr double kFlat = 1e-8;  // largest pull left, of what the residuals could pull
-constexpr double kConstraintMet = 1e-10;  // largest constraint residual, of the data's size
+constexpr double kBelievable = 1e-9;      // largest error, of the answer's or the data's size
+constexpr double kAgreement = 1e-8;       // of an answer with small numbers taken for zero
+constexpr double kConstraintMet = 1e-10;  // largest constraint residual, of the same size
 
 constexpr const char* kNoRoom = "the system does not fit into memory";
 
@@ -36,46 +33,34 @@ struct Task {
     const std::vector<CurveConstraint>& constraints;
     const CurveFitOptions& options;
 
-    double weight(int i) const { return options.weights.length() == 0 ? 1.0 : options.weights(i); }
+    bool asksSolver() const { return options.zero > 0.0 || options.estimateCutoff; }
 };
 
-/// What a stage costs a data point, measured, the cheapest counting 1; and what an unknown and a
-/// column's cube do by each method.
+/// What a stage costs a data point, measured, the cheapest counting 1; and what an unknown does.
 constexpr double kScalingCost = 4.0;
 constexpr double kCompressionCost = 2.0;
 constexpr double kResidualCost = 1.0;
-constexpr double kEvaluationCost = 3.0;
 constexpr double kSolutionCost = 30.0;
-constexpr double kDenseCost = 3e-3;
-
-double solutionCost(FitMethod method, double unknowns)
-{
-    return method == FitMethod::kQr ? kDenseCost * unknowns * unknowns * unknowns
-                                    : kSolutionCost * unknowns;
-}
 
 double wholeCost(const Task& task, double unknowns)
 {
-    const double perPoint =
-        kScalingCost + 2.0 * (kCompressionCost + kResidualCost) + kEvaluationCost;
-    return perPoint * task.points.points() + solutionCost(task.options.method, unknowns);
+    const double perPoint = kScalingCost + kCompressionCost + 3.0 * kResidualCost;
+    return perPoint * task.points.points() + kSolutionCost * unknowns;
 }
 
-/// Whether the compressed system, the solver's two copies of it, a look at the constraints alone,
-/// the sparse rows and the right-hand sides with their residuals find room. The arrays end the
-/// process when memory runs out, so it is tried here first.
-bool fitsIntoMemory(std::uint64_t points, const BsplineBasis& basis, std::uint64_t constraints,
-                    std::uint64_t coordinates)
+/// Whether rows, right-hand sides, triangles and unknowns find room. What the curve object is made
+/// through ends the process when memory runs out, so it is tried here first.
+bool fitsIntoMemory(const Task& task, const BsplineBasis& basis)
 {
+    constexpr std::uint64_t kMost = std::numeric_limits<int>::max();
+    const auto rows = static_cast<std::uint64_t>(task.points.points()) + task.constraints.size();
     const auto cols = static_cast<std::uint64_t>(basis.count());
-    const std::uint64_t rows = cols + constraints;
-    if (rows * cols > std::numeric_limits<unsigned>::max()) return false;
-    const std::uint64_t perPoint = 4 * coordinates + static_cast<std::uint64_t>(basis.degree()) + 4;
-    const std::uint64_t vectors = (16 + 8 * coordinates) * (rows + cols);
-    const std::uint64_t bytes =
-        (3 * (rows + constraints) * cols + vectors + perPoint * (points + constraints)) *
-        sizeof(double);
-    void* room = ::operator new(static_cast<std::size_t>(bytes), std::nothrow);
+    const auto d = static_cast<std::uint64_t>(task.points.size());
+    const auto width = static_cast<std::uint64_t>(basis.degree()) + 1;
+    if (rows * d > kMost || cols * d > kMost) return false;
+    const std::uint64_t perRow = width + d + 3;
+    const std::uint64_t perUnknown = 6 * width + 12 * d;
+    void* room = ::operator new((rows * perRow + cols * perUnknown) * sizeof(double), std::nothrow);
     ::operator delete(room);
     return room != nullptr;
 }
@@ -95,118 +80,131 @@ bool isFinite(const FittedCurve& curve)
                        [](double x) { return std::isfinite(x); });
 }
 
-const char* whyInaccurate(const CurveFitOptions& options, const CurveFitReport& report)
+const char* whyZeroIsTooCoarse(const Task& task, const CurveFitReport& report)
 {
-    if (report.tolerance > options.tolerance)
-        return "the estimated cut-off is too coarse for this system";
-    return options.tolerance > kFitTolerance
-               ? "the tolerance is too coarse for this system"
-               : "the system is too close to dependent for a trustworthy answer";
+    return report.zero > task.options.zero ? "the estimated cut-off is too coarse for this system"
+                                           : "what counts as zero is too coarse for this system";
 }
 
-void explainDependence(const DoubleGenMat& matrix, const Task& task, FittedCurve& curve)
+std::string whyDataLeaveItOpen(const Task& task, const BsplineBasis& basis)
+{
+    std::vector<double> values;
+    for (int i = 0; i < task.points.points(); ++i)
+        if (task.options.weights.length() == 0 || task.options.weights(i) > 0.0)
+            values.push_back(task.parameters(i));
+    return whyUndetermined(basis, std::move(values));
+}
+
+/// Refuses what data and constraints do not fix, or hardly.
+bool determined(const BandFit& fit, const ScaledCurve& problem, const Task& task,
+                FittedCurve& curve)
 {
     CurveFitReport& report = curve.report;
-    if (report.method == FitMethod::kHouseholder &&
-        constraintRowsDepend(matrix, report.constraints))
-        return refuse(report, FitVerdict::kDependentConstraints,
-                      "the constraints depend on each other");
-    std::vector<double> values;
-    for (int i = 0; i < report.dataPoints; ++i)
-        if (task.weight(i) > 0.0) values.push_back(task.parameters(i));
-    const std::string why = whyUndetermined(curve.basis, values);
-    if (why.empty() && report.tolerance > kFitTolerance)
-        return refuse(report, FitVerdict::kInaccurate, whyInaccurate(task.options, report));
-    refuse(report, FitVerdict::kUndetermined, why.empty() ? kNotFixed : why);
-}
-
-/// The figures come from evaluating the curve that is handed out.
-void measureData(const Task& task, FittedCurve& curve)
-{
-    std::vector<double> value(static_cast<std::size_t>(curve.dimension));
-    TtupleVector points(task.points);
-    DoubleVec numbers(contiguous(points.data()));
-    const double* point = numbers.data();
-    ResidualTally tally;
-    for (int i = 0; i < points.points(); ++i, point += curve.dimension) {
-        curve.spline->eval(value.data(), task.parameters(i), 0);
-        if (tally.add(point, value.data(), curve.dimension, task.weight(i)))
-            curve.report.maxResidualAt = task.parameters(i);
+    if (fit.state() == BandFit::State::kSolvable) return true;
+    if (fit.state() == BandFit::State::kDependentConstraints) {
+        refuse(report, FitVerdict::kDependentConstraints, whyDependent(problem.rows()));
+        return false;
     }
-    curve.report.rms = tally.rms();
-    curve.report.maxResidual = tally.largest();
+    if (fit.state() == BandFit::State::kTooClose) {
+        refuse(report, FitVerdict::kInaccurate, hardlyFixed(fit.weakUnknowns(), curve.basis));
+        return false;
+    }
+    const std::string why = whyDataLeaveItOpen(task, curve.basis);
+    refuse(report, FitVerdict::kUndetermined,
+           why.empty() ? notFixed(fit.weakUnknowns(), curve.basis) : why);
+    return false;
 }
 
-void measureConstraints(const ScaledCurve& problem, const std::vector<CurveConstraint>& constraints,
-                        FittedCurve& curve)
+/// The largest difference from x, as a share of x's or the data's size.
+double disagreement(const SolverOpinion& opinion, const NumberBlock& x)
 {
     double worst = 0.0;
-    for (int c = 0; c < static_cast<int>(constraints.size()); ++c) {
-        const CurveConstraint& asked = constraints[static_cast<std::size_t>(c)];
-        const std::vector<double> value = curve.at(asked.parameter, asked.derivative);
-        for (std::size_t k = 0; k < value.size(); ++k)
-            worst =
-                std::max(worst, std::fabs(problem.constraintInUnits(c, value[k] - asked.value[k])));
+    for (int k = 0; k < x.width; ++k) {
+        double size = 1.0;  // the data's
+        double difference = 0.0;
+        for (auto i = static_cast<std::size_t>(k); i < x.high.size();
+             i += static_cast<std::size_t>(x.width)) {
+            size = std::max(size, std::fabs(x.high[i]));
+            const double off = std::fabs(opinion.x[i] - x.high[i]);
+            if (!(off <= difference)) difference = off;  // negated, so that a NaN stays
+        }
+        if (!(difference <= worst * size)) worst = difference / size;
     }
-    curve.report.constraintResidual = worst;
+    return worst;
 }
 
-/// The fit's own figures; false where there is no curve to hand out.
-bool handOut(const ScaledCurve& problem, const Task& task, const TtupleVector& x,
+/// The figures are those of the control points that are handed out.
+void measure(const ScaledCurve& problem, const Task& task, WorkMeter& work, FittedCurve& curve)
+{
+    CurveFitReport& report = curve.report;
+    const NumberBlock x = problem.scaled(curve.controlPoints);
+    ResidualTally tally;
+    int largest = 0;
+    for (const bool exact : {false, true}) {
+        tally = ResidualTally();
+        for (int i = 0; i < report.dataPoints; ++i) {
+            const double squares =
+                exact ? problem.squaredDistanceExactly(i, x) : problem.squaredDistance(i, x);
+            if (tally.add(squares, problem.rows().weight(i))) largest = i;
+        }
+        if (tally.standsRounding(problem.largestTerm(x))) break;
+    }
+    work.add(kResidualCost * report.dataPoints);
+    report.rms = std::ldexp(tally.rms(), problem.figureExponent());
+    report.maxResidual = std::ldexp(tally.largest(), problem.figureExponent());
+    report.maxResidualAt = task.parameters(largest);
+    const ScaledCurve::Deviation deviation = problem.constraintDeviation(x);
+    report.constraintResidual = deviation.inUnits;
+    report.verdict = report.constraints == 0             ? FitVerdict::kFitted
+                     : deviation.share <= kConstraintMet ? FitVerdict::kMet
+                     : report.method == FitMethod::kQr   ? FitVerdict::kCompromise
+                                                         : FitVerdict::kInaccurate;
+}
+
+void handOut(const ScaledCurve& problem, const NumberBlock& x, const Task& task, WorkMeter& work,
              FittedCurve& curve)
 {
     curve.controlPoints = problem.controlPoints(x);
-    curve.spline = makeSpline(curve.basis, curve.dimension, curve.controlPoints);
-    measureData(task, curve);
-    measureConstraints(problem, task.constraints, curve);
-    if (isFinite(curve)) return true;
-    curve.controlPoints.clear();
-    curve.spline.reset();
-    return false;
+    measure(problem, task, work, curve);
+    if (!isFinite(curve))
+        refuse(curve.report, FitVerdict::kInaccurate, "the curve leaves the range of numbers");
+    else if (!curve.report.fits())
+        refuse(curve.report, FitVerdict::kInaccurate, kTooCloseToDependent);
+    else
+        curve.spline = makeSpline(curve.basis, curve.dimension, curve.controlPoints);
+    if (curve.spline == nullptr) curve.controlPoints.clear();
 }
 
 void solveProblem(const ScaledCurve& problem, const Task& task, WorkMeter& work, FittedCurve& curve)
 {
-    const CurveFitOptions& options = task.options;
     CurveFitReport& report = curve.report;
-    TtupleVector given(problem.rhs());
-    if (!allFinite(given.data()))
+    if (!std::all_of(problem.rhs().high.begin(), problem.rhs().high.end(),
+                     [](double x) { return std::isfinite(x); }))
         return refuse(report, FitVerdict::kBadInput,
                       "a constraint's value leaves the range of numbers");
-    CompressedRows rows(problem.system(), [&work](int n) { work.add(kCompressionCost * n); });
-    const TtupleVector rhs(rows.compress(given));
+    const BandFit fit(problem.rows(), report.method,
+                      [&work](int n) { work.add(kCompressionCost * n); });
     TsolverReporter quiet(true);
-    const std::unique_ptr<TsolveConstrainedLsq> solver(
-        makeSolver(options.method, options.reporter != nullptr ? *options.reporter : quiet,
-                   options.tolerance));
-    {
-        const DoubleGenMat matrix(rows.matrix());
-        const int code =
-            solver->setMatrix(matrix, report.constraints, false, false, options.estimateCutoff);
-        report.tolerance = solver->tolerance();
-        report.columnsUsed = solver->usedCols();
-        if (code != 0) return explainDependence(matrix, task, curve);
+    SolverOpinion opinion;
+    if (task.asksSolver()) {
+        opinion = askSolver(problem.rows(), problem.rhs(), report.method, task.options.zero,
+                            task.options.estimateCutoff,
+                            task.options.reporter != nullptr ? *task.options.reporter : quiet);
+        report.zero = opinion.zero;
     }
-    TtupleVector x(rhs.size(), report.unknowns, 0.0);
-    solver->solve(rhs, &x, false);
-    work.add(solutionCost(options.method, report.unknowns));
-    const double moved =
-        polish(problem.residuals(x), x, [&](const TtupleVector& left, TtupleVector& found) {
-            work.add(kResidualCost * report.dataPoints);
-            return solver->solve(rows.compress(left), &found, false) == kSolved;
-        });
-
-    TtupleVector residuals(problem.residuals(x));
-    work.add(kResidualCost * report.dataPoints);
-    const bool constraintsMet =
-        largestMagnitude(residuals.lPoints(report.dataPoints, report.constraints).data()) <=
-        kConstraintMet;
-    if (!(moved <= kBelievable) || !(pullLeft(problem, x, residuals, options.method) <= kFlat) ||
-        !(constraintsMet || options.method == FitMethod::kQr))
-        return refuse(report, FitVerdict::kInaccurate, whyInaccurate(options, report));
-    report.verdict = constraintsMet ? FitVerdict::kMet : FitVerdict::kFitted;
-    if (!handOut(problem, task, x, curve))
-        refuse(report, FitVerdict::kInaccurate, "the curve leaves the range of numbers");
+    if (!determined(fit, problem, task, curve)) return;
+    report.columnsUsed = report.unknowns;
+    if (task.asksSolver() && !opinion.solvable)
+        return refuse(report, FitVerdict::kInaccurate, whyZeroIsTooCoarse(task, report));
+    NumberBlock x;
+    const double error = fit.solve(problem.rhs(), curve.dimension, kBelievable, x,
+                                   [&work](int n) { work.add(kResidualCost * n); });
+    work.add(kSolutionCost * report.unknowns);
+    if (!(error <= kBelievable))
+        return refuse(report, FitVerdict::kInaccurate, kTooCloseToDependent);
+    if (task.asksSolver() && !(disagreement(opinion, x) <= kAgreement))
+        return refuse(report, FitVerdict::kInaccurate, whyZeroIsTooCoarse(task, report));
+    handOut(problem, x, task, work, curve);
 }
 
 void solveWithinMemory(const Task& task, FittedCurve& curve)
@@ -219,6 +217,7 @@ void solveWithinMemory(const Task& task, FittedCurve& curve)
         solveProblem(problem, task, work, curve);
     } catch (const std::bad_alloc&) {
         curve.controlPoints.clear();
+        curve.spline.reset();
         refuse(curve.report, FitVerdict::kTooLarge, kNoRoom);
     }
     work.finish();
@@ -234,8 +233,8 @@ FittedCurve fitCurve(const TtupleVector& points, const DoubleVec& parameters,
     CurveFitReport& report = curve.report;
     report.method = options.method;
     std::string fault = curveInputFault(points, parameters, basis, constraints, options);
-    if (!(options.tolerance >= 0.0 && options.tolerance <= 1.0))
-        fault = "the tolerance is no number from 0 to 1";
+    if (!(options.zero >= 0.0 && options.zero <= 1.0))
+        fault = "what counts as zero is no number from 0 to 1";
     if (!fault.empty()) {
         refuse(report, FitVerdict::kBadInput, fault);
         return curve;
@@ -245,19 +244,17 @@ FittedCurve fitCurve(const TtupleVector& points, const DoubleVec& parameters,
     report.dataPoints = points.points();
     report.unknowns = basis.count();
     report.constraints = static_cast<int>(constraints.size());
-    report.tolerance = options.tolerance;
+    report.zero = options.zero;
     const std::uint64_t rows = static_cast<std::uint64_t>(points.points()) + constraints.size();
-    if (report.constraints > report.unknowns && options.method == FitMethod::kHouseholder)
-        refuse(report, FitVerdict::kDependentConstraints, "the constraints depend on each other");
-    else if (rows < static_cast<std::uint64_t>(report.unknowns))
+    const Task task = {points, parameters, constraints, options};
+    if (rows < static_cast<std::uint64_t>(report.unknowns))
         refuse(report, FitVerdict::kUndetermined,
                std::to_string(report.unknowns) + " unknowns are more than " + std::to_string(rows) +
                    " equations can fix");
-    else if (!fitsIntoMemory(static_cast<std::uint64_t>(report.dataPoints), basis,
-                             constraints.size(), static_cast<std::uint64_t>(curve.dimension)))
+    else if (!fitsIntoMemory(task, basis))
         refuse(report, FitVerdict::kTooLarge, kNoRoom);
     else
-        solveWithinMemory({points, parameters, constraints, options}, curve);
+        solveWithinMemory(task, curve);
     return curve;
 }
 

@@ -24,10 +24,11 @@ struct CurveConstraint {
 
 /// What to fit with.
 struct CurveFitOptions {
-    /// What counts as zero in the problem scaled to unit size; 0 to 1.
-    double tolerance = kFitTolerance;
+    /// What counts as zero in the problem scaled to unit size, 0 to 1. Above 0 a fit is refused
+    /// unless the solver of the method, with this as its tolerance, finds the same.
+    double zero = 0.0;
     DoubleVec weights;  ///< of the squared residuals, one a point, 0 or more; empty: all are 1
-    bool estimateCutoff = false;          ///< raises the tolerance to a gap in the singular values
+    bool estimateCutoff = false;          ///< raises that to a gap in the singular values
     TsolverReporter* reporter = nullptr;  ///< hears the solver; null: nobody does
     /// Hears what share of the work is done, ascending to 1, at most a hundred times; may be null.
     std::function<void(double)> progress;
@@ -47,20 +48,27 @@ struct KNOTWORK_EXPORT FittedCurve {
     CurveFitReport report;
 
     bool met() const { return report.verdict == FitVerdict::kMet; }
-    bool fits() const { return report.fits(); }  ///< met, or fitted as a whole
+    bool fits() const { return report.fits(); }  ///< met, fitted, or a compromise
     /// The curve at t, or a derivative; one number a coordinate. Empty without a curve.
     std::vector<double> at(double t, int derivative = 0) const;
 };
 
 /// Fits a curve to points at given parameters, constraints held exactly or fitted too: what becomes
 /// smallest is the sum of the squared residuals, each times its weight.
-/// Shapes     one parameter a point, in any order, within the basis's range; any dimension.
-/// Method     the least-squares rows and the constraint rows, in a problem scaled to unit size,
-///            go through Thouseholder, or TsolveConstrainedLsqQR, where a value counts like a
-///            data point and a derivative like one along a row of about unit length; a second pass
-///            with the residuals as right-hand side both polishes the answer and shows whether it
-///            can be believed.
+/// Shapes     one parameter a point, in any order, within the basis's range but for rounding: what
+///            is at most (number of points) x eps x the range beyond it counts as its end (4 eps
+///            for a constraint); any dimension.
+/// Method     in a problem scaled to unit size the data rows are compressed to a triangle, in which
+///            the constraints are eliminated; the solution is then refined by what it leaves of the
+///            rows themselves, in doubled precision where double is not enough. With kQr a value
+///            counts like a data point of weight 1 and a derivative like one along a row of about
+///            unit length.
+/// Verdict    an answer stands where data and constraints determine it and its error, estimated
+///            from the condition and the last correction, is below 1e-9 of the largest control
+///            point, or of the data where those are larger; docs/RELIABILITY.md has what was
+///            measured.
 /// Failures   are verdicts with a reason; nothing throws for lack of memory or for bad input.
+/// Threads    may fit the same points, parameters and weights, which are only read.
 KNOTWORK_EXPORT FittedCurve fitCurve(const TtupleVector& points, const DoubleVec& parameters,
                                      const BsplineBasis& basis,
                                      const std::vector<CurveConstraint>& constraints = {},

@@ -90,7 +90,7 @@ std::string figures(const CurveFitReport& report)
 {
     return std::to_string(report.dataPoints) + " points, " + std::to_string(report.unknowns) +
            " control points, " + std::to_string(report.constraints) +
-           (report.verdict == FitVerdict::kFitted ? " fitted" : " exact") + " equations: RMS " +
+           (report.verdict == FitVerdict::kCompromise ? " fitted" : " exact") + " equations: RMS " +
            generalText(report.rms, 3) + ", largest residual " + generalText(report.maxResidual, 3) +
            ", constraint residual " + generalText(report.constraintResidual, 2);
 }

@@ -5,8 +5,6 @@
 
 namespace knotwork {
 
-constexpr double kFitTolerance = 1e-14;  ///< what counts as zero in a problem of unit size
-
 /// What becomes of constraints.
 enum class FitMethod {
     kHouseholder,  ///< met exactly; the other rows are fitted in what they leave open
@@ -14,15 +12,17 @@ enum class FitMethod {
 };
 
 enum class FitVerdict {
-    kMet,                   ///< the constraints are met and the rest is the least-squares fit
-    kFitted,                ///< the least-squares fit of all rows, which leaves constraints unmet;
+    kMet,                   ///< there are constraints, all are met, and the rest is the
+                            ///< least-squares fit
+    kFitted,                ///< there are none: the least-squares fit
+    kCompromise,            ///< the least-squares fit of all rows, which leaves constraints unmet;
                             ///< only with a method that fits them
     kBadInput,              ///< points, parameters, basis and constraints do not make a problem
     kTooLarge,              ///< the system does not fit into memory or into the arrays' counts
     kDependentConstraints,  ///< the constraints depend on each other
     kUndetermined,          ///< the data do not fix every control point
-    kInaccurate,            ///< no answer to trust: rounding, or a coarse tolerance, decides it,
-                            ///< or the curve leaves the range of numbers
+    kInaccurate,            ///< no answer to trust: rounding, or what was to count as zero, decides
+                            ///< it, or the answer leaves the range of numbers
 };
 
 /// The honest figures of a fit, all in the data's units unless said otherwise.
@@ -30,10 +30,10 @@ struct FitReport {
     FitVerdict verdict = FitVerdict::kBadInput;
     std::string reason;  ///< why there is no fit, as a sentence's end; empty when there is one
     int dataPoints = 0;
-    int unknowns = 0;        ///< control points
-    int constraints = 0;     ///< equations that are constraints
-    int columnsUsed = 0;     ///< unknowns that took part in the solution
-    double tolerance = 0.0;  ///< as used, on the scaled problem; the cut-off if that was estimated
+    int unknowns = 0;     ///< control points
+    int constraints = 0;  ///< equations that are constraints
+    int columnsUsed = 0;  ///< unknowns that took part in the solution
+    double zero = 0.0;    ///< what counted as zero in the scaled problem; a cut-off if estimated
     /// sqrt(sum of squared residuals, all coordinates / data points); with weights
     /// sqrt(sum of weighted ones / sum of weights).
     double rms = 0.0;
@@ -44,7 +44,12 @@ struct FitReport {
     double constraintResidual = 0.0;
     FitMethod method = FitMethod::kHouseholder;
 
-    bool fits() const { return verdict == FitVerdict::kMet || verdict == FitVerdict::kFitted; }
+    /// Whether there is a fit: met, fitted, or a compromise.
+    bool fits() const
+    {
+        return verdict == FitVerdict::kMet || verdict == FitVerdict::kFitted ||
+               verdict == FitVerdict::kCompromise;
+    }
 };
 
 }  // namespace knotwork

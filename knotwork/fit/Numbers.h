@@ -1,11 +1,17 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <string>
+
 #include "knotwork/geometry/TtupleVector.h"
 
 namespace knotwork {
 
 bool allFinite(const DoubleVec& v);
+int firstNotFinite(const DoubleVec& v);  ///< its index, -1 where all are finite
+
+/// As short as it can be read back from, the same in every locale.
+std::string shortestText(double x);
 
 double largestMagnitude(const DoubleVec& v);  ///< 0 without numbers, NaN if one of them is
 

@@ -1,103 +1,137 @@
 // SPDX-License-Identifier: MIT
 #include "knotwork/fit/ScaledCurve.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "knotwork/fit/Numbers.h"
+#include "knotwork/fit/ParameterRange.h"
 
 namespace knotwork {
 
 namespace {
 
-/// A power of two that the square roots of weights are divided by, to be of unit size.
-int rootExponent(const DoubleVec& weights)
+/// Weights are divided by 4 to this power; constraints that are fitted weigh 1 before that.
+int weightExponent(const DoubleVec& weights)
 {
-    return exponentOf(std::sqrt(maxValue(weights)));
+    return weights.length() == 0 ? 0 : exponentOf(std::sqrt(largestMagnitude(weights)));
 }
 
 }  // namespace
 
-/// Rows of constraints are of unit length, and so are the heaviest data's.
-void ScaledCurve::addData(const TtupleVector& points, const DoubleVec& parameters,
-                          const DoubleVec& weights)
-{
-    rhs_.setPoints(0, points.points(), points);
-    const bool weighted = weights.length() > 0;
-    const int exponent = weighted ? rootExponent(weights) : 0;
-    for (int i = 0; i < points.points(); ++i) {
-        const double factor = weighted ? std::ldexp(std::sqrt(weights(i)), -exponent) : 1.0;
-        system_.addData(parameters(i), factor);
-        if (weighted) rhs_.point(i) *= factor;
-    }
-}
-
 ScaledCurve::ScaledCurve(const TtupleVector& points, const DoubleVec& parameters,
                          const DoubleVec& weights, const BsplineBasis& basis,
                          const std::vector<CurveConstraint>& constraints)
-    : system_(basis),
-      rhs_(points.size(), points.points() + static_cast<int>(constraints.size()), 0.0)
+    : rows_(basis),
+      rhs_(points.points() + static_cast<int>(constraints.size()), points.size(), false)
 {
-    system_.reserve(static_cast<std::size_t>(rhs_.points()));
-    addData(points, parameters, weights);
+    rows_.reserve(static_cast<std::size_t>(points.points()) + constraints.size());
+    const ParameterRange range(basis);
+    addData(points, parameters, weights, range);
+    const double weight = std::ldexp(1.0, -2 * weightExponent(weights));
     int row = points.points();
     for (const CurveConstraint& constraint : constraints) {
-        const int exponent = system_.addConstraint(constraint.parameter, constraint.derivative);
-        constraintExponents_.push_back(exponent);
-        for (int k = 0; k < rhs_.size(); ++k)
-            rhs_.point(row)(k) =
+        const int exponent =
+            rows_.addConstraint(range.clamped(constraint.parameter), constraint.derivative, weight);
+        for (int k = 0; k < dimension(); ++k)
+            rhs_.high[rhs_.at(row, k)] =
                 std::ldexp(constraint.value[static_cast<std::size_t>(k)], exponent);
         ++row;
     }
-    for (int k = 0; k < rhs_.size(); ++k) {
-        DoubleVec coordinate(rhs_.component(k));
-        coordinateExponents_.push_back(exponentOf(largestMagnitude(coordinate)));
-        for (int i = 0; i < rhs_.points(); ++i)
-            coordinate(i) = std::ldexp(coordinate(i), -coordinateExponents_.back());
-    }
+    scaleCoordinates();
 }
 
-TtupleVector ScaledCurve::residuals(const TtupleVector& x) const
+void ScaledCurve::addData(const TtupleVector& points, const DoubleVec& parameters,
+                          const DoubleVec& weights, const ParameterRange& range)
 {
-    const BasisRows& rows = system_.rows();
-    TtupleVector unknowns(x);
-    TtupleVector target(rhs_);
-    TtupleVector left(x.size(), rows.count(), 0.0);
-    const double* numbers = unknowns.data().data();
-    for (int k = 0; k < x.size(); ++k) {
-        const DoubleVec wanted(target.component(k));
-        DoubleVec coordinate(left.component(k));
-        for (int i = 0; i < rows.count(); ++i)
-            coordinate(i) = static_cast<double>(wanted(i) - rows.times(i, numbers + k, x.size()));
-    }
-    return left;
+    const int exponent = weightExponent(weights);
+    for (int i = 0; i < points.points(); ++i)
+        rows_.addData(range.clamped(parameters(i)),
+                      weights.length() == 0 ? 1.0 : std::ldexp(weights(i), -2 * exponent));
+    for (int i = 0, n = points.points() * points.size(); i < n; ++i)
+        rhs_.high[static_cast<std::size_t>(i)] = points.numbers()(i);
 }
 
-DoubleVec ScaledCurve::combined(int first, const DoubleVec& factors) const
+void ScaledCurve::scaleCoordinates()
 {
-    const int columns = system_.basis().count();
-    std::vector<long double> totals(static_cast<std::size_t>(columns));
-    for (int i = 0; i < static_cast<int>(factors.length()); ++i)
-        system_.rows().addTo(totals, first + i, factors(i));
-    DoubleVec sums(static_cast<unsigned>(columns));
-    for (int j = 0; j < columns; ++j)
-        sums(j) = static_cast<double>(totals[static_cast<std::size_t>(j)]);
-    return sums;
+    const auto d = static_cast<std::size_t>(dimension());
+    std::vector<double> largest(d, 0.0);
+    for (std::size_t i = 0; i < rhs_.high.size(); ++i)
+        largest[i % d] = std::max(largest[i % d], std::fabs(rhs_.high[i]));
+    for (const double size : largest) coordinateExponents_.push_back(exponentOf(size));
+    for (std::size_t i = 0; i < rhs_.high.size(); ++i)
+        rhs_.high[i] = std::ldexp(rhs_.high[i], -coordinateExponents_[i % d]);
+    figureExponent_ = *std::max_element(coordinateExponents_.begin(), coordinateExponents_.end());
+    for (const int exponent : coordinateExponents_)
+        figureFactors_.push_back(std::ldexp(1.0, exponent - figureExponent_));
 }
 
-std::vector<double> ScaledCurve::controlPoints(const TtupleVector& x) const
+std::vector<double> ScaledCurve::controlPoints(const NumberBlock& x) const
 {
-    std::vector<double> points;
-    points.reserve(static_cast<std::size_t>(x.points()) * static_cast<std::size_t>(x.size()));
-    for (int i = 0; i < x.points(); ++i)
-        for (int k = 0; k < x.size(); ++k)
-            points.push_back(
-                std::ldexp(x.point(i)(k), coordinateExponents_[static_cast<std::size_t>(k)]));
+    std::vector<double> points(x.high);
+    for (std::size_t i = 0; i < points.size(); ++i)
+        points[i] = std::ldexp(points[i], coordinateExponents_[i % coordinateExponents_.size()]);
     return points;
 }
 
-double ScaledCurve::constraintInUnits(int c, double deviation) const
+NumberBlock ScaledCurve::scaled(const std::vector<double>& controlPoints) const
 {
-    return std::ldexp(deviation, constraintExponents_[static_cast<std::size_t>(c)]);
+    NumberBlock x(rows_.cols(), dimension(), false);
+    for (std::size_t i = 0; i < controlPoints.size(); ++i)
+        x.high[i] =
+            std::ldexp(controlPoints[i], -coordinateExponents_[i % coordinateExponents_.size()]);
+    return x;
+}
+
+ScaledCurve::Deviation ScaledCurve::constraintDeviation(const NumberBlock& x) const
+{
+    const int d = dimension();
+    std::vector<double> sizes(static_cast<std::size_t>(d), 1.0);  // the right-hand sides'
+    for (std::size_t i = 0; i < x.high.size(); ++i)
+        sizes[i % sizes.size()] = std::max(sizes[i % sizes.size()], std::fabs(x.high[i]));
+    Deviation worst;
+    for (int row = rows_.dataRows(); row < rows_.count(); ++row)
+        for (int k = 0; k < d; ++k) {
+            const double left = std::fabs(exactResidual(rows_, row, rhs_, x, k).high);
+            const auto at = static_cast<std::size_t>(k);
+            worst.share = std::max(worst.share, left / sizes[at]);
+            worst.inUnits = std::max(worst.inUnits, std::ldexp(left, coordinateExponents_[at]));
+        }
+    return worst;
+}
+
+double ScaledCurve::largestTerm(const NumberBlock& x) const
+{
+    double largest = 0.0;
+    for (std::size_t i = 0; i < x.high.size(); ++i)
+        largest =
+            std::max(largest, std::fabs(x.high[i]) * figureFactors_[i % figureFactors_.size()]);
+    return largest;
+}
+
+double ScaledCurve::squaredDistance(int i, const NumberBlock& x) const
+{
+    const double* entries = rows_.entries(i);
+    double squares = 0.0;
+    for (int k = 0; k < dimension(); ++k) {
+        const double* unknown = x.high.data() + x.at(rows_.firstColumn(i), k);
+        double left = rhs_.high[rhs_.at(i, k)];
+        for (int j = 0; j < rows_.width(); ++j) left -= entries[j] * unknown[x.width * j];
+        left *= figureFactors_[static_cast<std::size_t>(k)];
+        squares += left * left;
+    }
+    return squares;
+}
+
+double ScaledCurve::squaredDistanceExactly(int i, const NumberBlock& x) const
+{
+    double squares = 0.0;
+    for (int k = 0; k < dimension(); ++k) {
+        const double left =
+            exactResidual(rows_, i, rhs_, x, k).high * figureFactors_[static_cast<std::size_t>(k)];
+        squares += left * left;
+    }
+    return squares;
 }
 
 }  // namespace knotwork

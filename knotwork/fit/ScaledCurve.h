@@ -4,37 +4,51 @@
 #include <vector>
 
 #include "knotwork/fit/CurveFit.h"
+#include "knotwork/fit/ParameterRange.h"
+#include "knotwork/fit/ResidualSums.h"
 #include "knotwork/fit/ScaledRows.h"
 
 namespace knotwork {
 
-/// A curve fit as the solver sees it: rows and right-hand sides of unit size. A weighted sample's
-/// row and right-hand side are multiplied by the square root of its weight.
+/// A curve fit in numbers of unit size: rows, right-hand sides (first the data's, then the
+/// constraints') and weights, of which the largest is about 1. It shares nothing with what it was
+/// made from.
 class ScaledCurve {
   public:
     ScaledCurve(const TtupleVector& points, const DoubleVec& parameters, const DoubleVec& weights,
                 const BsplineBasis& basis, const std::vector<CurveConstraint>& constraints);
 
-    int dataRows() const { return system_.dataRows(); }
-    int constraints() const { return system_.constraints(); }
-    const ScaledRows& system() const { return system_; }
-    TtupleVector rhs() const { return rhs_; }
+    const ScaledRows& rows() const { return rows_; }
+    const NumberBlock& rhs() const { return rhs_; }
+    int dimension() const { return rhs_.width; }
 
-    /// What x leaves of each right-hand side; exact to rounding.
-    TtupleVector residuals(const TtupleVector& x) const;
-    /// The sum of the rows from `first` on, a factor each.
-    DoubleVec combined(int first, const DoubleVec& factors) const;
-    std::vector<double> controlPoints(const TtupleVector& x) const;  ///< in the data's units
-    /// A deviation from constraint c, brought to a row of unit length.
-    double constraintInUnits(int c, double deviation) const;
+    std::vector<double> controlPoints(const NumberBlock& x) const;  ///< in the data's units
+    NumberBlock scaled(const std::vector<double>& controlPoints) const;
+    /// The largest deviation of x from a constraint, brought to a row of unit length: as a share
+    /// of the largest unknown or right-hand side of its coordinate, and in the data's units.
+    struct Deviation {
+        double share = 0.0;
+        double inUnits = 0.0;
+    };
+    Deviation constraintDeviation(const NumberBlock& x) const;
+
+    /// Data point i's squared distance from x in units of 2^figureExponent().
+    double squaredDistance(int i, const NumberBlock& x) const;
+    double squaredDistanceExactly(int i, const NumberBlock& x) const;
+    int figureExponent() const { return figureExponent_; }
+    /// The largest number that goes into a distance, in its units.
+    double largestTerm(const NumberBlock& x) const;
 
   private:
-    void addData(const TtupleVector& points, const DoubleVec& parameters, const DoubleVec& weights);
+    void addData(const TtupleVector& points, const DoubleVec& parameters, const DoubleVec& weights,
+                 const ParameterRange& range);
+    void scaleCoordinates();
 
-    ScaledRows system_;
-    TtupleVector rhs_;
+    ScaledRows rows_;
+    NumberBlock rhs_;
     std::vector<int> coordinateExponents_;
-    std::vector<int> constraintExponents_;
+    std::vector<double> figureFactors_;  // of each coordinate, a power of two
+    int figureExponent_ = 0;
 };
 
 }  // namespace knotwork

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "knotwork/fit/ParameterRange.h"
+
 namespace knotwork {
 
 namespace {
@@ -23,73 +25,58 @@ double valueOn(const LineConstraint& line, int sample, int dimension, int k)
     return line.values[static_cast<std::size_t>(sample * dimension + k)];
 }
 
-template <class Numbers>
-void multiplyByPowers(Numbers& numbers, const std::vector<int>& exponents, int sign)
+void addSamples(const DoubleVec& parameters, const ParameterRange& range, ScaledRows& rows)
 {
-    for (int k = 0; k < numbers.size(); ++k) {
-        DoubleVec coordinate(numbers.component(k).dataVec());
-        for (int i = 0, n = static_cast<int>(coordinate.length()); i < n; ++i)
-            coordinate(i) =
-                std::ldexp(coordinate(i), sign * exponents[static_cast<std::size_t>(k)]);
-    }
+    for (int i = 0, n = static_cast<int>(parameters.length()); i < n; ++i)
+        rows.addData(range.clamped(parameters(i)));
 }
 
 }  // namespace
 
-DirectionSolvers::DirectionSolvers(FitMethod method, TsolverReporter* reporter)
-    : quiet_(true),
-      u_(makeSolver(method, reporter != nullptr ? *reporter : quiet_, kFitTolerance)),
-      v_(makeSolver(method, reporter != nullptr ? *reporter : quiet_, kFitTolerance)),
-      tensor_(*u_, *v_)
-{
-}
-
-int DirectionSolvers::setU(const ScaledSurface& problem)
-{
-    return u_->setMatrix(problem.inU().rows().dense(), problem.inU().constraints(), false, false,
-                         false);
-}
-
-int DirectionSolvers::setV(const ScaledSurface& problem)
-{
-    return v_->setMatrix(problem.inV().rows().dense(), problem.inV().constraints(), false, false,
-                         false);
-}
-
 ScaledSurface::ScaledSurface(const SurfaceData& data, const std::vector<LineConstraint>& acrossU,
                              const std::vector<LineConstraint>& acrossV)
-    : u_(data.u),
+    : dimension_(data.points.size()),
+      u_(data.u),
       v_(data.v),
-      rhs_(data.points.size(), data.points.rows() + static_cast<int>(acrossU.size()),
-           data.points.cols() + static_cast<int>(acrossV.size()), 0.0)
+      rhs_(data.points.cols() + static_cast<int>(acrossV.size()),
+           (data.points.rows() + static_cast<int>(acrossU.size())) * dimension_, false)
 {
-    for (int i = 0; i < data.points.rows(); ++i) u_.addData(data.uParameters(i));
-    for (int j = 0; j < data.points.cols(); ++j) v_.addData(data.vParameters(j));
-    for (int j = 0; j < data.points.cols(); ++j)
-        for (int i = 0; i < data.points.rows(); ++i) rhs_.point(i, j) = data.points.point(i, j);
+    addSamples(data.uParameters, ParameterRange(data.u), u_);
+    addSamples(data.vParameters, ParameterRange(data.v), v_);
+    fillSamples(data.points);
     fillLines(data, acrossU, acrossV);
     scaleCoordinates();
+}
+
+void ScaledSurface::fillSamples(const TtupleMatrix& points)
+{
+    const int perColumn = points.rows() * dimension_;
+    for (int j = 0; j < points.cols(); ++j)
+        for (int c = 0; c < perColumn; ++c)
+            rhs_.high[rhs_.at(j, c)] = points.numbers()(perColumn * j + c);
 }
 
 void ScaledSurface::fillLines(const SurfaceData& data, const std::vector<LineConstraint>& acrossU,
                               const std::vector<LineConstraint>& acrossV)
 {
-    const int d = data.points.size();
+    const int d = dimension_;
+    const ParameterRange rangeU(data.u);
+    const ParameterRange rangeV(data.v);
     std::vector<int> rowExponents;
     int row = data.points.rows();
     for (const LineConstraint& line : acrossU) {
-        rowExponents.push_back(u_.addConstraint(line.parameter, line.derivative));
+        rowExponents.push_back(u_.addConstraint(rangeU.clamped(line.parameter), line.derivative));
         for (int j = 0; j < data.points.cols(); ++j)
             for (int k = 0; k < d; ++k)
-                rhs_.point(row, j)(k) = std::ldexp(valueOn(line, j, d, k), rowExponents.back());
+                right(row, j, k) = std::ldexp(valueOn(line, j, d, k), rowExponents.back());
         ++row;
     }
     int column = data.points.cols();
     for (const LineConstraint& line : acrossV) {
-        const int exponent = v_.addConstraint(line.parameter, line.derivative);
+        const int exponent = v_.addConstraint(rangeV.clamped(line.parameter), line.derivative);
         for (int i = 0; i < data.points.rows(); ++i)
             for (int k = 0; k < d; ++k)
-                rhs_.point(i, column)(k) = std::ldexp(valueOn(line, i, d, k), exponent);
+                right(i, column, k) = std::ldexp(valueOn(line, i, d, k), exponent);
         for (std::size_t a = 0; a < acrossU.size(); ++a)
             fillCrossing(data, acrossU[a], data.points.rows() + static_cast<int>(a), line, column,
                          rowExponents[a] + exponent);
@@ -100,7 +87,7 @@ void ScaledSurface::fillLines(const SurfaceData& data, const std::vector<LineCon
 void ScaledSurface::fillCrossing(const SurfaceData& data, const LineConstraint& lineU, int row,
                                  const LineConstraint& lineV, int column, int exponent)
 {
-    const int d = data.points.size();
+    const int d = dimension_;
     const int sampleV = lineV.derivative == 0 ? sampleAt(data.vParameters, lineV.parameter) : -1;
     const int sampleU = lineU.derivative == 0 ? sampleAt(data.uParameters, lineU.parameter) : -1;
     if (sampleV < 0 && sampleU < 0 && (lineU.derivative == 0 || lineV.derivative == 0)) {
@@ -114,78 +101,106 @@ void ScaledSurface::fillCrossing(const SurfaceData& data, const LineConstraint& 
         if (sampleU >= 0 && sampleV >= 0 &&
             std::fabs(ofU - ofV) > kSameValue * std::max(std::fabs(ofU), std::fabs(ofV)))
             fault_ = "lines of constraints contradict each other where they cross";
-        rhs_.point(row, column)(k) = std::ldexp(value, exponent);
+        right(row, column, k) = std::ldexp(value, exponent);
     }
 }
 
 void ScaledSurface::scaleCoordinates()
 {
-    for (int k = 0; k < rhs_.size(); ++k)
-        coordinateExponents_.push_back(exponentOf(maxValue(abs(rhs_.component(k)).dataVec())));
-    multiplyByPowers(rhs_, coordinateExponents_, -1);
+    const auto d = static_cast<std::size_t>(dimension_);
+    std::vector<double> largest(d, 0.0);
+    for (std::size_t i = 0; i < rhs_.high.size(); ++i)
+        largest[i % d] = std::max(largest[i % d], std::fabs(rhs_.high[i]));
+    for (const double size : largest) coordinateExponents_.push_back(exponentOf(size));
+    for (std::size_t i = 0; i < rhs_.high.size(); ++i)
+        rhs_.high[i] = std::ldexp(rhs_.high[i], -coordinateExponents_[i % d]);
+    figureExponent_ = *std::max_element(coordinateExponents_.begin(), coordinateExponents_.end());
+    for (const int exponent : coordinateExponents_)
+        figureFactors_.push_back(std::ldexp(1.0, exponent - figureExponent_));
 }
 
-TtupleMatrix ScaledSurface::residuals(const TtupleMatrix& x) const
+std::vector<double> ScaledSurface::controlPoints(const NumberBlock& x) const
 {
-    const DoubleGenMat Au(u_.rows().dense());
-    const DoubleGenMat Av(v_.rows().dense());
-    TtupleMatrix unknowns(x);
-    TtupleMatrix left(rhs_.copy());
-    for (int k = 0; k < left.size(); ++k)
-        left.component(k) -= transProduct(product(Au, unknowns.component(k)), Av);
-    return left;
+    std::vector<double> points(x.high);
+    for (std::size_t i = 0; i < points.size(); ++i)
+        points[i] = std::ldexp(points[i], coordinateExponents_[i % coordinateExponents_.size()]);
+    return points;
 }
 
-TtupleMatrix ScaledSurface::scaled(const TtupleMatrix& controlPoints) const
+NumberBlock ScaledSurface::scaled(const std::vector<double>& controlPoints) const
 {
-    TtupleMatrix x(controlPoints.copy());
-    multiplyByPowers(x, coordinateExponents_, -1);
+    NumberBlock x(v_.cols(), u_.cols() * dimension_, false);
+    for (std::size_t i = 0; i < controlPoints.size(); ++i)
+        x.high[i] =
+            std::ldexp(controlPoints[i], -coordinateExponents_[i % coordinateExponents_.size()]);
     return x;
 }
 
-std::vector<double> ScaledSurface::controlPoints(const TtupleMatrix& x) const
+double ScaledSurface::largestTerm(const NumberBlock& x) const
 {
-    TtupleMatrix points(x.copy());
-    multiplyByPowers(points, coordinateExponents_, 1);
-    const double* numbers = points.data().data();
-    return std::vector<double>(numbers, numbers + points.data().length());
+    double largest = 0.0;
+    for (std::size_t i = 0; i < x.high.size(); ++i)
+        largest =
+            std::max(largest, std::fabs(x.high[i]) * figureFactors_[i % figureFactors_.size()]);
+    return largest;
 }
 
-void ScaledSurface::note(LineDeviations& worst, double deviation, int k) const
+NumberBlock ScaledSurface::residuals(const NumberBlock& x) const
 {
-    const double size = std::isnan(deviation) ? HUGE_VAL : std::fabs(deviation);
-    worst.scaled = std::max(worst.scaled, size);
-    worst.inUnits = std::max(worst.inUnits,
-                             std::ldexp(size, coordinateExponents_[static_cast<std::size_t>(k)]));
+    NumberBlock left(v_.dataRows(), u_.dataRows() * dimension_, true);
+    forResiduals<DoubleDouble>(x, [&](int i, int j, const DoubleDouble* r) {
+        for (int k = 0; k < dimension_; ++k) left.set(j, i * dimension_ + k, r[k]);
+    });
+    return left;
 }
 
-LineDeviations ScaledSurface::lineDeviations(const TtupleMatrix& x, DirectionSolvers& solvers) const
+LineDeviations ScaledSurface::lineDeviations(const NumberBlock& x, const NumberBlock& alongV,
+                                             const BandFit& fitU) const
 {
+    const int d = dimension_;
+    std::vector<double> sizes(static_cast<std::size_t>(d), 1.0);  // the right-hand sides'
+    for (std::size_t i = 0; i < x.high.size(); ++i)
+        sizes[i % sizes.size()] = std::max(sizes[i % sizes.size()], std::fabs(x.high[i]));
     LineDeviations worst;
-    TtupleMatrix unknowns(x);
-    TtupleMatrix right(rhs_);
-    const double* numbers = unknowns.data().data();
-    const int d = x.size();
-    const TbaseSolver& alongV = solvers.v();
-    const TbaseSolver& alongU = solvers.u();
-    for (int row = u_.dataRows(); row < u_.rows().count(); ++row) {
-        TtupleVector line(alongV.solve(right.rowVector(row)));
-        for (int j = 0; j < x.cols(); ++j)
+    const auto note = [&](DoubleDouble deviation, int k) {
+        const auto at = static_cast<std::size_t>(k);
+        const double size = std::isnan(deviation.high) ? HUGE_VAL : std::fabs(deviation.high);
+        worst.share = std::max(worst.share, size / sizes[at]);
+        worst.inUnits = std::max(worst.inUnits, std::ldexp(size, coordinateExponents_[at]));
+    };
+
+    std::vector<DoubleDouble> entries(static_cast<std::size_t>(std::max(u_.width(), v_.width())));
+    for (int row = u_.dataRows(); row < u_.count(); ++row) {
+        u_.exactEntries(row, entries.data());
+        for (int j = 0; j < v_.cols(); ++j)
             for (int k = 0; k < d; ++k) {
-                const double* first = numbers + std::ptrdiff_t{x.rows()} * j * d + k;
-                note(worst, static_cast<double>(u_.rows().times(row, first, d)) - line.point(j)(k),
-                     k);
+                DoubleDouble off = alongV.number(j, row * d + k);
+                for (int a = 0; a < u_.width(); ++a)
+                    off += -(entries[static_cast<std::size_t>(a)] *
+                             x.number(j, (u_.firstColumn(row) + a) * d + k));
+                note(off, k);
             }
     }
-    for (int column = v_.dataRows(); column < v_.rows().count(); ++column) {
-        TtupleVector line(alongU.solve(right.columnVector(column)));
-        for (int i = 0; i < x.rows(); ++i)
+    if (v_.constraints() == 0) return worst;
+
+    NumberBlock lines(u_.count(), v_.constraints() * d, false);
+    for (int i = 0; i < u_.count(); ++i)
+        for (int c = 0; c < v_.constraints(); ++c)
+            for (int k = 0; k < d; ++k)
+                lines.high[lines.at(i, c * d + k)] =
+                    rhs_.high[rhs_.at(v_.dataRows() + c, i * d + k)];
+    NumberBlock fitted;
+    fitU.solve(lines, d, kSameValue, fitted);
+    for (int c = 0; c < v_.constraints(); ++c) {
+        const int row = v_.dataRows() + c;
+        v_.exactEntries(row, entries.data());
+        for (int i = 0; i < u_.cols(); ++i)
             for (int k = 0; k < d; ++k) {
-                const double* first = numbers + std::ptrdiff_t{i} * d + k;
-                note(worst,
-                     static_cast<double>(v_.rows().times(column, first, x.rows() * d)) -
-                         line.point(i)(k),
-                     k);
+                DoubleDouble off = fitted.number(i, c * d + k);
+                for (int b = 0; b < v_.width(); ++b)
+                    off += -(entries[static_cast<std::size_t>(b)] *
+                             x.number(v_.firstColumn(row) + b, i * d + k));
+                note(off, k);
             }
     }
     return worst;

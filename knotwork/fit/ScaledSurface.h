@@ -1,87 +1,141 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <memory>
+#include <algorithm>
+#include <cstddef>
 #include <string>
+#include <type_traits>
 #include <vector>
 
-#include "knotwork/fit/CurveDiagnosis.h"
-#include "knotwork/fit/FitSolver.h"
+#include "knotwork/fit/BandFit.h"
+#include "knotwork/fit/ResidualSums.h"
 #include "knotwork/fit/ScaledRows.h"
 #include "knotwork/fit/SurfaceFit.h"
-#include "knotwork/solvers/TsolveTensorProductLsq.h"
 
 namespace knotwork {
 
 /// What a surface is fitted to and with.
 struct SurfaceData {
-    TtupleMatrix points;
-    DoubleVec uParameters;
-    DoubleVec vParameters;
-    BsplineBasis u;
-    BsplineBasis v;
-};
-
-class ScaledSurface;
-
-/// A solver a direction, and the two together.
-class DirectionSolvers {
-  public:
-    DirectionSolvers(FitMethod method, TsolverReporter* reporter);
-    int setU(const ScaledSurface& problem);  ///< 0, or -1 for a dependent direction
-    int setV(const ScaledSurface& problem);
-    TsolveConstrainedLsq& u() { return *u_; }
-    TsolveConstrainedLsq& v() { return *v_; }
-    TsolveTensorProductLsq& tensor() { return tensor_; }
-
-  private:
-    TsolverReporter quiet_;
-    std::unique_ptr<TsolveConstrainedLsq> u_;
-    std::unique_ptr<TsolveConstrainedLsq> v_;
-    TsolveTensorProductLsq tensor_;
+    const TtupleMatrix& points;
+    const DoubleVec& uParameters;
+    const DoubleVec& vParameters;
+    const BsplineBasis& u;
+    const BsplineBasis& v;
 };
 
 /// How far a solution lies from the lines of constraints.
 struct LineDeviations {
-    double scaled = 0.0;   ///< in the scaled problem, where the data are of unit size
+    double share = 0.0;    ///< of the largest unknown or right-hand side of a coordinate
     double inUnits = 0.0;  ///< in the data's units
 };
 
-/// A surface fit as the solvers see it: a system a direction and a grid of right-hand sides, all of
-/// unit size. The grid has the samples first, then a row for each line of constant u and a column
-/// for each line of constant v.
+/// A surface fit in numbers of unit size: the rows of each direction, and a grid of right-hand
+/// sides: the samples first, then a row for each line of constant u and a column for each line of
+/// constant v. Grids lie column by column, so that a grid is a block of rows of numbers along v.
 class ScaledSurface {
   public:
     ScaledSurface(const SurfaceData& data, const std::vector<LineConstraint>& acrossU,
                   const std::vector<LineConstraint>& acrossV);
-    ScaledSurface(const ScaledSurface&) = delete;
-    ScaledSurface& operator=(const ScaledSurface&) = delete;
 
     const std::string& fault() const { return fault_; }  ///< empty when the lines can be combined
     const ScaledRows& inU() const { return u_; }
     const ScaledRows& inV() const { return v_; }
-    const TtupleMatrix& rhs() const { return rhs_; }
+    const NumberBlock& rhs() const { return rhs_; }
+    int dimension() const { return dimension_; }
 
-    TtupleMatrix residuals(const TtupleMatrix& x) const;
-    TtupleMatrix scaled(const TtupleMatrix& controlPoints) const;
-    std::vector<double> controlPoints(const TtupleMatrix& x) const;  ///< in the data's units
+    std::vector<double> controlPoints(const NumberBlock& x) const;  ///< in the data's units
+    NumberBlock scaled(const std::vector<double>& controlPoints) const;
 
-    /// A line is met when the solution's curve on it is the fit of the line's own values.
-    LineDeviations lineDeviations(const TtupleMatrix& x, DirectionSolvers& solvers) const;
+    /// A line is met when the solution's curve on it is the fit of the line's own values. alongV:
+    /// every row of the grid fitted along v; fitU fits the lines of constant v.
+    LineDeviations lineDeviations(const NumberBlock& x, const NumberBlock& alongV,
+                                  const BandFit& fitU) const;
+
+    /// What x leaves of each sample, in doubled precision; one block row a column of samples.
+    NumberBlock residuals(const NumberBlock& x) const;
+    /// visit(i, j, squared distance of the sample from x in units of 2^figureExponent()).
+    template <class Visit>
+    void forDistances(const NumberBlock& x, bool exactly, Visit visit) const;
+    int figureExponent() const { return figureExponent_; }
+    /// The largest number that goes into a distance, in its units.
+    double largestTerm(const NumberBlock& x) const;
 
   private:
+    void fillSamples(const TtupleMatrix& points);
     void fillLines(const SurfaceData& data, const std::vector<LineConstraint>& acrossU,
                    const std::vector<LineConstraint>& acrossV);
     void fillCrossing(const SurfaceData& data, const LineConstraint& lineU, int row,
                       const LineConstraint& lineV, int column, int exponent);
     void scaleCoordinates();
-    void note(LineDeviations& worst, double deviation, int k) const;
+    double& right(int i, int j, int k) { return rhs_.high[rhs_.at(j, i * dimension_ + k)]; }
+    template <class Number, class Visit>
+    void forResiduals(const NumberBlock& x, Visit visit) const;
 
+    int dimension_;
     ScaledRows u_;
     ScaledRows v_;
-    TtupleMatrix rhs_;
+    NumberBlock rhs_;
     std::vector<int> coordinateExponents_;
+    std::vector<double> figureFactors_;  // of each coordinate, a power of two
+    int figureExponent_ = 0;
     std::string fault_;
 };
+
+/// visit(i, j, residual of each coordinate) for all samples.
+template <class Number, class Visit>
+void ScaledSurface::forResiduals(const NumberBlock& x, Visit visit) const
+{
+    constexpr int kMostWidth = BsplineBasis::kMostDegree + 1;
+    const auto take = [](const ScaledRows& rows, int row, Number* entries) {
+        if constexpr (std::is_same_v<Number, double>)
+            std::copy_n(rows.entries(row), rows.width(), entries);
+        else
+            rows.exactEntries(row, entries);
+    };
+    const int samples = u_.dataRows();
+    std::vector<Number> across(static_cast<std::size_t>(samples * u_.width()));
+    for (int i = 0; i < samples; ++i)
+        take(u_, i, &across[static_cast<std::size_t>(i * u_.width())]);
+    Number along[kMostWidth];
+    std::vector<Number> line(NumberBlock::size(u_.cols(), dimension_));  // of control points at v
+    std::vector<Number> left(static_cast<std::size_t>(dimension_));
+    for (int j = 0; j < v_.dataRows(); ++j) {
+        take(v_, j, along);
+        std::fill(line.begin(), line.end(), Number(0.0));
+        for (int b = 0; b < v_.width(); ++b)
+            for (std::size_t c = 0; c < line.size(); ++c)
+                line[c] += along[b] * Number(x.high[x.at(v_.firstColumn(j) + b, 0) + c]);
+        for (int i = 0; i < samples; ++i) {
+            const Number* entries = &across[static_cast<std::size_t>(i * u_.width())];
+            const Number* from = &line[NumberBlock::size(u_.firstColumn(i), dimension_)];
+            for (int k = 0; k < dimension_; ++k) {
+                Number rest = rhs_.high[rhs_.at(j, i * dimension_ + k)];
+                for (int a = 0; a < u_.width(); ++a)
+                    rest += Number(-1.0) * entries[a] * from[std::ptrdiff_t{dimension_} * a + k];
+                left[static_cast<std::size_t>(k)] = rest;
+            }
+            visit(i, j, left.data());
+        }
+    }
+}
+
+template <class Visit>
+void ScaledSurface::forDistances(const NumberBlock& x, bool exactly, Visit visit) const
+{
+    const auto squaresOf = [&](auto high) {
+        return [this, high, &visit](int i, int j, const auto* left) {
+            double squares = 0.0;
+            for (int k = 0; k < dimension_; ++k) {
+                const double distance = high(left[k]) * figureFactors_[static_cast<std::size_t>(k)];
+                squares += distance * distance;
+            }
+            visit(i, j, squares);
+        };
+    };
+    if (exactly)
+        forResiduals<DoubleDouble>(x, squaresOf([](DoubleDouble r) { return r.high; }));
+    else
+        forResiduals<double>(x, squaresOf([](double r) { return r; }));
+}
 
 }  // namespace knotwork

@@ -3,25 +3,30 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <limits>
+#include <memory>
 #include <new>
 #include <string>
+#include <utility>
 
+#include "knotwork/fit/BandFit.h"
+#include "knotwork/fit/CurveChecks.h"
 #include "knotwork/fit/CurveDiagnosis.h"
 #include "knotwork/fit/KernelBuild.h"
 #include "knotwork/fit/Numbers.h"
 #include "knotwork/fit/ResidualTally.h"
 #include "knotwork/fit/ScaledSurface.h"
-#include "knotwork/fit/SecondPass.h"
-#include "knotwork/linalg/IntVecPick.h"
 
 namespace knotwork {
 
 namespace {
 
-constexpr double kBelievable =
-    1e-8;  // largest correction by the second pass, of the largest unknown
-constexpr double kConstraintMet = 1e-10;  // largest constraint residual, of the data's size
+constexpr double kBelievable = 1e-9;      // largest error, of the answer's or the data's size
+constexpr double kConstraintMet = 1e-10;  // largest constraint residual, of the same size
 constexpr int kFixed = 1;
+
+constexpr const char* kFreeNotFixed = "the data do not fix every free control point";
 
 void refuse(FittedSurface& surface, FitVerdict verdict, const std::string& reason)
 {
@@ -38,45 +43,45 @@ std::string directionFault(const char* name, const DoubleVec& parameters, int sa
     if (parameters.length() != static_cast<unsigned>(samples))
         return "there must be one parameter a line of samples" + direction;
     if (!basis.valid()) return "degree and knots do not make a basis" + direction;
-    if (!allFinite(parameters)) return "a parameter is no finite number" + direction;
-    if (minValue(parameters) < basis.first() || maxValue(parameters) > basis.last())
-        return "a parameter lies outside the knots" + direction;
-    return "";
+    const std::string fault = parameterFault(parameters, basis);
+    return fault.empty() ? "" : fault + direction;
 }
 
-std::string lineFault(const std::vector<LineConstraint>& lines, const BsplineBasis& basis,
-                      std::size_t numbers)
+std::string lineFault(const char* name, const std::vector<LineConstraint>& lines,
+                      const BsplineBasis& basis, std::size_t numbers)
 {
-    for (const LineConstraint& line : lines) {
-        if (!(line.parameter >= basis.first() && line.parameter <= basis.last()))
-            return "a constraint lies outside the knots";
-        if (line.derivative < 0 || line.derivative > basis.degree())
-            return "a constraint asks for a derivative that the degree does not have";
+    const std::string direction = std::string(" in ") + name;
+    for (std::size_t c = 0; c < lines.size(); ++c) {
+        const LineConstraint& line = lines[c];
+        const std::string fault =
+            constraintFault(static_cast<int>(c), line.parameter, line.derivative, basis);
+        if (!fault.empty()) return fault + direction;
+        const std::string which = "constraint " + std::to_string(c) + direction;
         if (line.values.size() != numbers)
-            return "a constraint needs a point for each sample along its line";
+            return which + " needs a point for each sample along its line";
         if (!std::all_of(line.values.begin(), line.values.end(),
                          [](double v) { return std::isfinite(v); }))
-            return "a constraint's value is no finite number";
+            return "a value of " + which + " is no finite number";
     }
     return "";
 }
 
 std::string inputFault(const SurfaceData& data, const SurfaceFitOptions& options)
 {
-    TtupleMatrix points(data.points);
+    const TtupleMatrix& points = data.points;
     if (points.rows() < 1 || points.cols() < 1) return "there are no points";
     const auto d = static_cast<std::size_t>(points.size());
+    const auto rows = static_cast<std::size_t>(points.rows());
+    const auto cols = static_cast<std::size_t>(points.cols());
+    if (points.numbers().length() < d * rows * cols) return "there are fewer numbers than points";
     const std::string faults[] = {
         directionFault("u", data.uParameters, points.rows(), data.u),
         directionFault("v", data.vParameters, points.cols(), data.v),
-        allFinite(points.data()) ? "" : "a coordinate is no finite number"};
+        allFinite(points.numbers()) ? "" : "a coordinate is no finite number"};
     for (const std::string& fault : faults)
         if (!fault.empty()) return fault;
-    const std::string inU =
-        lineFault(options.acrossU, data.u, d * static_cast<std::size_t>(points.cols()));
-    return inU.empty()
-               ? lineFault(options.acrossV, data.v, d * static_cast<std::size_t>(points.rows()))
-               : inU;
+    const std::string inU = lineFault("u", options.acrossU, data.u, d * cols);
+    return inU.empty() ? lineFault("v", options.acrossV, data.v, d * rows) : inU;
 }
 
 std::vector<double> toStandard(const DoubleVec& v)
@@ -86,84 +91,91 @@ std::vector<double> toStandard(const DoubleVec& v)
     return values;
 }
 
-/// The second pass on a grid, whose points it takes in a row.
-template <class Solve>
-double polishGrid(const ScaledSurface& problem, TtupleMatrix& x, Solve solve)
+/// The figures are those of the control points that are handed out.
+void measureData(const SurfaceData& data, const ScaledSurface& problem, const NumberBlock& x,
+                 FittedSurface& fitted)
 {
-    TtupleMatrix left(problem.residuals(x));
-    return polish({x.size(), left.data()}, {x.size(), x.data()},
-                  [&](const TtupleVector&, TtupleVector& found) {
-                      TtupleMatrix grid(x.size(), x.rows(), x.cols(), found.data());
-                      return solve(left, &grid) == kSolved;
-                  });
-}
-
-/// The figures come from evaluating the surface that is handed out.
-void measureData(const SurfaceData& data, FittedSurface& fitted)
-{
-    std::vector<double> value(static_cast<std::size_t>(fitted.surface->WorkspaceSize(0)));
-    TtupleMatrix points(data.points);
-    DoubleVec numbers(contiguous(points.data()));
-    const double* point = numbers.data();
     ResidualTally tally;
-    for (int j = 0; j < points.cols(); ++j)
-        for (int i = 0; i < points.rows(); ++i, point += fitted.dimension) {
-            fitted.surface->eval(value.data(), data.uParameters(i), data.vParameters(j), 0);
-            if (!tally.add(point, value.data(), fitted.dimension)) continue;
+    for (const bool exactly : {false, true}) {
+        tally = ResidualTally();
+        problem.forDistances(x, exactly, [&](int i, int j, double squares) {
+            if (!tally.add(squares)) return;
             fitted.report.maxResidualAtU = data.uParameters(i);
             fitted.report.maxResidualAtV = data.vParameters(j);
-        }
-    fitted.report.rms = tally.rms();
-    fitted.report.maxResidual = tally.largest();
+        });
+        if (tally.standsRounding(problem.largestTerm(x))) break;
+    }
+    fitted.report.rms = std::ldexp(tally.rms(), problem.figureExponent());
+    fitted.report.maxResidual = std::ldexp(tally.largest(), problem.figureExponent());
 }
 
-/// Hands out what the scaled unknowns are in the data's units, measured.
-void finish(const SurfaceData& data, const ScaledSurface& problem, const TtupleMatrix& x,
-            FitVerdict verdict, FittedSurface& fitted)
+/// Hands out the control points with the figures, unless they leave the range of numbers.
+void finish(const SurfaceData& data, const ScaledSurface& problem, FitVerdict verdict,
+            FittedSurface& fitted)
 {
-    fitted.controlPoints = problem.controlPoints(x);
-    fitted.surface = makeSurface(fitted.u, fitted.v, fitted.dimension, fitted.controlPoints);
-    measureData(data, fitted);
+    measureData(data, problem, problem.scaled(fitted.controlPoints), fitted);
     fitted.report.verdict = verdict;
     const bool finite = std::isfinite(fitted.report.rms) &&
                         std::isfinite(fitted.report.maxResidual) &&
                         std::isfinite(fitted.report.constraintResidual) &&
                         std::all_of(fitted.controlPoints.begin(), fitted.controlPoints.end(),
                                     [](double x0) { return std::isfinite(x0); });
-    if (!finite) refuse(fitted, FitVerdict::kInaccurate, "the surface leaves the range of numbers");
+    if (!finite)
+        return refuse(fitted, FitVerdict::kInaccurate, "the surface leaves the range of numbers");
+    fitted.surface = makeSurface(fitted.u, fitted.v, fitted.dimension, fitted.controlPoints);
 }
 
-/// Too few lines of samples and constraints for the control points of one direction.
-bool tooFew(const ScaledRows& direction)
+/// Refuses a direction that lines of samples and constraints do not fix, or hardly.
+bool determined(const char* name, const BandFit& fit, const ScaledRows& rows,
+                const BsplineBasis& basis, const DoubleVec& parameters, FittedSurface& fitted)
 {
-    return direction.rows().count() < direction.basis().count();
-}
-
-void explainDirection(const char* name, const ScaledRows& direction, const BsplineBasis& basis,
-                      const DoubleVec& parameters, FittedSurface& fitted)
-{
+    const BandFit::State state = fit.state();
+    if (state == BandFit::State::kSolvable) return true;
     const std::string where = std::string("in ") + name + ", ";
-    if (fitted.report.method == FitMethod::kHouseholder &&
-        constraintRowsDepend(direction.rows().dense(), direction.constraints()))
-        refuse(fitted, FitVerdict::kDependentConstraints,
-               where + "the constraints depend on each other");
-    else if (tooFew(direction))
+    const std::string why = whyUndetermined(basis, toStandard(parameters));
+    if (state == BandFit::State::kDependentConstraints)
+        refuse(fitted, FitVerdict::kDependentConstraints, where + whyDependent(rows));
+    else if (rows.count() < rows.cols())
         refuse(fitted, FitVerdict::kUndetermined,
-               where + std::to_string(basis.count()) + " unknowns are more than " +
-                   std::to_string(direction.rows().count()) + " lines can fix");
-    else {
-        const std::string why = whyUndetermined(basis, toStandard(parameters));
-        refuse(fitted, FitVerdict::kUndetermined, where + (why.empty() ? kNotFixed : why));
-    }
+               where + std::to_string(rows.cols()) + " unknowns are more than " +
+                   std::to_string(rows.count()) + " lines can fix");
+    else if (state == BandFit::State::kUndetermined)
+        refuse(fitted, FitVerdict::kUndetermined,
+               where + (why.empty() ? notFixed(fit.weakUnknowns(), basis) : why));
+    else
+        refuse(fitted, FitVerdict::kInaccurate, where + hardlyFixed(fit.weakUnknowns(), basis));
+    return false;
+}
+
+/// Whether samples, grids of unknowns and what they are made into find room. What the surface
+/// object is made through ends the process when memory runs out, so it is tried here first.
+bool fitsIntoMemory(const SurfaceData& data, const SurfaceFitOptions& options)
+{
+    constexpr std::uint64_t kMost = std::numeric_limits<int>::max();
+    const auto count = [](std::size_t n) { return static_cast<std::uint64_t>(n); };
+    const auto of = [](int n) { return static_cast<std::uint64_t>(n); };
+    const std::uint64_t rows = of(data.points.rows()) + count(options.acrossU.size());
+    const std::uint64_t cols = of(data.points.cols()) + count(options.acrossV.size());
+    const std::uint64_t d = of(data.points.size());
+    const std::uint64_t u = of(data.u.count());
+    const std::uint64_t v = of(data.v.count());
+    if (std::max(rows, u) * std::max(cols, v) * d > kMost) return false;
+    const std::uint64_t numbers = d * (rows * cols + 7 * rows * v + 8 * u * v);
+    void* room = ::operator new(numbers * sizeof(double), std::nothrow);
+    ::operator delete(room);
+    return room != nullptr;
 }
 
 template <class Fit>
-void withinMemory(FittedSurface& fitted, Fit fit)
+void withinMemory(const SurfaceData& data, const SurfaceFitOptions& options, FittedSurface& fitted,
+                  Fit fit)
 {
+    constexpr const char* kNoRoom = "the system does not fit into memory";
+    if (!fitsIntoMemory(data, options)) return refuse(fitted, FitVerdict::kTooLarge, kNoRoom);
     try {
         fit();
     } catch (const std::bad_alloc&) {
-        refuse(fitted, FitVerdict::kTooLarge, "the system does not fit into memory");
+        refuse(fitted, FitVerdict::kTooLarge, kNoRoom);
     }
 }
 
@@ -176,87 +188,183 @@ void start(const SurfaceData& data, const SurfaceFitOptions& options, FittedSurf
     fitted.report.dataPoints = data.points.rows() * data.points.cols();
     fitted.report.unknowns = data.u.count() * data.v.count();
     fitted.report.columnsUsed = fitted.report.unknowns;
-    fitted.report.tolerance = kFitTolerance;
+}
+
+/// Rows of points, `dimension` numbers each, become columns.
+NumberBlock transposed(const NumberBlock& grid, int rows, int dimension)
+{
+    const int cols = grid.width / dimension;
+    NumberBlock turned(cols, rows * dimension, true);
+    for (int j = 0; j < rows; ++j)
+        for (int i = 0; i < cols; ++i)
+            for (int k = 0; k < dimension; ++k)
+                turned.set(i, j * dimension + k, grid.number(j, i * dimension + k));
+    return turned;
+}
+
+double largestNumber(const NumberBlock& x)
+{
+    double largest = 0.0;
+    for (const double v : x.high) largest = std::max(largest, std::fabs(v));
+    return largest;
+}
+
+/// The error that the second direction's solution has by that of the first one.
+double carriedOver(double error, const NumberBlock& from, const BandFit& through,
+                   const NumberBlock& x)
+{
+    return error * largestNumber(from) * through.amplification() / std::max(1.0, largestNumber(x));
 }
 
 void fitFreely(const SurfaceData& data, const SurfaceFitOptions& options, FittedSurface& fitted)
 {
+    FitReport& report = fitted.report;
     const ScaledSurface problem(data, options.acrossU, options.acrossV);
     if (!problem.fault().empty()) return refuse(fitted, FitVerdict::kBadInput, problem.fault());
-    fitted.report.constraints = problem.inU().constraints() * data.v.count() +
-                                problem.inV().constraints() * data.u.count() -
-                                problem.inU().constraints() * problem.inV().constraints();
-    DirectionSolvers solvers(options.method, options.reporter);
-    if (tooFew(problem.inU()) || solvers.setU(problem) != 0)
-        return explainDirection("u", problem.inU(), data.u, data.uParameters, fitted);
-    if (tooFew(problem.inV()) || solvers.setV(problem) != 0)
-        return explainDirection("v", problem.inV(), data.v, data.vParameters, fitted);
+    if (!std::isfinite(largestNumber(problem.rhs())))
+        return refuse(fitted, FitVerdict::kBadInput,
+                      "a constraint's value leaves the range of numbers");
+    report.constraints = problem.inU().constraints() * data.v.count() +
+                         problem.inV().constraints() * data.u.count() -
+                         problem.inU().constraints() * problem.inV().constraints();
+    const BandFit fitU(problem.inU(), options.method);
+    if (!determined("u", fitU, problem.inU(), data.u, data.uParameters, fitted)) return;
+    const BandFit fitV(problem.inV(), options.method);
+    if (!determined("v", fitV, problem.inV(), data.v, data.vParameters, fitted)) return;
 
-    const auto solve = [&](const TtupleMatrix& b, TtupleMatrix* x) {
-        return solvers.tensor().solve(b, x);
-    };
-    TtupleMatrix x(fitted.dimension, data.u.count(), data.v.count(), 0.0);
-    const int code = solve(problem.rhs(), &x);
-    const double moved = code == kSolved ? polishGrid(problem, x, solve) : 1.0;
-    const LineDeviations deviations = problem.lineDeviations(x, solvers);
-    const bool met = deviations.scaled <= kConstraintMet;
-    if (!(moved <= kBelievable) || !(met || options.method == FitMethod::kQr))
-        return refuse(fitted, FitVerdict::kInaccurate,
-                      "the system is too close to dependent for a trustworthy answer");
-    fitted.report.constraintResidual = deviations.inUnits;
-    finish(data, problem, x, met ? FitVerdict::kMet : FitVerdict::kFitted, fitted);
+    const int d = fitted.dimension;
+    NumberBlock alongV;
+    const double errorV =
+        fitV.solve(problem.rhs(), d, kBelievable / (2.0 * fitU.amplification()), alongV);
+    NumberBlock turned;
+    const double errorU =
+        fitU.solve(transposed(alongV, data.v.count(), d), d, kBelievable / 2.0, turned);
+    const NumberBlock x = transposed(turned, data.u.count(), d);
+    fitted.controlPoints = problem.controlPoints(x);
+    const LineDeviations deviations =
+        problem.lineDeviations(problem.scaled(fitted.controlPoints), alongV, fitU);
+    const bool met = deviations.share <= kConstraintMet;
+    if (!(errorU + carriedOver(errorV, alongV, fitU, x) <= kBelievable) ||
+        !(met || options.method == FitMethod::kQr))
+        return refuse(fitted, FitVerdict::kInaccurate, kTooCloseToDependent);
+    report.constraintResidual = deviations.inUnits;
+    const FitVerdict verdict = report.constraints == 0 ? FitVerdict::kFitted
+                               : met                   ? FitVerdict::kMet
+                                                       : FitVerdict::kCompromise;
+    finish(data, problem, verdict, fitted);
 }
 
 std::string maskFault(const SurfaceData& data, const IntGenMat& mask, const TtupleMatrix& held)
 {
-    TtupleMatrix given(held);
     const auto rows = static_cast<unsigned>(data.u.count());
     const auto cols = static_cast<unsigned>(data.v.count());
     if (mask.rows() != rows || mask.cols() != cols)
         return "the mask needs one number a control point";
     if (held.rows() != data.u.count() || held.cols() != data.v.count() ||
-        held.size() != data.points.size())
+        held.size() != data.points.size() ||
+        held.numbers().length() < rows * cols * static_cast<unsigned>(held.size()))
         return "there must be one given point a control point";
-    return allFinite(given.data()) ? "" : "a given control point is no finite number";
+    return allFinite(held.numbers()) ? "" : "a given control point is no finite number";
 }
 
-/// Whether some free control point has no data under its basis function, or a line of control
-/// points has more free ones than there are samples: the solver would then leave them where
-/// nobody asked for.
-bool leavesPointsFree(const ScaledSurface& problem, const IntGenMat& mask)
+/// The held control points, zeros for the others.
+std::vector<double> heldPoints(const IntGenMat& mask, const TtupleMatrix& held)
 {
-    const DoubleGenMat rows(problem.inU().rows().dense());
-    for (int j = 0; j < static_cast<int>(mask.cols()); ++j) {
-        const IntVec fixed(mask.col(j).valueIndex(kFixed));
-        if (rows.rows() + fixed.length() < rows.cols()) return true;
-        for (int i = 0; i < static_cast<int>(mask.rows()); ++i)
-            if (mask(i, j) != kFixed && rows.col(i).isZero(kFitTolerance) == 1) return true;
+    const int d = held.size();
+    std::vector<double> points;
+    for (int j = 0; j < held.cols(); ++j)
+        for (int i = 0; i < held.rows(); ++i)
+            for (int k = 0; k < d; ++k)
+                points.push_back(
+                    mask(i, j) == kFixed ? held.numbers()((held.rows() * j + i) * d + k) : 0.0);
+    return points;
+}
+
+/// A fit along u for each column of control points, around those that are held in it; neighbours
+/// with the same ones share it.
+class ColumnFits {
+  public:
+    ColumnFits(const BandFit& data, const IntGenMat& mask)
+    {
+        std::vector<int> before;
+        for (int j = 0; j < static_cast<int>(mask.cols()); ++j) {
+            std::vector<int> now;
+            for (int i = 0; i < static_cast<int>(mask.rows()); ++i)
+                if (mask(i, j) == kFixed) now.push_back(i);
+            held_ += static_cast<int>(now.size());
+            if (j == 0 || now != before)
+                fits_.push_back(std::make_shared<const BandFit>(data, now));
+            else
+                fits_.push_back(fits_.back());
+            before = std::move(now);
+        }
     }
-    return tooFew(problem.inV());
+
+    int held() const { return held_; }
+    const BandFit& of(int j) const { return *fits_[static_cast<std::size_t>(j)]; }
+    bool solvable() const
+    {
+        return std::all_of(fits_.begin(), fits_.end(), [](const auto& fit) {
+            return fit->state() == BandFit::State::kSolvable;
+        });
+    }
+    double amplification() const
+    {
+        double most = 0.0;
+        for (const auto& fit : fits_) most = std::max(most, fit->amplification());
+        return most;
+    }
+
+  private:
+    std::vector<std::shared_ptr<const BandFit>> fits_;
+    int held_ = 0;
+};
+
+/// Column j of the control points: what is left of the data in it, with the held ones at 0.
+double solveColumn(const BandFit& fit, const NumberBlock& alongV, int j, int dimension,
+                   NumberBlock& x)
+{
+    const int samples = alongV.width / dimension;
+    NumberBlock b(samples + fit.constraints(), dimension, true);
+    for (int i = 0; i < samples; ++i)
+        for (int k = 0; k < dimension; ++k) b.set(i, k, alongV.number(j, i * dimension + k));
+    return fit.solve(b, dimension, kBelievable / 2.0, x);
 }
 
 void fitAround(const SurfaceData& data, const IntGenMat& mask, const TtupleMatrix& held,
-               const SurfaceFitOptions& options, FittedSurface& fitted)
+               FittedSurface& fitted)
 {
+    const int d = fitted.dimension;
+    const int rows = data.u.count();
     const ScaledSurface problem(data, {}, {});
-    DirectionSolvers solvers(options.method, options.reporter);
-    const int fixedCount = mask.dataVec().countValue(kFixed);
-    fitted.report.columnsUsed = fitted.report.unknowns - fixedCount;
-    const DoubleGenMat Au(problem.inU().rows().dense());
-    const DoubleGenMat Av(problem.inV().rows().dense());
-    IntGenMat flags(mask.rows(), mask.cols(), 0);
-    flags.dataVec().vecPick(mask.dataVec().valueIndex(kFixed)) = kFixed;
-    const auto solve = [&](const TtupleMatrix& b, TtupleMatrix* x) {
-        return solvers.tensor().solveFixed(Au, Av, flags, b, x);
-    };
-    TtupleMatrix x(problem.scaled(held));
-    if (leavesPointsFree(problem, mask) || solve(problem.rhs(), &x) != kSolved)
-        return refuse(fitted, FitVerdict::kUndetermined,
-                      "the data do not fix every free control point");
-    if (!(polishGrid(problem, x, solve) <= kBelievable))
-        return refuse(fitted, FitVerdict::kInaccurate,
-                      "the system is too close to dependent for a trustworthy answer");
-    finish(data, problem, x, FitVerdict::kMet, fitted);
+    const BandFit fitU(problem.inU(), FitMethod::kHouseholder);
+    const BandFit fitV(problem.inV(), FitMethod::kHouseholder);
+    const ColumnFits columns(fitU, mask);
+    if (fitV.state() != BandFit::State::kSolvable || !columns.solvable())
+        return refuse(fitted, FitVerdict::kUndetermined, kFreeNotFixed);
+    fitted.controlPoints = heldPoints(mask, held);
+    const NumberBlock fixed = problem.scaled(fitted.controlPoints);
+    const NumberBlock rest = problem.residuals(fixed);
+    NumberBlock alongV;
+    const double errorV =
+        fitV.solve(rest, d, kBelievable / (2.0 * columns.amplification()), alongV);
+
+    NumberBlock x(data.v.count(), rows * d, false);
+    for (int j = 0; j < data.v.count(); ++j) {
+        NumberBlock column;
+        const double error = solveColumn(columns.of(j), alongV, j, d, column);
+        if (!(error + carriedOver(errorV, alongV, columns.of(j), fixed) <= kBelievable))
+            return refuse(fitted, FitVerdict::kInaccurate, kTooCloseToDependent);
+        std::copy(column.high.begin(), column.high.end(),
+                  x.high.begin() + static_cast<std::ptrdiff_t>(x.at(j, 0)));
+    }
+    const std::vector<double> found = problem.controlPoints(x);
+    for (std::size_t n = 0; n < found.size(); ++n)
+        if (mask(static_cast<int>(n) / d % rows, static_cast<int>(n) / d / rows) != kFixed)
+            fitted.controlPoints[n] = found[n];
+    fitted.report.constraints = columns.held();
+    fitted.report.columnsUsed = fitted.report.unknowns - columns.held();
+    finish(data, problem, columns.held() > 0 ? FitVerdict::kMet : FitVerdict::kFitted, fitted);
 }
 
 /// One line of samples: row i, or column j, of a grid, point after point.
@@ -304,7 +412,7 @@ FittedSurface fitSurface(const TtupleMatrix& points, const DoubleVec& uParameter
         return fitted;
     }
     start(data, options, fitted);
-    withinMemory(fitted, [&] { fitFreely(data, options, fitted); });
+    withinMemory(data, options, fitted, [&] { fitFreely(data, options, fitted); });
     return fitted;
 }
 
@@ -324,7 +432,7 @@ FittedSurface fitSurfaceAround(const TtupleMatrix& points, const DoubleVec& uPar
         return fitted;
     }
     start(data, options, fitted);
-    withinMemory(fitted, [&] { fitAround(data, mask, held, options, fitted); });
+    withinMemory(data, options, fitted, [&] { fitAround(data, mask, held, fitted); });
     return fitted;
 }
 

@@ -20,7 +20,7 @@ std::string figures(const FittedSurface& surface)
     const SurfaceFitReport& r = surface.report;
     return std::to_string(r.dataPoints) + " points, " + std::to_string(surface.u.count()) + " x " +
            std::to_string(surface.v.count()) + " control points, " + std::to_string(r.constraints) +
-           (r.verdict == FitVerdict::kFitted ? " fitted" : " exact") + " equations: RMS " +
+           (r.verdict == FitVerdict::kCompromise ? " fitted" : " exact") + " equations: RMS " +
            generalText(r.rms, 3) + ", largest residual " + generalText(r.maxResidual, 3) + " at (" +
            generalText(r.maxResidualAtU, 5) + ", " + generalText(r.maxResidualAtV, 5) +
            "), constraint residual " + generalText(r.constraintResidual, 2);

@@ -34,6 +34,8 @@ class KNOTWORK_EXPORT TtupleMatrix {
     int rows() const { return rows_; }
     int cols() const { return cols_; }
     DoubleVec data() { return numbers_; }  ///< shares
+    /// To read from; counts no sharer, so several threads may.
+    const DoubleVec& numbers() const { return numbers_; }
 
     DoubleVec point(int i, int j) { return realPoint(i, j); }
     DoubleVec point(int i, int j) const { return realPoint(i, j); }

@@ -40,6 +40,8 @@ class KNOTWORK_EXPORT TtupleVector {
     int size() const { return size_; }  ///< coordinates in a point, d
     int points() const { return size_ < 1 ? 0 : static_cast<int>(numbers_.length() / tuple()); }
     DoubleVec data() { return numbers_; }  ///< shares
+    /// To read from; counts no sharer, so several threads may.
+    const DoubleVec& numbers() const { return numbers_; }
 
     DoubleVec point(int i) { return realPoint(i); }
     DoubleVec point(int i) const { return realPoint(i); }

@@ -123,7 +123,7 @@ TEST_P(DataFitTest, AgreesWithLongArithmeticAndReportsHonestly)
     for (const std::size_t i : GetParam().passes) pass(p, i);
     if (GetParam().flatPeak) p.constraints.push_back({895.0, 1, {0.0}});
     const FittedCurve curve = p.fit();
-    ASSERT_TRUE(curve.met()) << curve.report.reason;
+    ASSERT_TRUE(curve.fits()) << curve.report.reason;
     const double worst = knotwork_test::deviationFromReference(p, curve);
     EXPECT_LE(worst, kControlBound);
     RecordProperty("controlPointDeviation", std::to_string(worst * 1e16) + "e-16");
@@ -139,7 +139,7 @@ TEST_P(DataFitTest, AgreesWithLongArithmeticAndReportsHonestly)
     EXPECT_EQ(curve.report.unknowns, p.basis.count());
     EXPECT_EQ(curve.report.columnsUsed, p.basis.count());
     EXPECT_EQ(curve.report.constraints, static_cast<int>(p.constraints.size()));
-    EXPECT_EQ(curve.report.tolerance, 1e-14);
+    EXPECT_EQ(curve.report.zero, 0.0);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -166,7 +166,7 @@ TEST(CurveFitTest, RandomProblemsAgreeWithLongArithmetic)
                      ", " + std::to_string(spans) + " spans, " +
                      std::to_string(p.constraints.size()) + " constraints");
         const FittedCurve curve = p.fit();
-        ASSERT_TRUE(curve.met()) << curve.report.reason;
+        ASSERT_TRUE(curve.fits()) << curve.report.reason;
         const double moved = knotwork_test::deviationFromReference(p, curve);
         EXPECT_LE(moved, kControlBound);
         EXPECT_LE(curve.report.constraintResidual, kConstraintBound);
@@ -205,7 +205,7 @@ TEST(CurveFitTest, ManyPointsInNoOrderFitAsWell)
     knotwork::CurveFitOptions options;
     options.progress = [&shares](double share) { shares.push_back(share); };
     const FittedCurve curve = p.fit(options);
-    ASSERT_TRUE(curve.met()) << curve.report.reason;
+    ASSERT_TRUE(curve.fits()) << curve.report.reason;
     EXPECT_LE(knotwork_test::deviationFromReference(p, curve), kControlBound);
     EXPECT_TRUE(std::is_sorted(shares.begin(), shares.end()));
     EXPECT_GE(shares.size(), 5U);
@@ -234,7 +234,7 @@ TEST(CurveFitTest, AWeightCountsAsThatManyPoints)
                                    {weighted.points[2 * i], weighted.points[2 * i + 1]});
     }
     const FittedCurve curve = weighted.fit(options);
-    ASSERT_TRUE(curve.met()) << curve.report.reason;
+    ASSERT_TRUE(curve.fits()) << curve.report.reason;
     EXPECT_LE(knotwork_test::deviationFromReference(repeated, curve), kControlBound);
     const FittedCurve same = repeated.fit();
     EXPECT_NEAR(curve.report.rms, same.report.rms, 1e-14);
@@ -255,7 +255,7 @@ TEST(CurveFitTest, PointsOfASplineAreFoundAgain)
         p.points.push_back(std::pow(i / 4.0, 3));
     }
     const FittedCurve curve = p.fit();
-    ASSERT_TRUE(curve.met());
+    ASSERT_TRUE(curve.fits());
     EXPECT_LE(knotwork_test::deviation(curve.controlPoints, {0, 0, 0, 6, 24, 48, 64}, 1),
               kControlBound);
     EXPECT_LE(curve.report.rms, 64 * kConstraintBound);
@@ -275,7 +275,7 @@ TEST(CurveFitTest, ConstraintsAloneFixACurve)
     p.points = {50.0, -50.0};
     p.constraints = {{0, 0, {0, 0}}, {0, 1, {3, 0}}, {2, 0, {6, 3}}, {2, 1, {0, -3}}};
     const FittedCurve curve = p.fit();
-    ASSERT_TRUE(curve.met()) << curve.report.reason;
+    ASSERT_TRUE(curve.fits()) << curve.report.reason;
     EXPECT_LE(knotwork_test::deviation(curve.controlPoints, {0, 0, 2, 0, 6, 5, 6, 3}, 2),
               kControlBound);
     EXPECT_NEAR(curve.report.maxResidual, std::hypot(50 - 3.75, -50 - 2.25), 1e-12);

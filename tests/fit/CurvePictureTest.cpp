@@ -68,7 +68,7 @@ TEST_P(CurvePictureTest, IsWellFormedAndShowsEverythingOnThePaper)
 {
     const PictureCase& c = GetParam();
     const FitProblem p = wave(c.dimension, c.coordinates, c.parameter, c.offset);
-    ASSERT_TRUE(p.fit().met());
+    ASSERT_TRUE(p.fit().fits());
     const std::string svg = pictureOf(p, "A wave");
     EXPECT_EQ(xmlFault(svg), "");
     EXPECT_EQ(count(svg, "nan") + count(svg, "inf"), 0U);

@@ -107,7 +107,7 @@ TEST(CurveScaleTest, NothingOverflowsUnderAGoodVerdict)
         FitProblem p = scaled(constrainedProblem(), {factor}, 1.0);
         p.constraints.clear();
         const FittedCurve curve = p.fit();
-        if (!curve.met()) {
+        if (!curve.fits()) {
             EXPECT_FALSE(curve.report.reason.empty());
             continue;
         }

@@ -58,7 +58,7 @@ TEST(FitMethodTest, ByQrAValueIsOneMoreDataPoint)
         p.constraints.push_back(p.constraints[0]);  // one that is asked for twice, differently
         p.constraints.back().value[0] += 1.0;
         const FittedCurve curve = byQr(p);
-        ASSERT_EQ(curve.report.verdict, FitVerdict::kFitted) << curve.report.reason;
+        ASSERT_EQ(curve.report.verdict, FitVerdict::kCompromise) << curve.report.reason;
         EXPECT_TRUE(curve.fits() && !curve.met());
         EXPECT_LE(largestDifference(curve.controlPoints, asData(p).fit().controlPoints),
                   kControlBound);
@@ -75,14 +75,14 @@ TEST(FitMethodTest, ByQrMetIsSaidOnlyOfConstraintsThatAre)
     knotwork_test::Dice dice(72);
     FitProblem p = knotwork_test::noisyProblem(3, 5, 2, dice);
     const FittedCurve free = p.fit();
-    EXPECT_EQ(byQr(p).report.verdict, FitVerdict::kMet) << "there are none";
+    EXPECT_EQ(byQr(p).report.verdict, FitVerdict::kFitted) << "there are none";
     EXPECT_LE(largestDifference(byQr(p).controlPoints, free.controlPoints), kControlBound);
     for (const int derivative : {0, 1, 2})  // what the free curve has anyway
         p.constraints.push_back({0.37, derivative, free.at(0.37, derivative)});
     EXPECT_EQ(byQr(p).report.verdict, FitVerdict::kMet) << byQr(p).report.reason;
     EXPECT_LE(largestDifference(byQr(p).controlPoints, free.controlPoints), kControlBound);
     p.constraints[1].value[0] += 1.0;
-    EXPECT_EQ(byQr(p).report.verdict, FitVerdict::kFitted);
+    EXPECT_EQ(byQr(p).report.verdict, FitVerdict::kCompromise);
     EXPECT_GT(byQr(p).report.constraintResidual, 1e-3);
 }
 
@@ -91,7 +91,7 @@ TEST(FitMethodTest, ByQrRefusalsAreThoseOfTheData)
     knotwork_test::Dice dice(73);
     FitProblem p = knotwork_test::noisyProblem(2, 4, 1, dice);
     for (int c = 0; c <= p.basis.count(); ++c) p.constraints.push_back({0.5, 0, {1.0 * c}});
-    EXPECT_EQ(byQr(p).report.verdict, FitVerdict::kFitted) << "more constraints than unknowns";
+    EXPECT_EQ(byQr(p).report.verdict, FitVerdict::kCompromise) << "more constraints than unknowns";
     for (double& t : p.parameters) t *= 0.4;  // the spans from 0.5 on have but the constraints
     const FittedCurve curve = byQr(p);
     EXPECT_EQ(curve.report.verdict, FitVerdict::kUndetermined);
@@ -124,14 +124,14 @@ TEST(FitMethodTest, ByQrALineIsOneMoreLineOfSamples)
     options.method = FitMethod::kQr;
     options.acrossU = knotwork::endLinesInU(points, u);
     const FittedSurface surface = knotwork::fitSurface(points, u, v, uBasis, vBasis, options);
-    ASSERT_EQ(surface.report.verdict, FitVerdict::kFitted) << surface.report.reason;
+    ASSERT_EQ(surface.report.verdict, FitVerdict::kCompromise) << surface.report.reason;
     EXPECT_GT(surface.report.constraintResidual, 1e-2);
     const FittedSurface expected = knotwork::fitSurface(doubled, more, v, uBasis, vBasis);
     EXPECT_LE(largestDifference(surface.controlPoints, expected.controlPoints), kControlBound);
 
     options.acrossU.clear();
     const FittedSurface free = knotwork::fitSurface(points, u, v, uBasis, vBasis, options);
-    EXPECT_EQ(free.report.verdict, FitVerdict::kMet);
+    EXPECT_EQ(free.report.verdict, FitVerdict::kFitted);
     EXPECT_LE(largestDifference(free.controlPoints,
                                 knotwork::fitSurface(points, u, v, uBasis, vBasis).controlPoints),
               kControlBound);

@@ -81,7 +81,7 @@ TEST(SurfaceFitTest, PolynomialsOfTheDegreesComeBack)
         for (int i = 0; i < Sheet::kRows; ++i)
             for (int k = 0; k < 2; ++k) sheet.points.point(i, j)(k) = height(i, j, k);
     const FittedSurface surface = sheet.fit();
-    ASSERT_TRUE(surface.met()) << surface.report.reason;
+    ASSERT_TRUE(surface.fits()) << surface.report.reason;
     const double size = largest(surface.controlPoints);
     EXPECT_LE(surface.report.maxResidual, 50 * kEps * size);
     for (const double u : {0.0, 3.3, 16.0})

@@ -25,7 +25,7 @@ void fitAndEvaluateCurve()
     // A knot of full multiplicity leaves spans empty.
     const auto basis = knotwork::BsplineBasis::clamped(3, 0.0, t(count - 1), {0.3, 0.5, 0.5, 0.5});
     const auto curve = knotwork::fitCurve(points, t, basis, {{0.0, 0, {0.0, 0.0}}});
-    if (!curve.met()) std::abort();
+    if (!curve.fits()) std::abort();
     AP_SPLINE spline(*curve.spline);
     spline.insert(0.4, 1);
     double row[8];
@@ -46,7 +46,7 @@ void fitAndEvaluateSurface()
         }
     const auto basis = knotwork::BsplineBasis::uniform(3, 0.0, t(count - 1), 3);
     const auto fitted = knotwork::fitSurface(points, t, t, basis, basis);
-    if (!fitted.met()) std::abort();
+    if (!fitted.fits()) std::abort();
     AP_SURFACE surface(*fitted.surface);
     surface.uinsert(0.4, 1);
     double p[3], n[3];

@@ -36,7 +36,7 @@ std::string jsonOf(const FittedCurve& curve, const Times& times)
     return json.text();
 }
 
-std::string asTolerance(const std::string& text)
+std::string asZero(const std::string& text)
 {
     const std::optional<double> number = parseNumber(text);
     return number && *number >= 0.0 && *number <= 1.0 ? "" : "must be a number from 0 to 1";
@@ -53,7 +53,7 @@ void runCurve(const CurveOptions& options)
     ProgressBar bar;
     knotwork::CurveFitOptions fitOptions;
     fitOptions.method = methodOf(options.method);
-    fitOptions.tolerance = options.tolerance;
+    fitOptions.zero = options.zero;
     fitOptions.estimateCutoff = options.cutoff;
     fitOptions.reporter = &reporter;
     fitOptions.weights.reference(request.weights);
@@ -121,9 +121,11 @@ void addCurveCommand(CLI::App& app)
         ->allow_extra_args(false);
     curve->add_flag("--cutoff", options->cutoff, "Estimate the cut-off from the singular values");
     curve
-        ->add_option("--tolerance", options->tolerance, "What counts as zero on the scaled problem")
+        ->add_option(
+            "--zero", options->zero,
+            "What counts as zero on the scaled problem; a fit that depends on it is refused")
         ->capture_default_str()
-        ->check(asTolerance);
+        ->check(asZero);
     addMethodOption(*curve, options->method);
     curve
         ->add_option("-o,--output", options->output, "Write the fit as JSON; - for standard output")

@@ -22,7 +22,7 @@ struct CurveOptions {
     std::vector<std::string> values;
     std::vector<std::string> slopes;
     bool cutoff = false;
-    double tolerance = knotwork::kFitTolerance;
+    double zero = 0.0;
     std::string method = "householder";
     std::string output;
     std::string svg;

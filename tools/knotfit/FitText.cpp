@@ -17,10 +17,17 @@ std::string nameOf(knotwork::FitMethod method)
     return method == knotwork::FitMethod::kQr ? kQr : kHouseholder;
 }
 
-/// "met", or "fitted" where constraints were rows like the others and are not met.
+/// Of a verdict under which there is a fit.
 std::string nameOf(knotwork::FitVerdict verdict)
 {
-    return verdict == knotwork::FitVerdict::kFitted ? "fitted" : "met";
+    switch (verdict) {
+        case knotwork::FitVerdict::kFitted:
+            return "fitted";
+        case knotwork::FitVerdict::kCompromise:
+            return "compromise";
+        default:
+            return "met";
+    }
 }
 
 }  // namespace
@@ -53,7 +60,7 @@ void addReport(JsonText& json, const knotwork::FitReport& report, const std::vec
     else
         json.member("max_residual_at", at);
     json.member("constraint_residual", report.constraintResidual);
-    json.member("tolerance", report.tolerance);
+    json.member("zero", report.zero);
     json.member("columns_used", report.columnsUsed);
     json.member("data_points", report.dataPoints);
     json.member("unknowns", report.unknowns);
@@ -76,13 +83,13 @@ std::string summaryOf(const knotwork::FitReport& report, const std::vector<doubl
                   "RMS residual         %.6g\n"
                   "largest residual     %.6g at %s\n"
                   "constraint residual  %.3g\n"
-                  "tolerance            %.3g\n"
+                  "zero                 %.3g\n"
                   "method               %s\n"
                   "verdict              %s\n"
                   "processor time       %.4f s reading, %.4f s fitting\n",
                   report.dataPoints, report.unknowns, report.columnsUsed, report.constraints,
                   report.rms, report.maxResidual, where.c_str(), report.constraintResidual,
-                  report.tolerance, nameOf(report.method).c_str(), nameOf(report.verdict).c_str(),
+                  report.zero, nameOf(report.method).c_str(), nameOf(report.verdict).c_str(),
                   times.read, times.fit);
     return text;
 }

@@ -183,21 +183,48 @@ void ConstraintBasis::solve(double* y) const
 }
 
 template <int Lanes>
-void ConstraintBasis::restore(double* x) const
+void ConstraintBasis::solveTransposed(double* y) const
 {
     for (int i = constraints() - 1; i >= 0; --i) {
-        double d[Lanes] = {};
-        for (const Entry* v = vectors_.begin(i); v != vectors_.end(i); ++v)
-            for (int c = 0; c < Lanes; ++c) d[c] += v->value * x[std::ptrdiff_t{Lanes} * v->at + c];
-        for (double& t : d) t *= -taus_[static_cast<std::size_t>(i)];
-        for (const Entry* v = vectors_.begin(i); v != vectors_.end(i); ++v)
-            for (int c = 0; c < Lanes; ++c) x[std::ptrdiff_t{Lanes} * v->at + c] += v->value * d[c];
+        double* here = y + std::ptrdiff_t{Lanes} * i;
+        for (int c = 0; c < Lanes; ++c) here[c] /= diagonal_[static_cast<std::size_t>(i)];
+        for (const Entry* e = lower_.begin(i); e != lower_.end(i); ++e)
+            for (int c = 0; c < Lanes; ++c)
+                y[std::ptrdiff_t{Lanes} * e->at + c] -= e->value * here[c];
     }
+}
+
+/// One reflection, which is its own transpose.
+template <int Lanes>
+void ConstraintBasis::reflectBy(int i, double* x) const
+{
+    double d[Lanes] = {};
+    for (const Entry* v = vectors_.begin(i); v != vectors_.end(i); ++v)
+        for (int c = 0; c < Lanes; ++c) d[c] += v->value * x[std::ptrdiff_t{Lanes} * v->at + c];
+    for (double& t : d) t *= -taus_[static_cast<std::size_t>(i)];
+    for (const Entry* v = vectors_.begin(i); v != vectors_.end(i); ++v)
+        for (int c = 0; c < Lanes; ++c) x[std::ptrdiff_t{Lanes} * v->at + c] += v->value * d[c];
+}
+
+template <int Lanes>
+void ConstraintBasis::restore(double* x) const
+{
+    for (int i = constraints() - 1; i >= 0; --i) reflectBy<Lanes>(i, x);
+}
+
+template <int Lanes>
+void ConstraintBasis::reflect(double* x) const
+{
+    for (int i = 0; i < constraints(); ++i) reflectBy<Lanes>(i, x);
 }
 
 template void ConstraintBasis::solve<kFewLanes>(double*) const;
 template void ConstraintBasis::solve<kManyLanes>(double*) const;
 template void ConstraintBasis::restore<kFewLanes>(double*) const;
 template void ConstraintBasis::restore<kManyLanes>(double*) const;
+template void ConstraintBasis::solveTransposed<kFewLanes>(double*) const;
+template void ConstraintBasis::solveTransposed<kManyLanes>(double*) const;
+template void ConstraintBasis::reflect<kFewLanes>(double*) const;
+template void ConstraintBasis::reflect<kManyLanes>(double*) const;
 
 }  // namespace knotwork

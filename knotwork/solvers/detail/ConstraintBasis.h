@@ -34,6 +34,11 @@ class ConstraintBasis {
     void solve(double* y) const;
     template <int Lanes>
     void restore(double* x) const;
+    /// The other way: y := T^-T y, and x := H^T x.
+    template <int Lanes>
+    void solveTransposed(double* y) const;
+    template <int Lanes>
+    void reflect(double* x) const;
 
   private:
     struct Entry {
@@ -62,6 +67,8 @@ class ConstraintBasis {
     static void load(WideRow& row, int first, const double* values, int count);
     static void clear(WideRow& row);
     void reflect(WideRow& row) const;
+    template <int Lanes>
+    void reflectBy(int i, double* x) const;
     void reduce(const WideRow& row);
     void listFreeColumns();
     double inverseNormOf(const std::vector<double>& rowScales) const;

@@ -50,7 +50,7 @@ void checkCurve()
     const DoubleVec t(9, 0.0, 0.125);
     const auto curve =
         knotwork::fitCurve(points, t, knotwork::BsplineBasis::uniform(2, 0.0, 1.0, 3));
-    check(curve.met(), "a fit through the host's records");
+    check(curve.fits(), "a fit through the host's records");
     check(hostCurvesAlive == 0, "which are released");
     nk_spline* record = curve.spline->NKLIB();
     check(hostCurvesAlive == 1 && record->degree == 2, "a record of the host's kernel");

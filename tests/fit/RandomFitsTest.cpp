@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: MIT
+#include "measures/RandomFits.h"
+
+#include <gtest/gtest.h>
+
+#include "measures/Verdicts.h"
+
+namespace {
+
+using knotwork_measures::Judgement;
+using knotwork_measures::VerdictTally;
+
+// Seeds whose first fits hold some that are not determined and hard to tell from those that are.
+constexpr std::uint64_t kCurveSeed = 4;
+constexpr std::uint64_t kSurfaceSeed = 23;
+constexpr double kRefusedShare = 0.005;  // of the fits that are well conditioned
+
+template <class Problem>
+void expectVerdictsToBeBelievable(std::uint64_t seed, int count,
+                                  Problem (*make)(std::uint64_t, std::uint64_t))
+{
+    VerdictTally tally;
+    for (int index = 0; index < count; ++index) {
+        const Problem problem = make(seed, static_cast<std::uint64_t>(index));
+        const Judgement judgement = judged(problem);
+        tally.add(judgement);
+        EXPECT_FALSE(judgement.answeredUndetermined())
+            << seed << "/" << index << ": " << described(problem);
+        EXPECT_FALSE(judgement.wrong()) << seed << "/" << index << ": " << described(problem)
+                                        << ", off by " << judgement.deviation.overall;
+    }
+    EXPECT_LT(tally.shareRefusedGood(), kRefusedShare) << tally.line();
+}
+
+TEST(RandomFitsTest, CurvesAnswerRightAndRefuseWithReason)
+{
+    expectVerdictsToBeBelievable(kCurveSeed, 1000, knotwork_measures::randomCurve);
+}
+
+TEST(RandomFitsTest, SurfacesAnswerRightAndRefuseWithReason)
+{
+    expectVerdictsToBeBelievable(kSurfaceSeed, 500, knotwork_measures::randomSurface);
+}
+
+}  // namespace

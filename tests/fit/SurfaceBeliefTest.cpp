@@ -1,0 +1,264 @@
+// SPDX-License-Identifier: MIT
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+#include <map>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "measures/FitOracle.h"
+#include "measures/Verdicts.h"
+#include "tests/support/CaseName.h"
+#include "tests/support/Dice.h"
+
+/// Whether the verdict on a surface can be believed.
+namespace {
+
+using knotwork::BsplineBasis;
+using knotwork::FitMethod;
+using knotwork::FittedSurface;
+using knotwork::FitVerdict;
+using knotwork::LineConstraint;
+using knotwork::SurfaceFitOptions;
+using knotwork_measures::Judgement;
+using knotwork_measures::SurfaceProblem;
+using Numbers = std::vector<double>;
+
+DoubleVec vectorOf(const Numbers& v)
+{
+    return DoubleVec(v.data(), static_cast<unsigned>(v.size()));
+}
+
+TtupleMatrix gridOf(const SurfaceProblem& p)
+{
+    return TtupleMatrix(p.dimension, static_cast<int>(p.uParameters.size()),
+                        static_cast<int>(p.vParameters.size()), vectorOf(p.points));
+}
+
+FittedSurface fitOf(const SurfaceProblem& p)
+{
+    SurfaceFitOptions options;
+    options.method = p.method;
+    options.acrossU = p.acrossU;
+    options.acrossV = p.acrossV;
+    return knotwork::fitSurface(gridOf(p), vectorOf(p.uParameters), vectorOf(p.vParameters), p.u,
+                                p.v, options);
+}
+
+/// Noise of two coordinates on 9 x 7 samples; cubic by quadratic, 3 x 2 spans.
+SurfaceProblem noisySheet()
+{
+    SurfaceProblem p;
+    p.u = BsplineBasis::uniform(3, 0, 8, 3);
+    p.v = BsplineBasis::uniform(2, 0, 6, 2);
+    p.dimension = 2;
+    knotwork_test::Dice dice(31);
+    for (int i = 0; i <= 8; ++i) p.uParameters.push_back(i);
+    for (int j = 0; j <= 6; ++j) p.vParameters.push_back(j);
+    for (int n = 0; n < 9 * 7 * 2; ++n) p.points.push_back(dice.unit());
+    return p;
+}
+
+/// Cubic in u, 8 spans, of which the last has nothing but a sample 2^-(k+1) behind its first knot.
+SurfaceProblem hardlyDetermined(int k)
+{
+    SurfaceProblem p;
+    p.u = BsplineBasis::uniform(3, 0, 8, 8);
+    p.v = BsplineBasis::uniform(1, 0, 1, 1);
+    for (int i = 0; i <= 35; ++i) p.uParameters.push_back(i / 5.0);
+    p.uParameters.push_back(7 + std::ldexp(0.5, -k));
+    p.vParameters = {0, 0.5, 1};
+    for (int n = 0; n < 37 * 3; ++n) p.points.push_back(std::cos(1.0 * n));
+    return p;
+}
+
+SurfaceProblem transposed(const SurfaceProblem& p)
+{
+    SurfaceProblem q = p;
+    std::swap(q.u, q.v);
+    std::swap(q.uParameters, q.vParameters);
+    std::swap(q.acrossU, q.acrossV);
+    const std::size_t rows = p.uParameters.size();
+    const std::size_t cols = p.vParameters.size();
+    const auto d = static_cast<std::size_t>(p.dimension);
+    for (std::size_t i = 0; i < rows; ++i)
+        for (std::size_t j = 0; j < cols; ++j)
+            for (std::size_t k = 0; k < d; ++k)
+                q.points[(i * cols + j) * d + k] = p.points[(j * rows + i) * d + k];
+    return q;
+}
+
+}  // namespace
+
+TEST(SurfaceBeliefTest, NearlyUndeterminedIsRefusedOrRight)
+{
+    std::map<FitVerdict, int> verdicts;
+    for (int k = 0; k < 30; ++k)
+        for (const SurfaceProblem& p : {hardlyDetermined(k), transposed(hardlyDetermined(k))}) {
+            const Judgement judgement = judged(p);
+            EXPECT_FALSE(judgement.wrong() || judgement.refusedGood())
+                << k << ": " << judgement.reason << " " << judgement.deviation.overall;
+            ++verdicts[fitOf(p).report.verdict];
+        }
+    EXPECT_GT(verdicts[FitVerdict::kFitted], 20);
+    EXPECT_GT(verdicts[FitVerdict::kInaccurate], 0);
+    EXPECT_GT(verdicts[FitVerdict::kUndetermined], 5);
+}
+
+/// Each direction is well enough off alone; the error of the first grows in the second.
+TEST(SurfaceBeliefTest, ErrorsOfOneDirectionCountInTheOther)
+{
+    SurfaceProblem p = hardlyDetermined(7);
+    p.v = p.u;
+    p.vParameters = p.uParameters;
+    p.points.clear();
+    for (int n = 0; n < 37 * 37; ++n) p.points.push_back(std::cos(1.0 * n * n));
+    const Judgement judgement = judged(p);
+    ASSERT_TRUE(judgement.answered) << judgement.reason;
+    EXPECT_GT(judgement.oracle.condition, 1e10);
+    EXPECT_LE(judgement.deviation.overall, 1e-9);
+}
+
+/// What is unmet in one number of one line only is unmet, whatever its sign.
+TEST(SurfaceBeliefTest, AnUnmetLineIsNeverMet)
+{
+    for (const bool turned : {false, true})
+        for (const int coordinate : {0, 1})
+            for (const double off : {-0.5, 0.5, -1e-8, 1e-12}) {
+                SCOPED_TRACE(testing::Message() << turned << coordinate << " " << off);
+                SurfaceProblem p = noisySheet();
+                const FittedSurface free = fitOf(p);
+                ASSERT_EQ(free.report.verdict, FitVerdict::kFitted);
+                LineConstraint line = {3.5, 0, {}};  // what the surface has there anyway
+                for (int j = 0; j <= 6; ++j)
+                    for (const double x : free.at(3.5, j)) line.values.push_back(x);
+                for (std::size_t j = 0; j <= 6; ++j)
+                    line.values[2 * j + static_cast<std::size_t>(coordinate)] += off;
+                p.acrossU = {line};
+                p.method = FitMethod::kQr;
+                const FittedSurface surface = fitOf(turned ? transposed(p) : p);
+                EXPECT_EQ(surface.report.verdict,
+                          std::fabs(off) < 1e-11 ? FitVerdict::kMet : FitVerdict::kCompromise);
+                EXPECT_NEAR(surface.report.constraintResidual, std::fabs(off),
+                            0.7 * std::fabs(off));
+            }
+}
+
+TEST(SurfaceBeliefTest, ParametersJustBeyondTheKnotsAreTheEnds)
+{
+    const SurfaceProblem exact = noisySheet();
+    SurfaceProblem p = exact;
+    p.uParameters[8] += 9 * 0x1p-50;  // of a range of 8, so 9 times eps of it
+    p.vParameters[0] = -7 * 0x1p-51;
+    p.acrossU = {{8 + 4 * 0x1p-49, 0, Numbers(14, 0.5)}};
+    SurfaceProblem same = exact;
+    same.acrossU = {{8, 0, Numbers(14, 0.5)}};
+    ASSERT_TRUE(fitOf(p).met()) << fitOf(p).report.reason;
+    EXPECT_EQ(fitOf(p).controlPoints, fitOf(same).controlPoints);
+}
+
+/// A held border of zeros leaves the inside open where it has no samples, and nearly so.
+TEST(SurfaceBeliefTest, HeldControlPointsLeaveNothingOpen)
+{
+    std::map<FitVerdict, int> verdicts;
+    for (int k = 0; k < 24; ++k) {
+        const SurfaceProblem p = hardlyDetermined(k);
+        IntGenMat mask(11, 2, 0);
+        mask(0, 0) = 1;
+        const FittedSurface surface =
+            knotwork::fitSurfaceAround(gridOf(p), vectorOf(p.uParameters), vectorOf(p.vParameters),
+                                       p.u, p.v, mask, TtupleMatrix(1, 11, 2, 0.5));
+        ++verdicts[surface.report.verdict];
+        if (!surface.fits()) continue;
+        // The other column of control points is that of the free fit.
+        const auto oracle = answerFor(p);
+        ASSERT_TRUE(oracle.determined);
+        const Numbers found(surface.controlPoints.begin() + 11, surface.controlPoints.end());
+        const Numbers expected(oracle.controlPoints.begin() + 11, oracle.controlPoints.end());
+        EXPECT_LE(knotwork_measures::deviationOf(found, expected, 1).overall, 1e-8) << k;
+    }
+    EXPECT_GT(verdicts[FitVerdict::kMet], 8);
+    EXPECT_GT(verdicts[FitVerdict::kUndetermined], 4);
+    EXPECT_EQ(verdicts[FitVerdict::kFitted], 0);
+}
+
+namespace {
+
+struct FaultCase {
+    const char* name;
+    std::function<void(SurfaceProblem& p)> change;
+    const char* reason;
+    friend void PrintTo(const FaultCase& c, std::ostream* os) { *os << c.name; }
+};
+
+class SurfaceFaultTest : public testing::TestWithParam<FaultCase> {};
+
+const double kNaN = std::nan("");
+
+}  // namespace
+
+TEST_P(SurfaceFaultTest, IsNamed)
+{
+    SurfaceProblem p = noisySheet();
+    GetParam().change(p);
+    const FittedSurface surface = fitOf(p);
+    EXPECT_EQ(surface.report.verdict, FitVerdict::kBadInput);
+    EXPECT_EQ(surface.report.reason, GetParam().reason);
+    EXPECT_TRUE(surface.controlPoints.empty() && surface.surface == nullptr);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Inputs, SurfaceFaultTest,
+    testing::Values(
+        FaultCase{"NoSamples", [](SurfaceProblem& p) { p.uParameters.clear(), p.points.clear(); },
+                  "there are no points"},
+        FaultCase{"FewerNumbers", [](SurfaceProblem& p) { p.points.pop_back(); },
+                  "there are fewer numbers than points"},
+        FaultCase{"PointNaN", [](SurfaceProblem& p) { p.points[5] = kNaN; },
+                  "a coordinate is no finite number"},
+        FaultCase{"NoBasisInU", [](SurfaceProblem& p) { p.u = BsplineBasis(); },
+                  "degree and knots do not make a basis in u"},
+        FaultCase{"NoBasisInV", [](SurfaceProblem& p) { p.v = BsplineBasis(); },
+                  "degree and knots do not make a basis in v"},
+        FaultCase{"ParameterBelow", [](SurfaceProblem& p) { p.uParameters[0] = -1e-9; },
+                  "parameter 0, -1e-09, lies outside the knots in u"},
+        FaultCase{"ParameterAbove", [](SurfaceProblem& p) { p.vParameters[6] = 6.5; },
+                  "parameter 6, 6.5, lies outside the knots in v"},
+        FaultCase{"ParameterInfinite", [](SurfaceProblem& p) { p.vParameters[2] = INFINITY; },
+                  "parameter 2 is no finite number in v"},
+        FaultCase{"LineBelow",
+                  [](SurfaceProblem& p) {
+                      p.acrossU = {{-0.5, 0, Numbers(14, 0.0)}};
+                  },
+                  "constraint 0, at -0.5, lies outside the knots in u"},
+        FaultCase{"LineAbove",
+                  [](SurfaceProblem& p) {
+                      p.acrossV = {{6, 0, Numbers(18, 0.0)}, {7, 0, Numbers(18, 0.0)}};
+                  },
+                  "constraint 1, at 7, lies outside the knots in v"},
+        FaultCase{"LineDerivative",
+                  [](SurfaceProblem& p) {
+                      p.acrossV = {{0, 3, Numbers(18, 0.0)}};
+                  },
+                  "constraint 0 asks for a derivative that the degree does not have in v"},
+        FaultCase{"LineLength",
+                  [](SurfaceProblem& p) {
+                      p.acrossU = {{0, 0, Numbers(18, 0.0)}};
+                  },
+                  "constraint 0 in u needs a point for each sample along its line"},
+        FaultCase{"LineNaN",
+                  [](SurfaceProblem& p) {
+                      p.acrossV = {{0, 0, Numbers(18, 0.0)}};
+                      p.acrossV[0].values[17] = kNaN;
+                  },
+                  "a value of constraint 0 in v is no finite number"},
+        FaultCase{"LineOverflows",
+                  [](SurfaceProblem& p) {
+                      p.u = BsplineBasis::uniform(3, 0, 8e200, 3);
+                      p.acrossU = {{0, 1, Numbers(14, 1e200)}};
+                  },
+                  "a constraint's value leaves the range of numbers"}),
+    knotwork_test::CaseName());
