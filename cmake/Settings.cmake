@@ -7,6 +7,13 @@ target_compile_options(knotwork_settings INTERFACE -ffp-contract=off)
 # A loop of a few instructions that straddles a cache line of the instruction stream can take twice its time.
 target_compile_options(knotwork_settings INTERFACE -falign-loops=32)
 target_compile_options(knotwork_settings INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
+# GCC makes statics of inline functions and templates, the standard library's own among them, one object for the whole
+# process, and the loader then keeps the library for good: a plug-in has to go when its host lets go of it.
+include(CheckCXXCompilerFlag)
+check_cxx_compiler_flag(-fno-gnu-unique KNOTWORK_HAS_NO_GNU_UNIQUE)
+if(KNOTWORK_HAS_NO_GNU_UNIQUE)
+    target_compile_options(knotwork_settings INTERFACE -fno-gnu-unique)
+endif()
 if(KNOTWORK_WARNINGS_AS_ERRORS)
     target_compile_options(knotwork_settings INTERFACE -Werror)
 endif()

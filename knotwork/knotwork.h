@@ -60,6 +60,7 @@
 #include "knotwork/fit/FitReport.h"
 #include "knotwork/fit/KernelBuild.h"
 #include "knotwork/fit/Parameters.h"
+#include "knotwork/fit/Refine.h"
 #include "knotwork/fit/SurfaceFit.h"
 #include "knotwork/fit/SurfaceMesh.h"
 #include "knotwork/fit/SurfacePicture.h"

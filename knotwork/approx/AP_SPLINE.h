@@ -64,8 +64,9 @@ class KNOTWORK_EXPORT AP_SPLINE : public AP_GEOMETRIC {
     void eval(double t, int k, ...) const;
 
     /// Knot t r times behind the last knot not above it; returns the first one's index. The box
-    /// stays as it is: intended, no point leaves the hull. See KnotTable for r > 1 and for a t
-    /// outside the range.
+    /// stays as it is: intended, no point leaves the hull. The shape is kept for r = 1 and changes
+    /// for more, by as much as the control points differ there: intended, the points are moved as
+    /// for one knot. knotwork::refine keeps it. See KnotTable for a t outside the range.
     int insert(double t, int r);
 
     void print(std::FILE* file) const;

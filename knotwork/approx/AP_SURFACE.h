@@ -68,8 +68,10 @@ class KNOTWORK_EXPORT AP_SURFACE : public AP_GEOMETRIC {
     /// Point and unit normal Su x Sv. Where the partials are parallel the normal is NaN: intended.
     void normal(double u, double v, double* P, double* N) const;
 
-    int uinsert(double t, int r);  ///< AP_SPLINE::insert on every row of constant v
-    int vinsert(double t, int r);  ///< AP_SPLINE::insert on every column of constant u
+    /// AP_SPLINE::insert on every row of constant v, or on every column of constant u: the shape is
+    /// kept for r = 1 and changes for more, which knotwork::refine does not.
+    int uinsert(double t, int r);
+    int vinsert(double t, int r);
 
     void print(std::FILE* file) const;
 

@@ -38,8 +38,7 @@ DoubleGenFact& DoubleGenFact::operator=(const DoubleGenFact& f)
 
 void DoubleGenFact::factor(const DoubleGenMat& a, int estimateCondition)
 {
-    if (knotwork::completed([&] { lu_.reference(a.copy()); }, [&] { forget(); }))
-        dofactor(estimateCondition);
+    if (knotwork::completed([&] { hold(a); }, [&] { forget(); })) dofactor(estimateCondition);
 }
 
 void DoubleGenFact::dofactor(int estimateCondition)

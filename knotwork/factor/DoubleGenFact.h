@@ -53,6 +53,12 @@ class KNOTWORK_EXPORT DoubleGenFact {
     /// and det[1], job 1 the inverse into lu's storage. The last argument is not used.
     void calldi(const DoubleGenMat& lu, int job, double* det, int* unused) const;
 
+    /// For a class with a step of its own, which needs what those two work on. All are views; what
+    /// dofactor() is to factor is put in place with hold(), which copies it.
+    void hold(const DoubleGenMat& a) { lu_.reference(a.copy()); }
+    DoubleGenMat factored() const { return lu_; }  ///< L below the diagonal, U on and above it
+    IntVec pivots() const { return pivots_; }      ///< as the kernels have them: 1-based
+
   private:
     void makeFactorsPrivate(unsigned n);
     void runKernel(int estimateCondition);

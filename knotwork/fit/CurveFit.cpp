@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdint>
 #include <limits>
 #include <new>
 #include <utility>
@@ -15,6 +14,7 @@
 #include "knotwork/fit/KernelBuild.h"
 #include "knotwork/fit/SampleRows.h"
 #include "knotwork/fit/SolverOpinion.h"
+#include "knotwork/fit/WithinMemory.h"
 #include "knotwork/fit/WorkMeter.h"
 
 namespace knotwork {
@@ -206,21 +206,6 @@ void solveProblem(const CurveProblem& problem, const Task& task, WorkMeter& work
     handOut(problem, task.hasSamples(), curve);
 }
 
-/// Whether what grows with the unknowns finds room. What the curve object is made through ends the
-/// process when memory runs out, so it is tried here first.
-bool fitsIntoMemory(const BsplineBasis& basis, int dimension)
-{
-    constexpr std::uint64_t kMost = std::numeric_limits<int>::max();
-    const auto cols = static_cast<std::uint64_t>(basis.count());
-    const auto d = static_cast<std::uint64_t>(dimension);
-    const auto width = static_cast<std::uint64_t>(basis.degree()) + 1;
-    if (cols * d > kMost) return false;
-    const std::uint64_t perUnknown = 3 * width * (width + d) + 16 * d;
-    void* room = ::operator new(cols* perUnknown * sizeof(double), std::nothrow);
-    ::operator delete(room);
-    return room != nullptr;
-}
-
 void start(const BsplineBasis& basis, int dimension, const Task& task, FittedCurve& curve)
 {
     CurveFitReport& report = curve.report;
@@ -230,36 +215,29 @@ void start(const BsplineBasis& basis, int dimension, const Task& task, FittedCur
     report.unknowns = basis.count();
     report.constraints = static_cast<int>(task.constraints.size());
     report.zero = task.options.zero;
+    // What the curve object is made through counts in ints.
+    if (static_cast<double>(basis.count()) * dimension > std::numeric_limits<int>::max())
+        throw std::bad_alloc();
 }
 
-/// Whether there are equations enough; counts them.
-bool countsSuffice(long long samples, FittedCurve& curve)
+/// Whether there are samples, with weights, and equations enough; counts them.
+bool countsSuffice(const CurveState& state, FittedCurve& curve)
 {
+    constexpr long long kMost = std::numeric_limits<int>::max();
     CurveFitReport& report = curve.report;
-    report.dataPoints =
-        static_cast<int>(std::min<long long>(samples, std::numeric_limits<int>::max()));
-    const long long equations = samples + report.constraints;
-    if (samples >= 1 && equations >= report.unknowns) return true;
-    if (samples < 1)
+    report.dataPoints = static_cast<int>(std::min(state.rows(), kMost));
+    const long long equations = state.rows() + report.constraints;
+    if (state.rows() < 1)
         refuse(curve, FitVerdict::kBadInput, "there are no points");
-    else
+    else if (state.weights() == 0.0)
+        refuse(curve, FitVerdict::kBadInput, "all weights are 0");
+    else if (equations < report.unknowns)
         refuse(curve, FitVerdict::kUndetermined,
                std::to_string(report.unknowns) + " unknowns are more than " +
                    std::to_string(equations) + " equations can fix");
+    else
+        return true;
     return false;
-}
-
-template <class Fit>
-void withinMemory(FittedCurve& curve, Fit fit)
-{
-    constexpr const char* kNoRoom = "the system does not fit into memory";
-    if (!fitsIntoMemory(curve.basis, curve.dimension))
-        return refuse(curve, FitVerdict::kTooLarge, kNoRoom);
-    try {
-        fit();
-    } catch (const std::bad_alloc&) {
-        refuse(curve, FitVerdict::kTooLarge, kNoRoom);
-    }
 }
 
 /// Compresses the samples and solves. count: how many there will be, as far as that is known.
@@ -267,23 +245,39 @@ void fitSamples(const BsplineBasis& basis, int dimension, const Task& task, doub
                 FittedCurve& curve)
 {
     start(basis, dimension, task, curve);
-    withinMemory(curve, [&] {
-        WorkMeter work(task.options.progress,
-                       (kCompressionCost + kPassCost) * count + kSolutionCost * basis.count());
-        CurveState state(basis, dimension);
-        std::string fault;
-        task.reader([&](const SampleStretch& stretch) {
-            if (fault.empty())
-                fault = state.add(stretch, [&work](int n) { work.add(kCompressionCost * n); });
-        });
-        if (!fault.empty())
-            refuse(curve, FitVerdict::kBadInput, fault);
-        else if (state.rows() > 0 && state.weights() == 0.0)
-            refuse(curve, FitVerdict::kBadInput, "all weights are 0");
-        else if (countsSuffice(state.rows(), curve))
-            solveProblem(CurveProblem(state, task.constraints), task, work, curve);
-        work.finish();
+    WorkMeter work(task.options.progress,
+                   (kCompressionCost + kPassCost) * count + kSolutionCost * basis.count());
+    CurveState state(basis, dimension);
+    std::string fault;
+    task.reader([&](const SampleStretch& stretch) {
+        if (fault.empty())
+            fault = state.add(stretch, [&work](int n) { work.add(kCompressionCost * n); });
     });
+    if (!fault.empty())
+        refuse(curve, FitVerdict::kBadInput, fault);
+    else if (countsSuffice(state, curve))
+        solveProblem(CurveProblem(state, task.constraints), task, work, curve);
+    work.finish();
+}
+
+/// A fit with its request checked; lack of memory is a verdict.
+template <class Fault, class Fit>
+FittedCurve checkedFit(const CurveFitOptions& options, Fault fault, Fit fit)
+{
+    FittedCurve curve;
+    curve.report.method = options.method;
+    withinMemory(
+        curve.report,
+        [&] {
+            const std::string found = fault();
+            if (!found.empty()) return refuse(curve, FitVerdict::kBadInput, found);
+            fit(curve);
+        },
+        [&curve] {
+            curve.controlPoints.clear();
+            curve.spline.reset();
+        });
+    return curve;
 }
 
 const double* contiguousOr(const DoubleVec& v, std::vector<double>& copy)
@@ -299,70 +293,51 @@ FittedCurve fitCurve(const TtupleVector& points, const DoubleVec& parameters,
                      const BsplineBasis& basis, const std::vector<CurveConstraint>& constraints,
                      const CurveFitOptions& options)
 {
-    FittedCurve curve;
-    std::string fault = arrayFault(points, parameters, options.weights);
-    if (fault.empty()) fault = requestFault(points.size(), basis, constraints, options);
-    curve.report.method = options.method;
-    if (!fault.empty()) {
-        refuse(curve, FitVerdict::kBadInput, fault);
-        return curve;
-    }
-    std::vector<double> copies[3];
-    SampleStretch all = {points.points(), nullptr, nullptr, nullptr};
-    try {
-        all.parameters = contiguousOr(parameters, copies[0]);
-        all.points = contiguousOr(points.numbers(), copies[1]);
+    const auto fault = [&] {
+        const std::string found = arrayFault(points, parameters, options.weights);
+        return found.empty() ? requestFault(points.size(), basis, constraints, options) : found;
+    };
+    return checkedFit(options, fault, [&](FittedCurve& curve) {
+        std::vector<double> copies[3];
+        SampleStretch all = {points.points(), contiguousOr(parameters, copies[0]),
+                             contiguousOr(points.numbers(), copies[1]), nullptr};
         if (options.weights.length() > 0) all.weights = contiguousOr(options.weights, copies[2]);
-    } catch (const std::bad_alloc&) {
-        refuse(curve, FitVerdict::kTooLarge, "the system does not fit into memory");
-        return curve;
-    }
-    const SampleReader reader = [&all](const auto& take) { take(all); };
-    fitSamples(basis, points.size(), {reader, constraints, options}, all.count, curve);
-    return curve;
+        const SampleReader reader = [&all](const auto& take) { take(all); };
+        fitSamples(basis, points.size(), {reader, constraints, options}, all.count, curve);
+    });
 }
 
 FittedCurve fitCurve(const SampleReader& reader, int dimension, const BsplineBasis& basis,
                      const std::vector<CurveConstraint>& constraints,
                      const CurveFitOptions& options)
 {
-    FittedCurve curve;
-    curve.report.method = options.method;
-    std::string fault = requestFault(dimension, basis, constraints, options);
-    if (reader == nullptr) fault = "there are no points";
-    if (options.weights.length() > 0) fault = "weights come with the samples";
-    if (fault.empty())
+    const auto fault = [&]() -> std::string {
+        if (reader == nullptr) return "there are no points";
+        if (options.weights.length() > 0) return "weights come with the samples";
+        return requestFault(dimension, basis, constraints, options);
+    };
+    return checkedFit(options, fault, [&](FittedCurve& curve) {
         fitSamples(basis, dimension, {reader, constraints, options}, 0.0, curve);
-    else
-        refuse(curve, FitVerdict::kBadInput, fault);
-    return curve;
+    });
 }
 
 FittedCurve fitCurve(const CurveAccumulator& gathered,
                      const std::vector<CurveConstraint>& constraints,
                      const CurveFitOptions& options)
 {
-    FittedCurve curve;
-    curve.report.method = options.method;
-    std::string fault = requestFault(gathered.dimension(), gathered.basis(), constraints, options);
-    if (options.weights.length() > 0) fault = "weights come with the samples";
-    if (!fault.empty()) {
-        refuse(curve, FitVerdict::kBadInput, fault);
-        return curve;
-    }
-    const CurveState& state = gathered.state();
-    const SampleReader none;
-    const Task task = {none, constraints, options};
-    start(gathered.basis(), gathered.dimension(), task, curve);
-    if (state.rows() > 0 && state.weights() == 0.0)
-        refuse(curve, FitVerdict::kBadInput, "all weights are 0");
-    else if (countsSuffice(state.rows(), curve))
-        withinMemory(curve, [&] {
-            WorkMeter work(options.progress, kSolutionCost * curve.report.unknowns);
-            solveProblem(CurveProblem(state, constraints), task, work, curve);
-            work.finish();
-        });
-    return curve;
+    const auto fault = [&]() -> std::string {
+        if (options.weights.length() > 0) return "weights come with the samples";
+        return requestFault(gathered.dimension(), gathered.basis(), constraints, options);
+    };
+    return checkedFit(options, fault, [&](FittedCurve& curve) {
+        const SampleReader none;
+        const Task task = {none, constraints, options};
+        start(gathered.basis(), gathered.dimension(), task, curve);
+        if (!countsSuffice(gathered.state(), curve)) return;
+        WorkMeter work(options.progress, kSolutionCost * curve.report.unknowns);
+        solveProblem(CurveProblem(gathered.state(), constraints), task, work, curve);
+        work.finish();
+    });
 }
 
 std::vector<double> FittedCurve::at(double t, int derivative) const

@@ -2,9 +2,9 @@
 #include "knotwork/fit/CurvePicture.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <ostream>
 
+#include "knotwork/fit/NumberText.h"
 #include "knotwork/fit/SvgPlot.h"
 
 namespace knotwork {
@@ -88,14 +88,11 @@ std::vector<PlotPoint> placedData(const CurveView& view, const TtupleVector& poi
 
 std::string figures(const CurveFitReport& report)
 {
-    char text[200];
-    std::snprintf(text, sizeof text,
-                  "%d points, %d control points, %d %s equations: RMS %.3g, largest residual %.3g, "
-                  "constraint residual %.2g",
-                  report.dataPoints, report.unknowns, report.constraints,
-                  report.verdict == FitVerdict::kCompromise ? "fitted" : "exact", report.rms,
-                  report.maxResidual, report.constraintResidual);
-    return text;
+    return std::to_string(report.dataPoints) + " points, " + std::to_string(report.unknowns) +
+           " control points, " + std::to_string(report.constraints) +
+           (report.verdict == FitVerdict::kCompromise ? " fitted" : " exact") + " equations: RMS " +
+           generalText(report.rms, 3) + ", largest residual " + generalText(report.maxResidual, 3) +
+           ", constraint residual " + generalText(report.constraintResidual, 2);
 }
 
 void drawConstraints(SvgPlot& plot, const CurveView& view,

@@ -25,15 +25,6 @@ std::unique_ptr<TsolveConstrainedLsq> makeSolver(FitMethod method, TsolverReport
     return std::make_unique<Thouseholder>(reporter, tolerance, 0, false);
 }
 
-/// The arrays end the process where memory runs out, so it is tried here first.
-void requireRoom(std::uint64_t rows, std::uint64_t cols)
-{
-    constexpr std::uint64_t kMatrices = 4;  // the system's, and what the solver makes of it
-    const std::uint64_t numbers = rows * cols;
-    if (numbers > std::numeric_limits<unsigned>::max()) throw std::bad_alloc();
-    ::operator delete(::operator new(kMatrices* numbers * sizeof(double)));
-}
-
 /// The data rows as a triangle, the constraint rows behind them. factor: of the latter.
 DoubleGenMat denseSystem(const BandTriangle& triangle, const std::vector<ConstraintRow>& rows,
                          double factor)
@@ -59,8 +50,8 @@ SolverOpinion askSolver(const CurveProblem& problem, FitMethod method, double ze
     const int cols = gathered.cols();
     const int d = gathered.rhsWidth();
     const int constraints = static_cast<int>(problem.constraintRows().size());
-    requireRoom(static_cast<std::uint64_t>(cols) + static_cast<std::uint64_t>(constraints),
-                static_cast<std::uint64_t>(cols));
+    if ((static_cast<double>(cols) + constraints) * cols > std::numeric_limits<int>::max())
+        throw std::bad_alloc();
     RowStream stream(cols, d);
     for (int span = 0; span < gathered.spans(); ++span)
         for (int i = 0; i < gathered.width(); ++i)

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdint>
 #include <limits>
 #include <memory>
 #include <new>
@@ -17,6 +16,7 @@
 #include "knotwork/fit/Numbers.h"
 #include "knotwork/fit/ResidualTally.h"
 #include "knotwork/fit/ScaledSurface.h"
+#include "knotwork/fit/WithinMemory.h"
 
 namespace knotwork {
 
@@ -147,36 +147,14 @@ bool determined(const char* name, const BandFit& fit, int lines, const BsplineBa
     return false;
 }
 
-/// Whether samples, grids of unknowns and what they are made into find room. What the surface
-/// object is made through ends the process when memory runs out, so it is tried here first.
-bool fitsIntoMemory(const SurfaceData& data, const SurfaceFitOptions& options)
+/// The arrays of samples and control points count in ints.
+void requireCounts(const SurfaceData& data, const SurfaceFitOptions& options)
 {
-    constexpr std::uint64_t kMost = std::numeric_limits<int>::max();
-    const auto count = [](std::size_t n) { return static_cast<std::uint64_t>(n); };
-    const auto of = [](int n) { return static_cast<std::uint64_t>(n); };
-    const std::uint64_t rows = of(data.points.rows()) + count(options.acrossU.size());
-    const std::uint64_t cols = of(data.points.cols()) + count(options.acrossV.size());
-    const std::uint64_t d = of(data.points.size());
-    const std::uint64_t u = of(data.u.count());
-    const std::uint64_t v = of(data.v.count());
-    if (std::max(rows, u) * std::max(cols, v) * d > kMost) return false;
-    const std::uint64_t numbers = d * (rows * cols + 7 * rows * v + 8 * u * v);
-    void* room = ::operator new(numbers * sizeof(double), std::nothrow);
-    ::operator delete(room);
-    return room != nullptr;
-}
-
-template <class Fit>
-void withinMemory(const SurfaceData& data, const SurfaceFitOptions& options, FittedSurface& fitted,
-                  Fit fit)
-{
-    constexpr const char* kNoRoom = "the system does not fit into memory";
-    if (!fitsIntoMemory(data, options)) return refuse(fitted, FitVerdict::kTooLarge, kNoRoom);
-    try {
-        fit();
-    } catch (const std::bad_alloc&) {
-        refuse(fitted, FitVerdict::kTooLarge, kNoRoom);
-    }
+    const double rows = std::max(data.points.rows() + static_cast<double>(options.acrossU.size()),
+                                 static_cast<double>(data.u.count()));
+    const double cols = std::max(data.points.cols() + static_cast<double>(options.acrossV.size()),
+                                 static_cast<double>(data.v.count()));
+    if (rows * cols * data.points.size() > std::numeric_limits<int>::max()) throw std::bad_alloc();
 }
 
 void start(const SurfaceData& data, const SurfaceFitOptions& options, FittedSurface& fitted)
@@ -405,6 +383,29 @@ std::pair<int, int> endsOf(const DoubleVec& parameters)
     return {minIndex(parameters), maxIndex(parameters)};
 }
 
+/// A fit with its request checked; lack of memory is a verdict.
+template <class Fault, class Fit>
+FittedSurface checkedFit(const SurfaceData& data, const SurfaceFitOptions& options, Fault fault,
+                         Fit fit)
+{
+    FittedSurface fitted;
+    fitted.report.method = options.method;
+    withinMemory(
+        fitted.report,
+        [&] {
+            const std::string found = fault();
+            if (!found.empty()) return refuse(fitted, FitVerdict::kBadInput, found);
+            requireCounts(data, options);
+            start(data, options, fitted);
+            fit(fitted);
+        },
+        [&fitted] {
+            fitted.controlPoints.clear();
+            fitted.surface.reset();
+        });
+    return fitted;
+}
+
 }  // namespace
 
 std::vector<LineConstraint> endLinesInU(const TtupleMatrix& points, const DoubleVec& uParameters)
@@ -431,15 +432,9 @@ FittedSurface fitSurface(const TtupleMatrix& points, const DoubleVec& uParameter
                          const SurfaceFitOptions& options)
 {
     const SurfaceData data{points, uParameters, vParameters, u, v};
-    const std::string fault = inputFault(data, options);
-    FittedSurface fitted;
-    if (!fault.empty()) {
-        refuse(fitted, FitVerdict::kBadInput, fault);
-        return fitted;
-    }
-    start(data, options, fitted);
-    withinMemory(data, options, fitted, [&] { fitFreely(data, options, fitted); });
-    return fitted;
+    return checkedFit(
+        data, options, [&] { return inputFault(data, options); },
+        [&](FittedSurface& fitted) { fitFreely(data, options, fitted); });
 }
 
 FittedSurface fitSurfaceAround(const TtupleMatrix& points, const DoubleVec& uParameters,
@@ -448,18 +443,15 @@ FittedSurface fitSurfaceAround(const TtupleMatrix& points, const DoubleVec& uPar
                                const TtupleMatrix& held, const SurfaceFitOptions& options)
 {
     const SurfaceData data{points, uParameters, vParameters, u, v};
-    std::string fault = inputFault(data, options);
-    if (fault.empty()) fault = maskFault(data, mask, held);
-    if (fault.empty() && !(options.acrossU.empty() && options.acrossV.empty()))
-        fault = "lines of constraints and given control points do not go together";
-    FittedSurface fitted;
-    if (!fault.empty()) {
-        refuse(fitted, FitVerdict::kBadInput, fault);
-        return fitted;
-    }
-    start(data, options, fitted);
-    withinMemory(data, options, fitted, [&] { fitAround(data, mask, held, fitted); });
-    return fitted;
+    const auto fault = [&] {
+        std::string found = inputFault(data, options);
+        if (found.empty()) found = maskFault(data, mask, held);
+        if (found.empty() && !(options.acrossU.empty() && options.acrossV.empty()))
+            found = "lines of constraints and given control points do not go together";
+        return found;
+    };
+    return checkedFit(data, options, fault,
+                      [&](FittedSurface& fitted) { fitAround(data, mask, held, fitted); });
 }
 
 std::vector<double> FittedSurface::at(double atU, double atV, int derivativeU,

@@ -4,11 +4,13 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdio>
+#include <cstdlib>
 #include <ostream>
+#include <string>
 
 #include "knotwork/approx/AP_EVAL_NORM_CONST_PARM.h"
 #include "knotwork/fit/KernelBuild.h"
+#include "knotwork/fit/NumberText.h"
 
 namespace knotwork {
 
@@ -39,6 +41,18 @@ std::vector<double> netInSpace(const FittedSurface& surface)
             net.insert(net.end(), point.begin(), point.end());
         }
     return net;
+}
+
+/// The power of two that brings a net to unit size, when fourth powers of its numbers, as they are
+/// in the lengths of normals, would come near the ends of the doubles; 0 otherwise.
+int farExponent(const std::vector<double>& net)
+{
+    constexpr int kNear = 100;
+    double largest = 0.0;
+    for (const double x : net) largest = std::max(largest, std::fabs(x));
+    if (!(largest > 0.0) || !std::isfinite(largest)) return 0;
+    const int exponent = std::ilogb(largest);
+    return std::abs(exponent) > kNear ? exponent : 0;
 }
 
 std::vector<double> meshLines(const BsplineBasis& basis, int stepsPerSpan)
@@ -141,25 +155,35 @@ void lendNormals(Mesh& mesh, std::vector<char> defined)
 
 void writeTriple(std::ostream& os, const char* what, const Point3& p)
 {
-    char text[100];
-    std::snprintf(text, sizeof text, "%s %.9g %.9g %.9g\n", what, p[0] + 0.0, p[1] + 0.0,
-                  p[2] + 0.0);  // + 0.0: no -0
-    os << text;
+    std::string text = what;
+    for (const double x : p) {
+        text += ' ';
+        appendGeneral(text, x + 0.0, 9);  // + 0.0: no -0
+    }
+    os << text << '\n';
 }
 
 void writeTriangle(std::ostream& os, const Mesh& mesh, std::size_t a, std::size_t b, std::size_t c)
 {
     const auto point = [&mesh](std::size_t k) { return mesh.vertices[k].point; };
     if (point(a) == point(b) || point(b) == point(c) || point(c) == point(a)) return;
-    os << 'f';
-    for (const std::size_t k : {a, b, c}) os << ' ' << k + 1 << "//" << k + 1;
-    os << '\n';
+    std::string text = "f";
+    for (const std::size_t k : {a, b, c}) {
+        appendWhole(text += ' ', k + 1);
+        appendWhole(text += "//", k + 1);
+    }
+    os << text << '\n';
 }
 
-void writeMesh(std::ostream& os, const Mesh& mesh)
+void writeMesh(std::ostream& os, const Mesh& mesh, int exponent)
 {
-    os << "# " << mesh.u.size() << " x " << mesh.v.size() << " vertices\n";
-    for (const Vertex& vertex : mesh.vertices) writeTriple(os, "v", vertex.point);
+    const auto grown = [exponent](double x) { return std::ldexp(x, exponent); };
+    os << "# " << std::to_string(mesh.u.size()) << " x " << std::to_string(mesh.v.size())
+       << " vertices\n";
+    for (const Vertex& vertex : mesh.vertices) {
+        const Point3& p = vertex.point;
+        writeTriple(os, "v", {grown(p[0]), grown(p[1]), grown(p[2])});
+    }
     for (const Vertex& vertex : mesh.vertices) writeTriple(os, "vn", vertex.normal);
     for (std::size_t j = 0; j + 1 < mesh.v.size(); ++j)
         for (std::size_t i = 0; i + 1 < mesh.u.size(); ++i) {
@@ -171,16 +195,29 @@ void writeMesh(std::ostream& os, const Mesh& mesh)
 
 }  // namespace
 
+std::uint64_t meshVertices(const BsplineBasis& u, const BsplineBasis& v, int stepsPerSpan)
+{
+    const auto lines = [stepsPerSpan](const BsplineBasis& basis) {
+        const std::uint64_t spans = basis.breakpoints().size() - 1;
+        return spans * static_cast<std::uint64_t>(std::max(stepsPerSpan, 1)) + 1;
+    };
+    return lines(u) * lines(v);
+}
+
 void writeSurfaceObj(std::ostream& os, const FittedSurface& surface, int stepsPerSpan)
 {
     if (!surface.fits() || surface.surface == nullptr) return;
-    const auto inSpace = makeSurface(surface.u, surface.v, 3, netInSpace(surface));
+    if (meshVertices(surface.u, surface.v, stepsPerSpan) > kMostMeshVertices) return;
+    std::vector<double> net = netInSpace(surface);
+    const int exponent = farExponent(net);
+    for (double& x : net) x = std::ldexp(x, -exponent);
+    const auto inSpace = makeSurface(surface.u, surface.v, 3, net);
     if (inSpace == nullptr) return;
     const int steps = std::max(stepsPerSpan, 1);
     Mesh mesh{meshLines(surface.u, steps), meshLines(surface.v, steps), {}};
     sampleVertices(mesh, *inSpace);
     lendNormals(mesh, definedNormals(mesh));
-    writeMesh(os, mesh);
+    writeMesh(os, mesh, exponent);
 }
 
 }  // namespace knotwork

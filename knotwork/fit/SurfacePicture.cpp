@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "knotwork/fit/SurfacePicture.h"
 
-#include <cstdio>
-
+#include "knotwork/fit/NumberText.h"
 #include "knotwork/fit/ResidualMap.h"
 #include "knotwork/fit/SurfaceView.h"
 
@@ -19,14 +18,12 @@ constexpr PlotFrame kMapRoom{780.0, 90.0, kWidth - 20.0, 550.0};
 std::string figures(const FittedSurface& surface)
 {
     const SurfaceFitReport& r = surface.report;
-    char text[300];
-    std::snprintf(text, sizeof text,
-                  "%d points, %d x %d control points, %d %s equations: RMS %.3g, "
-                  "largest residual %.3g at (%.5g, %.5g), constraint residual %.2g",
-                  r.dataPoints, surface.u.count(), surface.v.count(), r.constraints,
-                  r.verdict == FitVerdict::kCompromise ? "fitted" : "exact", r.rms, r.maxResidual,
-                  r.maxResidualAtU, r.maxResidualAtV, r.constraintResidual);
-    return text;
+    return std::to_string(r.dataPoints) + " points, " + std::to_string(surface.u.count()) + " x " +
+           std::to_string(surface.v.count()) + " control points, " + std::to_string(r.constraints) +
+           (r.verdict == FitVerdict::kCompromise ? " fitted" : " exact") + " equations: RMS " +
+           generalText(r.rms, 3) + ", largest residual " + generalText(r.maxResidual, 3) + " at (" +
+           generalText(r.maxResidualAtU, 5) + ", " + generalText(r.maxResidualAtV, 5) +
+           "), constraint residual " + generalText(r.constraintResidual, 2);
 }
 
 }  // namespace

@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "knotwork/fit/NumberText.h"
+
 namespace knotwork {
 
 namespace {
@@ -69,16 +71,12 @@ std::string step(char command, long x, long y)
 
 std::string pixels(double value)
 {
-    char digits[32];
-    std::snprintf(digits, sizeof digits, "%.2f", value);
-    return digits;
+    return fixedText(value, 2);
 }
 
 std::string number(double value)
 {
-    char digits[32];
-    std::snprintf(digits, sizeof digits, "%.6g", value);
-    return digits;
+    return generalText(value, 6);
 }
 
 std::string colour(const double (&rgb)[3])
@@ -117,8 +115,10 @@ std::string shortRectangle(PlotPoint corner, PlotPoint opposite)
 
 SvgCanvas::SvgCanvas(std::ostream& os, double width, double height) : os_(os)
 {
-    os_ << "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" << width << "\" height=\"" << height
-        << "\" viewBox=\"0 0 " << width << ' ' << height
+    const std::string across = number(width);
+    const std::string down = number(height);
+    os_ << "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" << across << "\" height=\"" << down
+        << "\" viewBox=\"0 0 " << across << ' ' << down
         << "\" font-family=\"sans-serif\" fill=\"none\">\n"
         << "<rect width=\"100%\" height=\"100%\" fill=\"#ffffff\"/>\n";
 }
@@ -137,7 +137,7 @@ void SvgCanvas::title(double x, const std::string& words, const std::string& sub
 void SvgCanvas::text(PlotPoint at, const char* anchor, int size, const std::string& words)
 {
     os_ << "<text x=\"" << pixels(at.x) << "\" y=\"" << pixels(at.y) << "\" text-anchor=\""
-        << anchor << "\" font-size=\"" << size << "\" fill=\"#333333\">" << escaped(words)
+        << anchor << "\" font-size=\"" << number(size) << "\" fill=\"#333333\">" << escaped(words)
         << "</text>\n";
 }
 

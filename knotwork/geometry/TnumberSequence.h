@@ -19,7 +19,7 @@ class KNOTWORK_EXPORT TnumberSequence {
   public:
     TnumberSequence() = default;
     TnumberSequence(const TnumberSequence& other);  ///< a private copy
-    explicit TnumberSequence(const DoubleVec& v);   ///< a private copy, sorted
+    TnumberSequence(const DoubleVec& v);            ///< a private copy, sorted
     /// n numbers from start on by repeated addition, so rounding accumulates; none for n < 0.
     TnumberSequence(double start, double step, int n);
 

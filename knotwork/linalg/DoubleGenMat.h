@@ -3,6 +3,7 @@
 
 #include "knotwork/linalg/DoubleVec.h"
 #include "knotwork/linalg/IntVec.h"
+#include "knotwork/linalg/detail/FreeFunctions.h"
 #include "knotwork/linalg/detail/GenMatCore.h"
 
 class DoubleGenMatPick;
@@ -40,6 +41,9 @@ class KNOTWORK_EXPORT DoubleGenMat
   private:
     static DoubleGenMat atan2Of(const DoubleGenMat& y, const DoubleGenMat& x);
 };
+
+KNOTWORK_MATRIX_FUNCTIONS(DoubleGenMat, DoubleVec)
+DoubleGenMat atan2(const DoubleGenMat& y, const DoubleGenMat& x);
 
 extern template class knotwork::MatCore<DoubleGenMat, DoubleVec>;
 extern template class knotwork::GenMatCore<DoubleGenMat, DoubleVec, DoubleGenMatPick>;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "knotwork/linalg/detail/FreeFunctions.h"
 #include "knotwork/linalg/detail/PackedMatCore.h"
 
 class DoubleUpperTriMat;
@@ -46,6 +47,8 @@ class KNOTWORK_EXPORT DoubleLowerTriMat : public knotwork::TriMatCore<DoubleLowe
     static bool stores(int i, int j) { return i >= j; }
     static std::ptrdiff_t packedIndex(int i, int j) { return inRun(i, j); }
 };
+
+KNOTWORK_PACKED_FUNCTIONS(DoubleLowerTriMat, DoubleUpperTriMat)
 
 extern template class knotwork::MatCore<DoubleLowerTriMat, DoubleVec>;
 extern template class knotwork::PackedMatCore<DoubleLowerTriMat>;

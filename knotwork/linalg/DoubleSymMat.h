@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "knotwork/linalg/detail/FreeFunctions.h"
 #include "knotwork/linalg/detail/PackedMatCore.h"
 
 /// Symmetric matrix of double: elements (i, j) and (j, i) are one cell, in run max(i, j) at
@@ -55,6 +56,8 @@ class KNOTWORK_EXPORT DoubleSymMat : public knotwork::PackedMatCore<DoubleSymMat
         return inRun(std::max(i, j), std::min(i, j));
     }
 };
+
+KNOTWORK_PACKED_FUNCTIONS(DoubleSymMat, DoubleSymMat)
 
 extern template class knotwork::MatCore<DoubleSymMat, DoubleVec>;
 extern template class knotwork::PackedMatCore<DoubleSymMat>;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "knotwork/linalg/detail/FreeFunctions.h"
 #include "knotwork/linalg/detail/PackedMatCore.h"
 
 class DoubleLowerTriMat;
@@ -43,6 +44,8 @@ class KNOTWORK_EXPORT DoubleUpperTriMat : public knotwork::TriMatCore<DoubleUppe
     static bool stores(int i, int j) { return i <= j; }
     static std::ptrdiff_t packedIndex(int i, int j) { return inRun(j, i); }
 };
+
+KNOTWORK_PACKED_FUNCTIONS(DoubleUpperTriMat, DoubleLowerTriMat)
 
 extern template class knotwork::MatCore<DoubleUpperTriMat, DoubleVec>;
 extern template class knotwork::PackedMatCore<DoubleUpperTriMat>;

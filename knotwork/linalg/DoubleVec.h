@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "knotwork/linalg/detail/FreeFunctions.h"
 #include "knotwork/linalg/detail/VecCore.h"
 
 class DoubleVecPick;
@@ -60,5 +61,7 @@ KNOTWORK_EXPORT DoubleVec sinh(const DoubleVec& v);
 KNOTWORK_EXPORT DoubleVec sqrt(const DoubleVec& v);
 KNOTWORK_EXPORT DoubleVec atan2(const DoubleVec& a, const DoubleVec& b);
 KNOTWORK_EXPORT DoubleVec pow(const DoubleVec& a, const DoubleVec& b);
+
+KNOTWORK_VECTOR_FUNCTIONS(DoubleVec, double)
 
 extern template class knotwork::VecCore<DoubleVec, double>;

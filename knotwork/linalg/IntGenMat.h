@@ -2,6 +2,7 @@
 #pragma once
 
 #include "knotwork/linalg/IntVec.h"
+#include "knotwork/linalg/detail/FreeFunctions.h"
 #include "knotwork/linalg/detail/GenMatCore.h"
 
 class IntGenMatPick;
@@ -27,6 +28,8 @@ class KNOTWORK_EXPORT IntGenMat : public knotwork::GenMatCore<IntGenMat, IntVec,
         return *this;
     }
 };
+
+KNOTWORK_MATRIX_FUNCTIONS(IntGenMat, IntVec)
 
 extern template class knotwork::MatCore<IntGenMat, IntVec>;
 extern template class knotwork::GenMatCore<IntGenMat, IntVec, IntGenMatPick>;

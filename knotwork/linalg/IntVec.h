@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "knotwork/linalg/detail/FreeFunctions.h"
 #include "knotwork/linalg/detail/VecCore.h"
 
 class DoubleVec;
@@ -28,6 +29,8 @@ class KNOTWORK_EXPORT IntVec : public knotwork::IntegerVecCore<IntVec, int> {
     IntVecPick vecPick(const IntVec& index) const;
     operator DoubleVec() const;  ///< exact
 };
+
+KNOTWORK_VECTOR_FUNCTIONS(IntVec, int)
 
 extern template class knotwork::VecCore<IntVec, int>;
 extern template class knotwork::IntegerVecCore<IntVec, int>;

@@ -33,6 +33,8 @@ typedef void (*LXErrHandler)(ErrorRecord*, va_list);
 /// Installs a handler and returns the one before it; null stands for the default handler, which
 /// writes to the standard error stream and ends the process after a fatal error.
 /// Says "In setLXErrHandler..." on standard output at every call, which is intended.
+/// A handler that lives in a plug-in is taken back before the plug-in is unloaded. When the library
+/// itself is unloaded, its catalogues and the handler go with it; loaded again it starts afresh.
 /// A handler may throw. After one that returns from a fatal error an operation ends at once or goes
 /// on inside its own memory; an array that results may be empty, so ask for its length before use.
 KNOTWORK_EXPORT LXErrHandler setLXErrHandler(LXErrHandler handler);

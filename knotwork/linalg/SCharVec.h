@@ -2,6 +2,7 @@
 #pragma once
 
 #include "knotwork/linalg/IntVec.h"
+#include "knotwork/linalg/detail/FreeFunctions.h"
 #include "knotwork/linalg/detail/VecCore.h"
 
 class SCharVecPick;
@@ -28,6 +29,8 @@ class KNOTWORK_EXPORT SCharVec : public knotwork::IntegerVecCore<SCharVec, signe
     SCharVecPick vecPick(const IntVec& index) const;
     operator IntVec() const;  ///< sign-extending
 };
+
+KNOTWORK_VECTOR_FUNCTIONS(SCharVec, signed char)
 
 extern template class knotwork::VecCore<SCharVec, signed char>;
 extern template class knotwork::IntegerVecCore<SCharVec, signed char>;

@@ -2,7 +2,10 @@
 #pragma once
 
 /// The seam to the base class library that a host owns. A host with the real one names its header
-/// at configure time (KNOTWORK_BASE_HEADER) and links it; everybody else gets the stand-ins.
+/// at configure time (KNOTWORK_BASE_HEADER) and links it; everybody else gets the stand-ins. The
+/// choice is the library's, made when it is built, and stands in choice.h.
+#include "knotwork/platform/choice.h"
+
 #ifdef KNOTWORK_BASE_HEADER
 #include KNOTWORK_BASE_HEADER
 #else

@@ -3,7 +3,10 @@
 
 /// The seam to the NURBS kernel library that a host owns. A host with the real one names a header
 /// at configure time (KNOTWORK_KERNEL_HEADER) and links it; everybody else gets the stand-in. The
-/// host's header gives the records under these field names and maps the release functions.
+/// host's header gives the records under these field names and maps the release functions. The
+/// choice is the library's, made when it is built, and stands in choice.h.
+#include "knotwork/platform/choice.h"
+
 #ifdef KNOTWORK_KERNEL_HEADER
 #include KNOTWORK_KERNEL_HEADER
 #else

@@ -104,7 +104,7 @@ Thouseholder::Thouseholder(TsolverReporter& reporter, double tolerance, int maxE
 {
     tolerance_ = tolerance;
     maxEntriesPerRow_ = maxEntriesPerRow;
-    takesSpans_ = true;
+    takeSpansAs(typeid(Thouseholder));
 }
 
 Thouseholder::Thouseholder(double tolerance, int maxEntriesPerRow, bool keepMatrixCopy)

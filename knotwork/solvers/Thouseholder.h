@@ -30,6 +30,8 @@ struct TwoPhaseArrays;
 ///           tell the difference; what is said here holds on both roads. A right-hand side with a
 ///           solution within reach of the thresholds takes the literal road, for which the first
 ///           such solve factors a copy of its own.
+/// Deriving  an object of a derived class finds its system in working_, as documented; sparse rows
+///           come as spans only to one that calls takeSpans().
 /// Source    Lawson, Hanson: Solving Least Squares Problems (SIAM 1995), chapters 20 and 21, for
 ///           elimination of constraints; Businger, Golub: Linear least squares solutions by
 ///           Householder transformations, Numer. Math. 7 (1965), for the pivoting and downdating.
@@ -63,7 +65,7 @@ class KNOTWORK_EXPORT Thouseholder : public TsolveConstrainedLsq {
     void keepToLiteralRoad()
     {
         literalOnly_ = true;
-        takesSpans_ = false;
+        takeNoSpans();
     }
     bool onShortRoad() const { return shortcut_ != nullptr; }
 

@@ -96,28 +96,38 @@ int TsolveConstrainedLsq::realSetMatrix(const DoubleGenMat& A, const IntVec& fix
         -1);
 }
 
-/// The first steps of a set-up: an earlier system goes before the new one comes.
+/// The first steps of a set-up: an earlier system goes before the new one comes. A derived class
+/// may hand in that earlier system's own matrix, which `source` then keeps alive.
 void TsolveConstrainedLsq::copyMatrix(const DoubleGenMat& A, bool cleanZeros, bool computeCutoff)
 {
+    const DoubleGenMat source(A);
     releaseFactors();
     releaseMatrices();
     // The clamp is meant to act on the system that is solved, not only on the estimate.
     const bool clamp = computeCutoff && cleanZeros;
-    if (!copySpans(A, cleanZeros, clamp)) {
-        working_.reference(A.copy());
+    if (!copySpans(source, cleanZeros, clamp)) {
+        working_.reference(source.copy());
         if (clamp) working_.dataVec().clampZero(kResetCutoff);
     }
     if (!computeCutoff) return;
-    const std::uint64_t entries = std::uint64_t{A.rows()} * A.cols();
+    const std::uint64_t entries = std::uint64_t{source.rows()} * source.cols();
     if (reporter_.isActive() && entries > kSlowEntries)
         reporter_.report("%s", "Computing region cutoff... (could take some time)");
     tolerance_ = std::max(tolerance_, workingCutoff());
 }
 
+void TsolveConstrainedLsq::takeNoSpans()
+{
+    takesSpans_ = false;
+    spansClass_ = nullptr;
+}
+
 /// Holds the working matrix as rows of spans where that pays.
 bool TsolveConstrainedLsq::copySpans(const DoubleGenMat& A, bool cleanZeros, bool clamp)
 {
-    if (!takesSpans_ || A.rows() < A.cols() || (cleanZeros && thins(A.cols()))) return false;
+    const bool takesSpans =
+        takesSpans_ || (spansClass_ != nullptr && typeid(*this) == *spansClass_);
+    if (!takesSpans || A.rows() < A.cols() || (cleanZeros && thins(A.cols()))) return false;
     auto spans = std::make_shared<knotwork::SpanRows>();
     if (!knotwork::readSpans(A, *spans)) return false;
     if (clamp) *spans = knotwork::clampedSpans(*spans, kResetCutoff);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <typeinfo>
+
 #include "knotwork/solvers/TsolveSystems.h"
 
 /// A system A x = b whose last rows are constraints, to be met exactly, while the rows above are
@@ -23,8 +25,8 @@ class KNOTWORK_EXPORT TsolveConstrainedLsq : public TsolveSystems {
     virtual DoubleGenMat altMatrix();  ///< the working matrix stacked on 0.2 times the identity
 
   protected:
-    virtual bool factor() = 0;          ///< sets dependent_; true when the system can be solved
-    virtual void releaseFactors() = 0;  ///< lets go of an earlier factorisation's storage
+    virtual bool factor() = 0;        ///< sets dependent_; true when the system can be solved
+    virtual void releaseFactors() {}  ///< lets go of an earlier factorisation's storage
 
   public:
     /// Sets the system and factors it.
@@ -52,10 +54,20 @@ class KNOTWORK_EXPORT TsolveConstrainedLsq : public TsolveSystems {
 
     int numConstraints_;  // of the working matrix
     bool dependent_;
-    bool takesSpans_ = false;  // set by a class whose factor() takes sparse rows as spans
+
+    /// For a class whose factor() and other overrides look for sparse rows in spans_ as well:
+    /// working_ is empty then. Without this call an object of a derived class gets the dense
+    /// working_, whatever its base class takes.
+    void takeSpans() { takesSpans_ = true; }
+    void takeNoSpans();
+    /// For the constructor of a class whose own objects, not those derived from it, take spans.
+    void takeSpansAs(const std::type_info& ownClass) { spansClass_ = &ownClass; }
 
   private:
     void copyMatrix(const DoubleGenMat& A, bool cleanZeros, bool computeCutoff);
     bool copySpans(const DoubleGenMat& A, bool cleanZeros, bool clamp);
     double workingCutoff() const;
+
+    bool takesSpans_ = false;
+    const std::type_info* spansClass_ = nullptr;
 };

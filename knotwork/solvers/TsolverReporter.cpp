@@ -8,7 +8,7 @@ void TsolverReporter::progress(double fraction)
     Tstring percent;
     percent.setDouble(fraction * 100.0);
     Tstring text("Constraint solving ... ");
-    text.catenate(percent);
+    text.catenate(percent.asC());
     text.catenate(" completed.");
     report(text);
 }

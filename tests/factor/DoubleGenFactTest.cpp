@@ -120,4 +120,39 @@ TEST(DoubleGenFactTest, CopiesShareAndOutliveTheNextFactor)
     EXPECT_EQ(sharer.determinant(), -8.0) << "elements go into the storage that is there";
 }
 
+/// A class with a step of its own between holding the matrix and factoring it.
+class ScaledFact : public DoubleGenFact {
+  public:
+    void factorScaled(const DoubleGenMat& a, double scale)
+    {
+        hold(a);
+        DoubleGenMat held(factored());
+        held *= scale;
+        dofactor(0);
+    }
+    double lastPivot() const
+    {
+        const int n = static_cast<int>(factored().rows());
+        return factored()(n - 1, n - 1);
+    }
+    int firstPivotRow() const { return pivots()(0); }
+    double scaledDeterminant() const
+    {
+        double det[2] = {};
+        calldi(factored(), 10, det, nullptr);
+        return det[0] * std::pow(10.0, det[1]);
+    }
+};
+
+TEST(DoubleGenFactTest, DerivedClassesWorkOnTheHeldMatrixAndItsPivots)
+{
+    const DoubleGenMat a = mat({{1, 2}, {4, 4}});
+    ScaledFact f;
+    f.factorScaled(a, 2.0);  // [2 4; 8 8] = P^T [1 0; 1/4 1] [8 8; 0 2]
+    EXPECT_EQ(f.firstPivotRow(), 2);
+    EXPECT_EQ(f.lastPivot(), 2.0);
+    EXPECT_DOUBLE_EQ(f.scaledDeterminant(), -16.0);
+    EXPECT_EQ(a(1, 0), 4.0) << "held is a copy";
+}
+
 }  // namespace

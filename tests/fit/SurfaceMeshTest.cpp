@@ -201,7 +201,34 @@ TEST(SurfaceMeshTest, TheSmallestNetsAreQuiet)
     }
 }
 
-TEST(SurfaceMeshTest, NothingWithoutASurface)
+TEST(SurfaceMeshTest, NothingWithoutASurfaceOrBeyondWhatIsHeld)
 {
     EXPECT_EQ(written(FittedSurface(), 4), "");
+    const FittedSurface surface =
+        handMade(kU, kV, [](double u, double v) { return std::vector{u * v}; });
+    EXPECT_EQ(knotwork::meshVertices(kU, kV, 4), kPerLine * kLines);
+    EXPECT_GT(knotwork::meshVertices(kU, kV, 600), knotwork::kMostMeshVertices);
+    EXPECT_EQ(written(surface, 600), "");
+}
+
+// Normals are products of derivatives, which leave the doubles long before the points do.
+TEST(SurfaceMeshTest, NormalsAreThoseOfUnitSize)
+{
+    const auto bent = [](double size) {
+        return handMade(kU, kV, [size](double u, double v) {
+            return std::vector{size * u, size * v, size * std::sin(u + v)};
+        });
+    };
+    const ReadMesh small = meshOf(bent(1.0), 4);
+    for (const double size : {1e-200, 1e120, 3e307}) {
+        SCOPED_TRACE(size);
+        const ReadMesh mesh = meshOf(bent(size), 4);
+        ASSERT_EQ(mesh.points.size(), small.points.size());
+        EXPECT_EQ(mesh.faces.size(), small.faces.size());
+        for (std::size_t k = 0; k < mesh.points.size(); ++k)
+            for (std::size_t c = 0; c < 3; ++c) {
+                EXPECT_NEAR(mesh.points[k][c] / size, small.points[k][c], 4 * kNineDigits);
+                EXPECT_NEAR(mesh.normals[k][c], small.normals[k][c], kNineDigits);
+            }
+    }
 }

@@ -2,29 +2,14 @@
 # Installs `build` below `work`, moves the tree to another place, and builds and runs `consumer` against it.
 cmake_minimum_required(VERSION 3.25)
 
-function(run)
-    execute_process(COMMAND ${ARGV} RESULT_VARIABLE status OUTPUT_VARIABLE output ERROR_VARIABLE output)
-    if(NOT status EQUAL 0)
-        message(FATAL_ERROR "${ARGV}\nended with ${status}:\n${output}")
-    endif()
-    set(output "${output}" PARENT_SCOPE)
-endfunction()
+include(${CMAKE_CURRENT_LIST_DIR}/../support/Run.cmake)
 
 file(REMOVE_RECURSE ${work})
 run(${CMAKE_COMMAND} --install ${build} --prefix ${work}/first)
 file(RENAME ${work}/first ${work}/installed)
 
-# What is installed must not lead back to where it came from.
 file(GLOB_RECURSE texts ${work}/installed/*.h ${work}/installed/*.cmake)
-foreach(text IN LISTS texts)
-    file(READ ${text} content)
-    foreach(place IN ITEMS ${source} ${build} ${work})
-        string(FIND "${content}" "${place}" at)
-        if(NOT at EQUAL -1)
-            message(FATAL_ERROR "${text} names ${place}")
-        endif()
-    endforeach()
-endforeach()
+expect_free_of("${texts}" ${source} ${build} ${work})
 
 # Extensions stay on, as a host may have them.
 run(${CMAKE_COMMAND} -S ${consumer} -B ${work}/build -G ${generator} -D CMAKE_CXX_COMPILER=${compiler}

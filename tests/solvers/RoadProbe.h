@@ -19,7 +19,12 @@ class RoadProbe : public Thouseholder {
   public:
     using Thouseholder::keepToLiteralRoad;
     using Thouseholder::onShortRoad;
-    using Thouseholder::Thouseholder;
+    template <class... Arguments>
+    explicit RoadProbe(Arguments&&... arguments) : Thouseholder(arguments...)
+    {
+        takeSpans();
+    }
+    RoadProbe(const RoadProbe&) = default;
     int constraints() const { return numConstraints_; }
     int usedRow(int i) const { return usedRowIndex_(i); }
     DoubleGenMat working() const { return denseWorking(); }

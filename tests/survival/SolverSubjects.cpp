@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <cmath>
 
-#include "knotwork/fit/BasisRows.h"
 #include "knotwork/solvers/Thouseholder.h"
 #include "knotwork/solvers/TsolveConstrainedLsqQR.h"
 #include "knotwork/solvers/TsolveTensorProductLsq.h"

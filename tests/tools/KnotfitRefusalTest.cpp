@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <ostream>
@@ -184,6 +185,73 @@ TEST(KnotfitUsageTest, FilesOfOtherNamesAreNotTouched)
     EXPECT_EQ(run.knotfit("curve data.csv -n 2 -o fit.json").status, 0);
     EXPECT_EQ(run.read("fit.json.partial"), "mine");
     EXPECT_EQ(run.files(), (std::set<std::string>{"data.csv", "fit.json", "fit.json.partial"}));
+}
+
+TEST(KnotfitUsageTest, LinksThatLeadNowhereStayAsTheyAre)
+{
+    const KnotfitRun run;
+    run.write("data.csv", kGood);
+    run.shell("ln -s missing.json dangling; ln -s two one; ln -s one two; ln -s real.json link");
+    run.write("real.json", "an earlier fit");
+    for (const char* name : {"dangling", "one"})
+        expectSentence(run.knotfit(std::string("curve data.csv -n 2 --svg fit.svg -o ") + name),
+                       kBadUsage, std::string(name) + ": is a link that leads nowhere");
+    EXPECT_EQ(run.shell("readlink dangling one").out, "missing.json\ntwo\n");
+    EXPECT_EQ(run.knotfit("curve data.csv -n 2 -o link").status, 0);
+    EXPECT_THAT(run.read("real.json"), StartsWith("{"))
+        << "a link that leads somewhere is followed";
+    EXPECT_EQ(run.files(),
+              (std::set<std::string>{"dangling", "data.csv", "link", "one", "real.json", "two"}));
+}
+
+TEST(KnotfitUsageTest, AFileThatMayNotBeWrittenIsNotReplaced)
+{
+    if (geteuid() == 0) GTEST_SKIP() << "root may write every file";
+    const KnotfitRun run;
+    run.write("data.csv", kGood);
+    run.write("fit.json", "an earlier fit");
+    run.shell("chmod a-w fit.json");
+    expectSentence(run.knotfit("curve data.csv -n 2 -o fit.json"), kBadUsage,
+                   "fit.json: cannot be written");
+    EXPECT_EQ(run.read("fit.json"), "an earlier fit");
+}
+
+TEST(KnotfitUsageTest, ALineWithoutEndIsRefused)
+{
+    const KnotfitRun run;
+    expectSentence(run.knotfit("curve /dev/zero"), kBadUsage,
+                   "/dev/zero: has a line of more than 64 MiB");
+}
+
+/// The run waits for a reader of its second output while the first one waits beside its place.
+TEST(KnotfitUsageTest, AnInterruptedRunLeavesNothingBehind)
+{
+    for (const char* signal : {"INT", "TERM", "HUP"}) {
+        SCOPED_TRACE(signal);
+        const KnotfitRun run;
+        run.write("data.csv", kGood);
+        run.write("fit.json", "an earlier fit");
+        const Outcome outcome =
+            run.shell("mkfifo pipe; env --default-signal '" KNOTFIT_PROGRAM
+                      "' curve data.csv -n 2 -o fit.json --svg pipe & tries=0\n"
+                      "until ls fit.json.partial* >seen 2>&1 || [ $tries = 500 ]; do sleep 0.01; "
+                      "tries=$((tries + 1)); done\nkill -s " +
+                      std::string(signal) + " $!; wait $!; echo $?");
+        EXPECT_THAT(run.read("seen"), StartsWith("fit.json.partial"))
+            << "or the test shows nothing";
+        EXPECT_GT(std::stoi(outcome.out), 128) << "ended by the signal";
+        EXPECT_EQ(run.files(), (std::set<std::string>{"data.csv", "fit.json", "pipe", "seen"}));
+        EXPECT_EQ(run.read("fit.json"), "an earlier fit");
+    }
+}
+
+TEST(KnotfitUsageTest, WhatKilledRunsLeftIsInNobodysWay)
+{
+    const KnotfitRun run;
+    run.write("data.csv", kGood);
+    run.write("fit.json.partial", "old");
+    for (int i = 1; i < 100; ++i) run.write("fit.json.partial" + std::to_string(i), "old");
+    EXPECT_EQ(run.knotfit("curve data.csv -n 2 -o fit.json").status, 0);
 }
 
 struct MemoryCase {

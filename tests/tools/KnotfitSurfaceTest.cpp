@@ -176,6 +176,10 @@ TEST_P(KnotfitSurfaceRefusalTest, SaysWhyAndWritesNothing)
     run.write("short.json", R"({"degree": 1, "knots": [0, 0, 1, 1], "control_points": [[0]]})");
     run.write("odd.json",
               R"({"degree": 1, "knots": [0, 0, 1, "x"], "control_points": [[0], [1]]})");
+    run.write("plane.json", R"({"degree_u": 1, "knots_u": [0, 0, 1, 1], "degree_v": 1,
+        "knots_v": [0, 0, 2, 2], "control_points": [[[0], [1]], [[2], [3]]]})");
+    run.write("above.csv", "0.5,1.5\n0.5,2.5\n");
+    run.write("beside.csv", "1.5,1.5\n");
     run.write("text.json", "not a fit");
     const auto before = run.files();
     const Outcome outcome = run.knotfit(c.arguments);
@@ -194,6 +198,14 @@ INSTANTIATE_TEST_SUITE_P(
         RefusalCase{"NoGrid", "surface bowl.csv --xyz --columns 5 -o fit.json", 2, "5 wide"},
         RefusalCase{"Degree", "surface bowl.csv --xyz --columns 6 --degree 0", 2, "--degree"},
         RefusalCase{"Spans", "surface bowl.csv --xyz --columns 6 --spans 2,x", 2, "'x'"},
+        RefusalCase{"HalfASpan", "surface bowl.csv --xyz --columns 6 --spans 2,2.5", 2, "'2.5'"},
+        RefusalCase{"SpansBeyondIntegers", "surface bowl.csv --xyz --columns 6 --spans 1e10", 2,
+                    "'1e10' is no whole number"},
+        RefusalCase{"ThreeDegrees", "surface bowl.csv --xyz --columns 6 --degree 2,2,2", 2,
+                    "one for u and one for v"},
+        RefusalCase{"MeshTooFine",
+                    "surface bowl.csv --xyz --columns 6 --spans 2 --obj fit.obj --steps 1000", 2,
+                    "4004001 vertices"},
         RefusalCase{"TooManySpans", "surface bowl.csv --xyz --columns 6 --spans 2,5", 1,
                     "unknowns are more"},
         RefusalCase{"Knots", "surface bowl.csv --xyz --columns 6 --spans 2 --knots-v 3,2", 2,
@@ -205,5 +217,7 @@ INSTANTIATE_TEST_SUITE_P(
         RefusalCase{"TooFewPoints", "eval short.json --at bowl.csv", 2, "2 points"},
         RefusalCase{"OddKnot", "eval odd.json --at bowl.csv", 2, "no finite number"},
         RefusalCase{"WrongColumns", "eval curve.json --at bowl.csv", 2, "1 parameter a line"},
-        RefusalCase{"Outside", "eval curve.json --at outside.csv", 2, "outside"}),
+        RefusalCase{"Outside", "eval curve.json --at outside.csv", 2, "outside"},
+        RefusalCase{"OutsideInU", "eval plane.json --at beside.csv", 2, "line 1: 1.5 lies outside"},
+        RefusalCase{"OutsideInV", "eval plane.json --at above.csv", 2, "line 2: 2.5 lies outside"}),
     knotwork_test::CaseName());

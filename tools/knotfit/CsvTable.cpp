@@ -16,6 +16,7 @@ namespace knotfit {
 namespace {
 
 constexpr std::size_t kMostBytes = std::size_t{1} << 31;  // of a file; a row takes two at least
+constexpr std::size_t kMostInLine = std::size_t{1} << 26;
 
 /// The lines of a file, or of standard input for "-". Of the text it keeps no more than it must to
 /// hand out one line.
@@ -37,6 +38,8 @@ class LineSource {
             text_.erase(0, at_);
             at_ = 0;
             const std::size_t searched = text_.size();
+            if (searched > kMostInLine)
+                throw Failure(kBadUsage, path_ + ": has a line of more than 64 MiB");
             if (!readMore()) break;
             end = text_.find('\n', searched);
         }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "tools/knotfit/OutputFiles.h"
 
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
@@ -9,6 +11,7 @@
 #include <utility>
 
 #include "tools/knotfit/Failure.h"
+#include "tools/knotfit/PendingFiles.h"
 
 namespace knotfit {
 
@@ -42,14 +45,29 @@ fs::path placeOf(const std::string& path)
     return target.empty() ? fs::path(path) : target;
 }
 
-/// A file that was not there before, beside a place; the name it got goes to `beside`.
+/// What may not be replaced: links to nowhere, or in a circle, and files that the user may not
+/// write.
+void checkPlace(const std::string& path, const fs::path& place)
+{
+    std::error_code fault;
+    const bool isThere = fs::exists(fs::status(path, fault));
+    if (!isThere && fs::is_symlink(fs::symlink_status(path, fault)))
+        throw Failure(kBadUsage, path + ": is a link that leads nowhere");
+    if (isThere && access(place.c_str(), W_OK) != 0) refuse(path);
+}
+
+/// A file that was not there before, beside a place; the name it got goes to `beside`. What an
+/// earlier process left there, killed too fast to clear it away, is in nobody's way.
 std::FILE* createBeside(const fs::path& place, fs::path& beside)
 {
+    const PendingFiles::Quiet quiet;
+    const std::string partial = ".partial" + std::to_string(getpid());
     for (int i = 0; i < 100; ++i) {
         fs::path name(place);
-        name += ".partial" + (i > 0 ? std::to_string(i) : "");
+        name += partial + (i > 0 ? "-" + std::to_string(i) : "");
         if (std::FILE* file = std::fopen(name.c_str(), "wbx")) {
             beside = name;
+            PendingFiles::add(name);
             return file;
         }
         if (errno != EEXIST) break;
@@ -63,6 +81,7 @@ class Waiting {
     Waiting(const std::string& path, const std::string& content)
         : path_(path), place_(placeOf(path))
     {
+        checkPlace(path_, place_);
         if (writeAndClose(createBeside(place_, beside_), content)) return;
         remove();
         refuse(path_);
@@ -83,6 +102,7 @@ class Waiting {
         if (fs::exists(earlier)) fs::permissions(beside_, earlier.permissions(), fault);
         fs::rename(beside_, place_, fault);
         if (fault) refuse(path_);
+        PendingFiles::forget(beside_);
         beside_.clear();
     }
 
@@ -90,7 +110,9 @@ class Waiting {
     void remove()
     {
         std::error_code ignored;
-        if (!beside_.empty()) fs::remove(beside_, ignored);
+        if (beside_.empty()) return;
+        fs::remove(beside_, ignored);
+        PendingFiles::forget(beside_);
     }
 
     std::string path_;
@@ -134,6 +156,7 @@ void OutputFiles::write() const
             !writeAndClose(std::fopen(file.path.c_str(), "wb"), file.content))
             refuse(file.path);
     }
+    const PendingFiles::Quiet quiet;  // all of them move, or none
     for (Waiting& file : waiting) file.move();
 }
 

@@ -9,6 +9,8 @@ namespace knotfit {
 
 /// Files that are written together or not at all: first beside their places, then, when every one
 /// is complete, moved there. "-" is standard output; what is no regular file is written in place.
+/// Files that the user may not write, and links that lead nowhere, are left as they are. A signal
+/// that ends the process takes what waits with it.
 class OutputFiles {
   public:
     explicit OutputFiles(std::string input) : input_(std::move(input)) {}

@@ -4,6 +4,7 @@
 #include <CLI/CLI.hpp>
 #include <memory>
 #include <sstream>
+#include <string>
 
 #include "knotwork/fit/SurfaceMesh.h"
 #include "knotwork/fit/SurfacePicture.h"
@@ -51,12 +52,22 @@ FittedSurface fit(const SurfaceRequest& request)
                                             request.held, request.options);
 }
 
+void refuseTooFine(const SurfaceRequest& request, int steps)
+{
+    const std::uint64_t vertices = knotwork::meshVertices(request.u, request.v, steps);
+    if (vertices > knotwork::kMostMeshVertices)
+        throw Failure(kBadUsage, "--steps: a mesh of " + std::to_string(vertices) +
+                                     " vertices is more than the " +
+                                     std::to_string(knotwork::kMostMeshVertices) + " it may have");
+}
+
 void runSurface(const SurfaceOptions& options)
 {
     const Stopwatch reading;
     const CsvTable table = readCsv(options.input);
     const double readSeconds = reading.seconds();
     SurfaceRequest request = makeSurfaceRequest(options, table);
+    if (!options.obj.empty()) refuseTooFine(request, options.steps);
     ConsoleReporter reporter(options.verbose);
     request.options.method = methodOf(options.method);
     request.options.reporter = &reporter;

@@ -2,6 +2,7 @@
 #include "knotwork/approx/detail/KnotTable.h"
 
 #include <algorithm>
+#include <limits>
 
 #include "knotwork/approx/detail/SpanSearch.h"
 
@@ -13,6 +14,12 @@ template <class T>
 std::unique_ptr<T[]> makeArray(int n)
 {
     return std::make_unique<T[]>(static_cast<std::size_t>(std::max(n, 0)));
+}
+
+/// An empty span is never evaluated; a host may trap division by zero all the same.
+double reciprocal(double width)
+{
+    return width == 0.0 ? std::numeric_limits<double>::infinity() : 1.0 / width;
 }
 
 }  // namespace
@@ -67,7 +74,7 @@ void KnotTable::renewReciprocals()
         for (int r = 1; r <= degree_; ++r) {
             const double* right = at(s + 1);
             for (int i = 0; i <= degree_ - r; ++i, ++right)
-                *next++ = 1.0 / (right[0] - right[r - 1 - degree_]);
+                *next++ = reciprocal(right[0] - right[r - 1 - degree_]);
         }
 }
 

@@ -24,6 +24,15 @@ class KNOTWORK_EXPORT GenMatPickCore {
     Element operator()(int k, int l) const { return matrix_(rowIndex_(k), colIndex_(l)); }
     void zero() { fill(Element{0}); }
 
+    friend MatT operator+(const Derived& p, Element x) { return MatT(p) + x; }
+    friend MatT operator+(Element x, const Derived& p) { return x + MatT(p); }
+    friend MatT operator-(const Derived& p, Element x) { return MatT(p) - x; }
+    friend MatT operator-(Element x, const Derived& p) { return x - MatT(p); }
+    friend MatT operator*(const Derived& p, Element x) { return MatT(p) * x; }
+    friend MatT operator*(Element x, const Derived& p) { return x * MatT(p); }
+    friend MatT operator/(const Derived& p, Element x) { return MatT(p) / x; }
+    friend MatT operator/(Element x, const Derived& p) { return x / MatT(p); }
+
   protected:
     GenMatPickCore(const MatT& matrix, const IntVec& rowIndex, const IntVec& colIndex);
     void assign(const MatT& source);

@@ -9,6 +9,7 @@
 
 #include "knotwork/linalg/LXError.h"
 #include "knotwork/linalg/detail/MatCore.h"
+#include "knotwork/linalg/detail/SpareElement.h"
 #include "knotwork/linalg/detail/VecCore-inl.h"
 
 namespace knotwork {
@@ -70,9 +71,8 @@ bool MatCore<Derived, VecT>::holds(int i, int j) const
 template <class Derived, class VecT>
 typename VecT::Element& MatCore<Derived, VecT>::elementOutside(int i, int j) const
 {
-    static Element spare;  // handed out only when a handler returned from the fatal error
     lxRaise(0x4005, i, j, self().rows(), self().cols());
-    return spare = Element{0};
+    return spareElement<Element>();
 }
 
 template <class Derived, class VecT>

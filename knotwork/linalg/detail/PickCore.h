@@ -22,6 +22,9 @@ class KNOTWORK_EXPORT PickCore {
     Element operator()(int k) const { return vec_(index_(k)); }
     void lengthCheck(unsigned n) const;
 
+    friend VecT operator+(const Derived& p, Element x) { return VecT(p) + x; }
+    friend VecT operator*(const Derived& p, Element x) { return VecT(p) * x; }
+
   protected:
     PickCore(const VecT& v, const IntVec& index) : vec_(v), index_(index) {}
     void assign(const VecT& v);      // in order of k: a repeated index keeps the last value

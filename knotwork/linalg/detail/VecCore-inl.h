@@ -14,6 +14,7 @@
 #include "knotwork/linalg/detail/ElementLoops.h"
 #include "knotwork/linalg/detail/ElementTraits.h"
 #include "knotwork/linalg/detail/OutOfMemory.h"
+#include "knotwork/linalg/detail/SpareElement.h"
 #include "knotwork/linalg/detail/VecArithmetic-inl.h"
 #include "knotwork/linalg/detail/VecCore.h"
 
@@ -245,10 +246,8 @@ void VecCore<Derived, T>::fill(T value)
 template <class Derived, class T>
 T& VecCore<Derived, T>::outOfRange(int i) const
 {
-    static T spare;  // handed out only when a handler returned from the fatal error
     boundsCheck(i);
-    spare = T{0};
-    return spare;
+    return spareElement<T>();
 }
 
 template <class Derived, class T>
