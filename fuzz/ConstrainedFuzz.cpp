@@ -131,13 +131,13 @@ System smallSystem(Bytes& bytes)
     return system;
 }
 
-/// Up to 60 unknowns: dense rows, or spans of a few entries in many rows. Bytes that are used up
+/// 32 unknowns and more: dense rows, or spans of a few entries in many rows. Bytes that are used up
 /// go on as a sequence that they started.
 System largeSystem(Bytes& bytes)
 {
-    const int n = bytes.between(32, 60);
+    const int n = bytes.between(32, 40);
     const bool banded = bytes.flag();
-    const int m = banded ? bytes.between(2 * n, 2 * n + 60) : bytes.between(n, n + 40);
+    const int m = banded ? bytes.between(2 * n, 2 * n + 20) : bytes.between(n, n + 10);
     const int width = banded ? bytes.between(1, 6) : n;
     System system = {DoubleGenMat(static_cast<unsigned>(m), static_cast<unsigned>(n), 0.0),
                      DoubleVec(static_cast<unsigned>(m), 0.0), bytes.between(0, 12)};
@@ -175,7 +175,7 @@ void scale(System& system)
 
 void compare(const System& system, const Exact& exact, const DoubleVec& x)
 {
-    constexpr Real kBound = 1e-9L;  // beside the largest unknown, for pivots above kSound
+    constexpr Real kBound = 1e-9L;  // beside the largest unknown, for well-conditioned systems
     Real largest = 1;
     for (const Real t : exact.x) largest = std::max(largest, std::fabs(t));
     require(static_cast<int>(x.length()) == system.cols(), "there is a number an unknown");
@@ -198,7 +198,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     constexpr Real kSound = 1e-4L;       // pivots of the defining equations: A's squared
     constexpr Real kDependent = 1e-17L;  // what rounding leaves of 0 in long double
     Bytes bytes(data, size);
-    System system = bytes.below(4) == 0 ? largeSystem(bytes) : smallSystem(bytes);
+    System system = bytes.below(16) == 0 ? largeSystem(bytes) : smallSystem(bytes);
     scale(system);
     const Exact exact = solveExactly(system);
     Thouseholder solver(1e-15, 0, false);

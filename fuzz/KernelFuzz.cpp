@@ -217,7 +217,7 @@ void checkCurve(Bytes& bytes, const Direction& along, const Numbers& net, Shape 
 Surface buildSurface(const Direction& u, const Direction& v, const Numbers& net, Shape shape)
 {
     Surface record(nk_bld_srf(shape.dimension, 7, u.degree, v.degree, u.spans, v.spans,
-                              shape.rational ? 1 : 0, 0, 1, 2),
+                              shape.rational ? 1 : 0, 0, 1, 0),
                    nk_free_srf);
     const double* next = net.data();
     const double* vKnot = v.knots.data();

@@ -56,11 +56,11 @@ std::string surfaceLines(const FitFile& fit, const CsvTable& table, int order)
         surface->eval(partials.data(), table.at(i, 0), table.at(i, 1), order);
         std::string line;
         for (int total = 0; total <= order; ++total)
-            for (int inV = 0; inV <= total; ++inV)
-                append(line,
-                       &partials[static_cast<std::size_t>((inV * stride + total - inV) *
-                                                          fit.dimension)],
+            for (int inV = 0; inV <= total; ++inV) {
+                const auto partial = static_cast<std::size_t>(inV * stride + total - inV);
+                append(line, &partials[partial * static_cast<std::size_t>(fit.dimension)],
                        fit.dimension);
+            }
         text += line + "\n";
     }
     return text;
