@@ -186,8 +186,8 @@ TEST(CurveBeliefTest, HardConstraintsOnHardDataAreRefusedOrRight)
                 << a << ", " << b << ": " << judgement.deviation.overall;
             ++(fitOf(p).fits() ? answered : refused);
         }
-    EXPECT_GT(answered, 30);
-    EXPECT_GT(refused, 30);
+    EXPECT_GT(answered, 48);
+    EXPECT_GT(refused, 48);
 }
 
 /// Steps that were summed up end beyond the range by rounding.

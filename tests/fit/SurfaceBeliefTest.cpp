@@ -27,6 +27,8 @@ using knotwork_measures::Judgement;
 using knotwork_measures::SurfaceProblem;
 using Numbers = std::vector<double>;
 
+constexpr double kRight = 1e-11;  // of the largest control point
+
 DoubleVec vectorOf(const Numbers& v)
 {
     return DoubleVec(v.data(), static_cast<unsigned>(v.size()));
@@ -101,6 +103,9 @@ TEST(SurfaceBeliefTest, NearlyUndeterminedIsRefusedOrRight)
             const Judgement judgement = judged(p);
             EXPECT_FALSE(judgement.wrong() || judgement.refusedGood())
                 << k << ": " << judgement.reason << " " << judgement.deviation.overall;
+            if (judgement.answered) {
+                EXPECT_LE(judgement.deviation.overall, kRight) << k;
+            }
             ++verdicts[fitOf(p).report.verdict];
         }
     EXPECT_GT(verdicts[FitVerdict::kFitted], 20);
@@ -119,7 +124,28 @@ TEST(SurfaceBeliefTest, ErrorsOfOneDirectionCountInTheOther)
     const Judgement judgement = judged(p);
     ASSERT_TRUE(judgement.answered) << judgement.reason;
     EXPECT_GT(judgement.oracle.condition, 1e10);
-    EXPECT_LE(judgement.deviation.overall, 1e-9);
+    EXPECT_LE(judgement.deviation.overall, kRight);
+}
+
+/// Constraints that nearly depend on each other where data hardly fix the surface, in the direction
+/// that is fitted first and in the other: what stands is right.
+TEST(SurfaceBeliefTest, HardLinesOnHardDataAreRefusedOrRight)
+{
+    std::map<FitVerdict, int> verdicts;
+    for (int a = 4; a < 40; a += 6)
+        for (int b = 4; b < 13; b += 2)
+            for (const bool first : {true, false}) {
+                SurfaceProblem p = hardlyDetermined(b);
+                const double near = std::ldexp(1.0, -a);
+                p.acrossU = {{2.5, 0, {1, 1, 1}},
+                             {2.5 + near / 2, 0, {1 + near, 1 + near, 1 + near}}};
+                const Judgement judgement = judged(first ? transposed(p) : p);
+                EXPECT_FALSE(judgement.answeredUndetermined() || judgement.wrong())
+                    << a << ", " << b << ": " << judgement.deviation.overall;
+                ++verdicts[judgement.verdict];
+            }
+    EXPECT_GT(verdicts[FitVerdict::kMet], 10);
+    EXPECT_GT(verdicts[FitVerdict::kInaccurate], 10);
 }
 
 /// What is unmet in one number of one line only is unmet, whatever its sign.
