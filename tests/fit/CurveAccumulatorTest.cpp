@@ -141,15 +141,16 @@ TEST(CurveAccumulatorTest, ScalesFollowTheNumbers)
     Dice dice(7);
     Weighted w = randomProblem(1, dice);
     const std::size_t n = w.problem.parameters.size();
-    for (const double power : {-300.0, -100.0, 100.0, 300.0}) {
-        SCOPED_TRACE(power);
+    const struct {
+        double points, weights;  // powers of ten by which the second half is larger
+    } growths[] = {{-290, 0}, {290, 0}, {0, -290}, {0, 290}, {-140, 270}, {140, -270}};
+    for (const auto& growth : growths) {
+        SCOPED_TRACE(testing::Message() << growth.points << " " << growth.weights);
         Weighted grown = w;
-        // The second half is larger, or smaller, by that much, its weights the other way about.
         for (std::size_t i = n / 2; i < n; ++i) {
-            grown.weights[i] = std::pow(10.0, -0.9 * power) * w.weights[i];
+            grown.weights[i] *= std::pow(10.0, growth.weights);
             for (std::size_t k = 0; k < 2; ++k)
-                grown.problem.points[2 * i + k] =
-                    std::pow(10.0, power / 2) * w.problem.points[2 * i + k];
+                grown.problem.points[2 * i + k] *= std::pow(10.0, growth.points);
         }
         Pick halves[2];
         for (std::size_t i = 0; i < n; ++i) halves[i < n / 2 ? 0 : 1].push_back(i);

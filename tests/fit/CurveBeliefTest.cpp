@@ -213,9 +213,31 @@ TEST(CurveBeliefTest, ParametersJustBeyondTheKnotsAreTheEnds)
     EXPECT_EQ(fitOf(p).report.reason, "constraint 0, at 1.000000000000001, lies outside the knots");
 }
 
+namespace {
+
+/// Of the control points that were handed out.
+double rmsOf(const CurveProblem& p, const Numbers& controlPoints)
+{
+    const int width = p.basis.degree() + 1;
+    std::vector<knotwork_measures::Quad> row(static_cast<std::size_t>(width));
+    knotwork_measures::Quad squares = 0;
+    for (std::size_t i = 0; i < p.parameters.size(); ++i) {
+        const auto first = knotwork_measures::basisRow(p.basis, p.parameters[i], 0, row.data());
+        knotwork_measures::Quad left = p.points[i];
+        for (int k = 0; k < width; ++k)
+            left -= row[static_cast<std::size_t>(k)] *
+                    controlPoints[static_cast<std::size_t>(first + k)];
+        squares += left * left;
+    }
+    return std::sqrt(static_cast<double>(squares) / static_cast<double>(p.points.size()));
+}
+
+}  // namespace
+
 /// Between data of size 100 a constraint asks for 1e21: the curve has control points of that size,
-/// and what is left of the data is what is left of sums of such numbers.
-TEST(CurveBeliefTest, FiguresAreTrueWhereControlPointsAreHuge)
+/// and what is left of the data is what is left of sums of such numbers. And a curve through all
+/// its data leaves what rounding its control points leaves.
+TEST(CurveBeliefTest, FiguresAreTrueWhereNumbersCancel)
 {
     CurveProblem p;
     p.basis = BsplineBasis::uniform(3, 0, 3, 3);
@@ -228,18 +250,18 @@ TEST(CurveBeliefTest, FiguresAreTrueWhereControlPointsAreHuge)
         p.constraints = {{0, 0, {0}}, {0, 1, {huge}}, {0, 2, {0}}, {1, 0, {huge}}, {3, 0, {1}}};
         const FittedCurve curve = fitOf(p);
         ASSERT_TRUE(curve.fits()) << curve.report.reason;
-        knotwork_measures::Quad squares = 0;
-        for (std::size_t i = 0; i < p.parameters.size(); ++i) {
-            knotwork_measures::Quad row[4];
-            const auto first = knotwork_measures::basisRow(p.basis, p.parameters[i], 0, row);
-            knotwork_measures::Quad left = p.points[i];
-            for (int k = 0; k < 4; ++k)
-                left -= row[k] * curve.controlPoints[static_cast<std::size_t>(first + k)];
-            squares += left * left;
-        }
-        const double rms = std::sqrt(static_cast<double>(squares) / 61);
+        const double rms = rmsOf(p, curve.controlPoints);
         EXPECT_NEAR(curve.report.rms, rms, 1e-9 * rms);
     }
+
+    const CurveProblem through =
+        problemOf(BsplineBasis::uniform(3, 0, 1, 4), {0, .1, .3, .4, .6, .8, 1},
+                  {.1, .7, .3, .9, .2, .4, .6});
+    const FittedCurve curve = fitOf(through);
+    const double rms = rmsOf(through, curve.controlPoints);
+    EXPECT_GT(rms, 0.0);
+    EXPECT_LT(rms, 1e-15);
+    EXPECT_NEAR(curve.report.rms, rms, 1e-9 * rms);
 }
 
 /// Each judgement at its threshold: what fits leave of constraints, and what a zero may move.
