@@ -27,7 +27,7 @@ using knotwork_measures::Judgement;
 using knotwork_measures::SurfaceProblem;
 using Numbers = std::vector<double>;
 
-constexpr double kRight = 1e-11;  // of the largest control point
+constexpr double kRight = 1e-13;  // of the largest control point
 
 DoubleVec vectorOf(const Numbers& v)
 {

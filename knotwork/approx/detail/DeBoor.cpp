@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "knotwork/approx/detail/LocalArray.h"
+#include "knotwork/platform/cpu.h"
 
 namespace knotwork {
 
@@ -252,7 +253,7 @@ DeBoorRunner runnerFor(int p, int orders, int length)
     if (p < 1 || p > kMostDegree || (orders > kMostOrders && p > kMostOrders)) return runAny;
     const int known = std::min(orders, kMostOrders);
 #if defined(__x86_64__)
-    if (__builtin_cpu_supports("avx2")) return unrolled<Avx2, kEnds>(p, known, length);
+    if (cpuLevel() == CpuLevel::kVectors256) return unrolled<Avx2, kEnds>(p, known, length);
 #endif
     return unrolled<Plain, kEnds>(p, known, length);
 }

@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "knotwork/factor/detail/Pack.h"
+#include "knotwork/platform/cpu.h"
 
 namespace knotwork {
 
@@ -169,98 +170,63 @@ template <int Lanes>
     for (int p = 0; p < kPacks; ++p) store(y + p * kPack, rest[p]);
 }
 
-/// The kernels compiled for one instruction set; the bodies are the same text, and so are the bits.
-struct Kernels {
-    void (*reduce)(const BlockShape&, double*, double*, double*, const std::ptrdiff_t*, double*);
-    void (*reflectFew)(const BlockShape&, const double*, const double*, double*, double*);
-    void (*reflectMany)(const BlockShape&, const double*, const double*, double*, double*);
-    void (*subtractFew)(const double*, int, const double*, double*);
-    void (*subtractMany)(const double*, int, const double*, double*);
+struct ReduceKernel {
+    [[gnu::always_inline]] void operator()(const BlockShape& shape, double* columns, double* taus,
+                                           double* triangle, const std::ptrdiff_t* starts,
+                                           double* scratch) const
+    {
+        reduce(shape, columns, taus, triangle, starts, scratch);
+    }
 };
 
-void reducePlain(const BlockShape& b, double* c, double* taus, double* t, const std::ptrdiff_t* s,
-                 double* scratch)
-{
-    reduce(b, c, taus, t, s, scratch);
-}
 template <int Lanes>
-void reflectPlain(const BlockShape& b, const double* c, const double* taus, double* top,
-                  double* below)
-{
-    reflect<Lanes>(b, c, taus, top, below);
-}
-template <int Lanes>
-void subtractPlain(const double* row, int count, const double* x, double* y)
-{
-    subtract<Lanes>(row, count, x, y);
-}
+struct ReflectKernel {
+    [[gnu::always_inline]] void operator()(const BlockShape& shape, const double* columns,
+                                           const double* taus, double* top, double* below) const
+    {
+        reflect<Lanes>(shape, columns, taus, top, below);
+    }
+};
 
-#if defined(__x86_64__)
-[[gnu::target("avx2")]] void reduceAvx2(const BlockShape& b, double* c, double* taus, double* t,
-                                        const std::ptrdiff_t* s, double* scratch)
-{
-    reduce(b, c, taus, t, s, scratch);
-}
 template <int Lanes>
-[[gnu::target("avx2")]] void reflectAvx2(const BlockShape& b, const double* c, const double* taus,
-                                         double* top, double* below)
-{
-    reflect<Lanes>(b, c, taus, top, below);
-}
-template <int Lanes>
-[[gnu::target("avx2")]] void subtractAvx2(const double* row, int count, const double* x, double* y)
-{
-    subtract<Lanes>(row, count, x, y);
-}
-#endif
-
-Kernels choose()
-{
-#if defined(__x86_64__)
-    if (__builtin_cpu_supports("avx2"))
-        return {reduceAvx2, reflectAvx2<kFewLanes>, reflectAvx2<kManyLanes>,
-                subtractAvx2<kFewLanes>, subtractAvx2<kManyLanes>};
-#endif
-    return {reducePlain, reflectPlain<kFewLanes>, reflectPlain<kManyLanes>,
-            subtractPlain<kFewLanes>, subtractPlain<kManyLanes>};
-}
-
-const Kernels& kernels()
-{
-    static const Kernels chosen = choose();
-    return chosen;
-}
+struct SubtractKernel {
+    [[gnu::always_inline]] void operator()(const double* row, int count, const double* x,
+                                           double* y) const
+    {
+        subtract<Lanes>(row, count, x, y);
+    }
+};
 
 }  // namespace
 
 void reduceBlock(const BlockShape& shape, double* columns, double* taus, double* triangle,
                  const std::ptrdiff_t* starts, double* scratch)
 {
-    kernels().reduce(shape, columns, taus, triangle, starts, scratch);
+    runKernel(ReduceKernel(), shape, columns, taus, triangle, starts, scratch);
 }
 
 template <>
 void reflectLanes<kFewLanes>(const BlockShape& shape, const double* columns, const double* taus,
                              double* top, double* below)
 {
-    kernels().reflectFew(shape, columns, taus, top, below);
+    runKernel(ReflectKernel<kFewLanes>(), shape, columns, taus, top, below);
 }
 template <>
 void reflectLanes<kManyLanes>(const BlockShape& shape, const double* columns, const double* taus,
                               double* top, double* below)
 {
-    kernels().reflectMany(shape, columns, taus, top, below);
+    runKernel(ReflectKernel<kManyLanes>(), shape, columns, taus, top, below);
 }
 
 template <>
 void subtractLanes<kFewLanes>(const double* row, int count, const double* x, double* y)
 {
-    kernels().subtractFew(row, count, x, y);
+    runKernel(SubtractKernel<kFewLanes>(), row, count, x, y);
 }
 template <>
 void subtractLanes<kManyLanes>(const double* row, int count, const double* x, double* y)
 {
-    kernels().subtractMany(row, count, x, y);
+    runKernel(SubtractKernel<kManyLanes>(), row, count, x, y);
 }
 
 }  // namespace knotwork

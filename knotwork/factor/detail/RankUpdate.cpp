@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "knotwork/factor/detail/Pack.h"
+#include "knotwork/platform/cpu.h"
 
 namespace knotwork {
 
@@ -102,7 +103,7 @@ void advanceRowsPlain(const RankUpdate& u, int row, int rows, const double* pack
 Advance choose()
 {
 #if defined(__x86_64__)
-    if (__builtin_cpu_supports("avx2")) return advanceRowsAvx2;
+    if (cpuLevel() == CpuLevel::kVectors256) return advanceRowsAvx2;
 #endif
     return advanceRowsPlain;
 }
@@ -111,7 +112,7 @@ Advance choose()
 
 void rankUpdate(const RankUpdate& u)
 {
-    static const Advance advanceThese = choose();
+    const Advance advanceThese = choose();
     alignas(64) double packed[kBlockRows * kRankMost];
     for (int row = 0; row < u.rows; row += kBlockRows) {
         const int rows = std::min(kBlockRows, u.rows - row);

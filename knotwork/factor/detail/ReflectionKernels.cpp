@@ -3,6 +3,7 @@
 
 #include "knotwork/factor/PanelKernels.h"
 #include "knotwork/factor/detail/Pack.h"
+#include "knotwork/platform/cpu.h"
 
 namespace knotwork {
 
@@ -149,61 +150,33 @@ template <int Count>
     for (int c = 0; c < count; ++c) updateThenDot<1>(n, u, factors + c, v, columns + c, out + c);
 }
 
-/// The kernels compiled for one instruction set; the bodies are the same text, and so are the bits.
-struct Kernels {
-    void (*reflect)(const ReflectionBlock&, const Panel&);
-    void (*updateAndDot)(int, const double*, const double*, const double*, double* const*, int,
-                         double*);
+struct ReflectKernel {
+    [[gnu::always_inline]] void operator()(const ReflectionBlock* block, const Panel& panel) const
+    {
+        reflectAll(*block, panel);
+    }
 };
 
-void reflectPlain(const ReflectionBlock& block, const Panel& panel)
-{
-    reflectAll(block, panel);
-}
-void updateAndDotPlain(int n, const double* u, const double* factors, const double* v,
-                       double* const* columns, int count, double* out)
-{
-    updateThenDotAny(n, u, factors, v, columns, count, out);
-}
-
-#if defined(__x86_64__)
-[[gnu::target("avx2")]] void reflectAvx2(const ReflectionBlock& block, const Panel& panel)
-{
-    reflectAll(block, panel);
-}
-[[gnu::target("avx2")]] void updateAndDotAvx2(int n, const double* u, const double* factors,
-                                              const double* v, double* const* columns, int count,
-                                              double* out)
-{
-    updateThenDotAny(n, u, factors, v, columns, count, out);
-}
-#endif
-
-Kernels choose()
-{
-#if defined(__x86_64__)
-    if (__builtin_cpu_supports("avx2")) return {reflectAvx2, updateAndDotAvx2};
-#endif
-    return {reflectPlain, updateAndDotPlain};
-}
-
-const Kernels& kernels()
-{
-    static const Kernels chosen = choose();
-    return chosen;
-}
+struct UpdateAndDotKernel {
+    [[gnu::always_inline]] void operator()(int n, const double* u, const double* factors,
+                                           const double* v, double* const* columns, int count,
+                                           double* out) const
+    {
+        updateThenDotAny(n, u, factors, v, columns, count, out);
+    }
+};
 
 }  // namespace
 
 void reflectByBlock(const ReflectionBlock& block, const Panel& panel)
 {
-    kernels().reflect(block, panel);
+    runKernel(ReflectKernel(), &block, panel);
 }
 
 void updateAndDot(int n, const double* u, const double* factors, const double* v,
                   double* const* columns, int count, double* out)
 {
-    kernels().updateAndDot(n, u, factors, v, columns, count, out);
+    runKernel(UpdateAndDotKernel(), n, u, factors, v, columns, count, out);
 }
 
 }  // namespace knotwork

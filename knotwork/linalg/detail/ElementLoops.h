@@ -3,6 +3,8 @@
 
 #include <cstddef>
 
+#include "knotwork/platform/cpu.h"
+
 namespace knotwork::detail {
 
 #if defined(__x86_64__) && !defined(__clang__)
@@ -18,7 +20,7 @@ template <class Loop>
 void inWideVectors(std::size_t n, Loop loop)
 {
     constexpr std::size_t kFew = 8;  // elements that are not worth another call
-    if (n > kFew && __builtin_cpu_supports("avx2"))
+    if (n > kFew && knotwork::cpuLevel() == knotwork::CpuLevel::kVectors256)
         inAvx2(loop);
     else
         loop();

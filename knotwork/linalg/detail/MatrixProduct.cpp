@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "knotwork/linalg/LXBlock.h"
+#include "knotwork/platform/cpu.h"
 
 // The tile's helpers are always inlined: no vector crosses a call, so no calling convention is at
 // stake.
@@ -156,7 +157,7 @@ template <class T>
 TileKernel<T> tileKernel()
 {
 #if defined(__x86_64__)
-    if (__builtin_cpu_supports("avx2")) return kernelOf<T, Avx2Tile<T>>(advanceAvx2<T>);
+    if (cpuLevel() == CpuLevel::kVectors256) return kernelOf<T, Avx2Tile<T>>(advanceAvx2<T>);
 #endif
     return kernelOf<T, PlainTile<T>>(advancePlain<T>);
 }
@@ -243,7 +244,7 @@ void advanceProduct(const MatrixOperand<T>& a, const MatrixOperand<T>& b, bool b
     const std::size_t m = a.rows;
     const std::size_t n = b.cols;
     const std::size_t inner = a.cols;
-    static const TileKernel<T> kernel = tileKernel<T>();
+    const TileKernel<T> kernel = tileKernel<T>();
     const std::size_t depth = equalPart(inner, kDepth, 1);
     const std::size_t blockRows = equalPart(m, kPackedRows, kernel.rows);
     const Scratch<T> scratchA(blockRows * depth);
