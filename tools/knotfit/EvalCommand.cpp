@@ -88,7 +88,7 @@ void runEval(const EvalOptions& options)
         throw Failure(kBadUsage, options.at + ": a " + (fit.isSurface() ? "surface" : "curve") +
                                      " takes " + std::to_string(wanted) + " parameter" +
                                      (wanted > 1 ? "s" : "") + " a line");
-    OutputFiles files(options.at);
+    OutputFiles files({options.at});
     files.add("-", fit.isSurface() ? surfaceLines(fit, table, options.derivatives)
                                    : curveLines(fit, table, options.derivatives));
     files.write();
