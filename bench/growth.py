@@ -163,11 +163,16 @@ def main(program, knotfit, docs):
     docs = pathlib.Path(docs)
     images = docs / "images"
     images.mkdir(exist_ok=True)
-    by_samples = fastest_of_rounds(program, [("curve", 3, m, 200, 10) for m in SAMPLES])
-    by_unknowns = fastest_of_rounds(program, [("curve", 3, PER_UNKNOWN * n, n, 10) for n in UNKNOWNS])
-    by_degree = fastest_of_rounds(program, [("curve", p, PER_UNKNOWN * SPANS, SPANS + p, 10) for p in DEGREES])
-    surfaces = fastest_of_rounds(program, [("surface", m, n) for m, n in SURFACES])
-    seconds, memory, making, readings = fastest_of_rounds(program, [("stream", STREAMED, 200, 10)])[0]
+    calls = {
+        "samples": [("curve", 3, m, 200, 10) for m in SAMPLES],
+        "unknowns": [("curve", 3, PER_UNKNOWN * n, n, 10) for n in UNKNOWNS],
+        "degree": [("curve", p, PER_UNKNOWN * SPANS, SPANS + p, 10) for p in DEGREES],
+        "surfaces": [("surface", m, n) for m, n in SURFACES],
+        "stream": [("stream", STREAMED, 200, 10)],
+    }
+    measured = iter(fastest_of_rounds(program, sum(calls.values(), [])))
+    by_samples, by_unknowns, by_degree, surfaces, ((seconds, memory, making, readings),) = (
+        [next(measured) for _ in group] for group in calls.values())
     beside = against_scipy(program)
     tool = [sentence_of(*through_knotfit(knotfit, *size), *size)
             for size in [(MILLION, 1000, 20), (PER_UNKNOWN * 16000, 16000, 10)]]
