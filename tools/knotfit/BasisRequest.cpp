@@ -37,14 +37,20 @@ std::vector<double> interiorKnots(const BasisRequest& request)
     return knots;
 }
 
+constexpr int kMostSpans = 1 << 24;  // where no data bound them
+
 /// Control points that cannot be fixed are found before their knots fill the memory.
 void checkCount(int spans, const BasisRequest& request)
 {
+    if (!request.lines) {
+        if (spans > kMostSpans) refuse("--spans: must be 1 to " + std::to_string(kMostSpans));
+        return;
+    }
     const long long unknowns = static_cast<long long>(spans) + request.degree;
-    const long long equations = static_cast<long long>(request.lines) + request.equations;
+    const long long equations = static_cast<long long>(*request.lines) + request.equations;
     if (unknowns > equations)
         throw Failure(kRefused, std::to_string(unknowns) + " unknowns are more than " +
-                                    std::to_string(request.lines) + " data points can fix");
+                                    std::to_string(*request.lines) + " data points can fix");
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "knotwork/fit/BsplineBasis.h"
@@ -15,8 +16,8 @@ struct BasisRequest {
     std::string knotsOption;  ///< what the user calls those
     double first;             ///< of the parameter range
     double last;
-    int lines;      ///< of data, that have to fix the control points,
-    int equations;  ///< with these constraints beside them
+    std::optional<int> lines = {};  ///< of data, that have to fix the control points; not all known
+    int equations = 0;              ///< constraints beside them
 };
 
 /// Makes the basis. Throws a Failure: status 2 for what cannot be meant, status 1 for more control

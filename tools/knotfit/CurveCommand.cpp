@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <sstream>
+#include <string_view>
 #include <utility>
 
 #include "knotwork/fit/CurvePicture.h"
@@ -13,8 +14,10 @@
 #include "tools/knotfit/CurveRequest.h"
 #include "tools/knotfit/Failure.h"
 #include "tools/knotfit/FitText.h"
+#include "tools/knotfit/GatheredFiles.h"
 #include "tools/knotfit/JsonText.h"
 #include "tools/knotfit/OutputFiles.h"
+#include "tools/knotfit/TextNumbers.h"
 
 namespace knotfit {
 
@@ -42,33 +45,65 @@ std::string asZero(const std::string& text)
     return number && *number >= 0.0 && *number <= 1.0 ? "" : "must be a number from 0 to 1";
 }
 
-void runCurve(const CurveOptions& options)
+/// Hears a fit and shows how far it is, if that was asked for.
+class Listeners {
+  public:
+    explicit Listeners(bool verbose)
+        : verbose_(verbose), reporter_(verbose, ConsoleReporter::Progress::kLeftToTheFit)
+    {
+    }
+
+    knotwork::CurveFitOptions fitOptions(const CurveOptions& options)
+    {
+        knotwork::CurveFitOptions fit;
+        fit.method = methodOf(options.method);
+        fit.zero = options.zero;
+        fit.estimateCutoff = options.cutoff;
+        fit.reporter = &reporter_;
+        if (verbose_) fit.progress = [this](double share) { bar_.show(share); };
+        return fit;
+    }
+
+  private:
+    bool verbose_;
+    ConsoleReporter reporter_;
+    ProgressBar bar_;
+};
+
+void refuseUnlessItFits(const FittedCurve& curve)
+{
+    if (curve.fits()) return;
+    const bool bad = curve.report.verdict == knotwork::FitVerdict::kBadInput;
+    throw Failure(bad ? kBadUsage : kRefused, curve.report.reason);
+}
+
+/// Writes the fit, and to standard output the figures unless something else goes there.
+void writeFit(const CurveOptions& options, const FittedCurve& curve, const Times& times,
+              OutputFiles& files)
+{
+    if (!options.output.empty()) files.add(options.output, jsonOf(curve, times));
+    if (options.output != "-" && options.svg != "-")
+        files.add("-", summaryOf(curve.report, {curve.report.maxResidualAt}, times));
+    files.write();
+}
+
+void fitPoints(const CurveOptions& options)
 {
     const Stopwatch reading;
     CsvTable table = readCsv(options.input);
     const double readSeconds = reading.seconds();
     const CurveRequest request = makeCurveRequest(options, std::move(table));
 
-    ConsoleReporter reporter(options.verbose, ConsoleReporter::Progress::kLeftToTheFit);
-    ProgressBar bar;
-    knotwork::CurveFitOptions fitOptions;
-    fitOptions.method = methodOf(options.method);
-    fitOptions.zero = options.zero;
-    fitOptions.estimateCutoff = options.cutoff;
-    fitOptions.reporter = &reporter;
+    Listeners listeners(options.verbose);
+    knotwork::CurveFitOptions fitOptions = listeners.fitOptions(options);
     fitOptions.weights.reference(request.weights);
-    if (options.verbose) fitOptions.progress = [&bar](double share) { bar.show(share); };
     const Stopwatch fitting;
     const FittedCurve curve = knotwork::fitCurve(request.points, request.parameters, request.basis,
                                                  request.constraints, fitOptions);
     const Times times = {readSeconds, fitting.seconds()};
-    if (!curve.fits()) {
-        const bool bad = curve.report.verdict == knotwork::FitVerdict::kBadInput;
-        throw Failure(bad ? kBadUsage : kRefused, curve.report.reason);
-    }
+    refuseUnlessItFits(curve);
 
-    OutputFiles files(options.input);
-    if (!options.output.empty()) files.add(options.output, jsonOf(curve, times));
+    OutputFiles files({options.input});
     if (!options.svg.empty()) {
         std::ostringstream picture;
         knotwork::writeCurveSvg(picture, curve, request.points, request.parameters,
@@ -76,9 +111,49 @@ void runCurve(const CurveOptions& options)
                                 titleOf(options.input, "degree " + std::to_string(options.degree)));
         files.add(options.svg, picture.str());
     }
-    if (options.output != "-" && options.svg != "-")
-        files.add("-", summaryOf(curve.report, {curve.report.maxResidualAt}, times));
-    files.write();
+    writeFit(options, curve, times, files);
+}
+
+std::vector<std::string> partNames(const std::vector<std::string>& lists)
+{
+    std::vector<std::string> names;
+    for (const std::string& list : lists)
+        for (const std::string_view name : split(list, ',')) {
+            if (name.empty()) throw Failure(kBadUsage, "--from " + list + ": a name is missing");
+            names.emplace_back(name);
+        }
+    return names;
+}
+
+void fitGathered(const CurveOptions& options)
+{
+    if (!options.pass.empty())
+        throw Failure(kBadUsage, "--pass: the data points are gone; --value says where to pass");
+    if (!options.svg.empty())
+        throw Failure(kBadUsage, "--svg: the data points are gone, there is nothing to draw");
+    const std::vector<std::string> names = partNames(options.from);
+    const Stopwatch reading;
+    const knotwork::CurveAccumulator gathered = readGathered(names);
+    const double readSeconds = reading.seconds();
+    const std::vector<knotwork::CurveConstraint> constraints =
+        constraintsOf(options, gathered.basis(), gathered.dimension());
+
+    Listeners listeners(options.verbose);
+    const Stopwatch fitting;
+    const FittedCurve curve =
+        knotwork::fitCurve(gathered, constraints, listeners.fitOptions(options));
+    const Times times = {readSeconds, fitting.seconds()};
+    refuseUnlessItFits(curve);
+    OutputFiles files(names);
+    writeFit(options, curve, times, files);
+}
+
+void runCurve(const CurveOptions& options)
+{
+    if (!options.from.empty()) return fitGathered(options);
+    if (options.input.empty())
+        throw Failure(kBadUsage, "POINTS.csv is required, or gathered parts with --from");
+    fitPoints(options);
 }
 
 }  // namespace
@@ -88,29 +163,20 @@ void addCurveCommand(CLI::App& app)
     const auto options = std::make_shared<CurveOptions>();
     CLI::App* curve =
         app.add_subcommand("curve", "Fit a B-spline curve to points, some equations held exactly");
-    curve
-        ->add_option(
-            "POINTS.csv", options->input,
-            "Comma-separated points, a line each; - for standard input; # starts a comment")
-        ->required();
-    curve->add_option("-d,--degree", options->degree, "Degree of the curve")->capture_default_str();
-    CLI::Option* spans =
-        curve->add_option("-n,--spans", options->spans, "Equal spans over the parameter range")
-            ->capture_default_str();
-    curve->add_option("--knots", options->knots, "Interior knots T1,T2,... instead of --spans")
-        ->check(notEmpty)
-        ->excludes(spans);
-    curve
-        ->add_option(
-            "--parameter", options->parameter,
-            "Where parameters come from: the first column (two-column files do by default), "
-            "or spread from 0 to 1 (chord otherwise)")
-        ->check(CLI::IsMember({"column", "uniform", "chord", "centripetal"}));
-    curve
-        ->add_option("--weights", options->weights,
-                     "Column, counted from 1, that holds a weight for each point, 0 or more, "
-                     "instead of a coordinate")
-        ->check(CLI::PositiveNumber);
+    std::vector<CLI::Option*> ofSamples = addSampleOptions(*curve, *options);
+    ofSamples.push_back(
+        curve
+            ->add_option("--parameter", options->parameter,
+                         "Where parameters come from: the first column (two-column files do by "
+                         "default), or spread from 0 to 1 (chord otherwise)")
+            ->check(CLI::IsMember({"column", "uniform", "chord", "centripetal"})));
+    CLI::Option* from =
+        curve
+            ->add_option("--from", options->from,
+                         "A.acc[,B.acc...]: what knotfit gather wrote, merged, instead of points; "
+                         "the basis is that of the parts")
+            ->allow_extra_args(false);
+    for (CLI::Option* option : ofSamples) from->excludes(option);
     curve
         ->add_option("--pass", options->pass,
                      "Data points met exactly, I[,J...]: numbers from 0, or first, last")

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 #include "tools/knotfit/BasisRequest.h"
 #include "tools/knotfit/Failure.h"
@@ -50,7 +51,6 @@ DoubleVec takeWeights(int column, CsvTable& table)
     if (table.cols < 2) refuse("--weights needs a second column with coordinates");
     DoubleVec weights(columnOf(table, column - 1));
     if (minValue(weights) < 0.0) refuse("--weights: a weight is negative");
-    if (maxValue(weights) == 0.0) refuse("--weights: all weights are 0");
     int at = 0;
     table.numbers.erase(std::remove_if(table.numbers.begin(), table.numbers.end(),
                                        [&](double) { return at++ % table.cols == column - 1; }),
@@ -59,23 +59,31 @@ DoubleVec takeWeights(int column, CsvTable& table)
     return weights;
 }
 
-void placePoints(const std::string& asked, const CsvTable& table, CurveRequest& request)
+void placePoints(const std::string& asked, const CsvTable& table, TableSamples& samples)
 {
     const std::string mode = !asked.empty() ? asked : table.cols == 2 ? "column" : "chord";
     if (mode == "column") {
         if (table.cols < 2) refuse("--parameter column needs a second column with coordinates");
-        request.points.reference(pointsOf(table, 1));
-        request.parameters.reference(columnOf(table, 0));
+        samples.points.reference(pointsOf(table, 1));
+        samples.parameters.reference(columnOf(table, 0));
     } else {
-        request.points.reference(pointsOf(table, 0));
+        samples.points.reference(pointsOf(table, 0));
         const Parameterisation spread = mode == "uniform"       ? Parameterisation::kUniform
                                         : mode == "centripetal" ? Parameterisation::kCentripetal
                                                                 : Parameterisation::kChord;
-        request.parameters.reference(knotwork::parameterValues(request.points, spread));
+        samples.parameters.reference(knotwork::parameterValues(samples.points, spread));
     }
-    const DoubleVec& t = request.parameters;
+}
+
+/// Refuses samples that are no curve by themselves.
+void checkWhole(const TableSamples& samples)
+{
+    const DoubleVec& t = samples.parameters;
+    if (samples.weights.length() > 0 && maxValue(samples.weights) == 0.0)
+        refuse("--weights: all weights are 0");
     if (t.length() < 2 || !(minValue(t) < maxValue(t)))
-        refuse(table.rows < 2 ? "one point alone is no curve" : "all parameters are equal");
+        refuse(samples.points.points() < 2 ? "one point alone is no curve"
+                                           : "all parameters are equal");
     if (!std::isfinite(maxValue(t) - minValue(t))) refuse("the parameter range is too wide");
 }
 
@@ -104,7 +112,8 @@ void addPasses(const std::vector<std::string>& texts, CurveRequest& request)
 
 /// T=X[:Y...]
 void addConstraints(const char* option, const std::vector<std::string>& texts, int derivative,
-                    CurveRequest& request)
+                    const knotwork::BsplineBasis& basis, int dimension,
+                    std::vector<CurveConstraint>& constraints)
 {
     for (const std::string& text : texts) {
         const auto bad = [&](const std::string& why) {
@@ -120,30 +129,46 @@ void addConstraints(const char* option, const std::vector<std::string>& texts, i
             if (!x) bad("'" + std::string(part) + "' is no finite number");
             constraint.value.push_back(*x);
         }
-        if (constraint.value.size() != static_cast<std::size_t>(request.points.size()))
-            bad("the points have " + std::to_string(request.points.size()) + " coordinates");
-        const double first = request.basis.first();
-        const double last = request.basis.last();
+        if (constraint.value.size() != static_cast<std::size_t>(dimension))
+            bad("the points have " + std::to_string(dimension) + " coordinates");
+        const double first = basis.first();
+        const double last = basis.last();
         if (*t < first || *t > last)
             bad("the parameter lies outside " + shortest(first) + " to " + shortest(last));
-        request.constraints.push_back(constraint);
+        constraints.push_back(constraint);
     }
 }
 
 }  // namespace
 
+TableSamples samplesOf(const SampleOptions& options, CsvTable table)
+{
+    TableSamples samples;
+    samples.weights.reference(takeWeights(options.weights, table));
+    placePoints(options.parameter, table, samples);
+    return samples;
+}
+
+std::vector<CurveConstraint> constraintsOf(const CurveOptions& options,
+                                           const knotwork::BsplineBasis& basis, int dimension)
+{
+    std::vector<CurveConstraint> constraints;
+    addConstraints("--value", options.values, 0, basis, dimension, constraints);
+    addConstraints("--slope", options.slopes, 1, basis, dimension, constraints);
+    return constraints;
+}
+
 CurveRequest makeCurveRequest(const CurveOptions& options, CsvTable table)
 {
-    CurveRequest request;
-    request.weights.reference(takeWeights(options.weights, table));
-    placePoints(options.parameter, table, request);
+    CurveRequest request{samplesOf(options, std::move(table)), {}, {}};
+    checkWhole(request);
     const int equations = static_cast<int>(options.values.size() + options.slopes.size());
     request.basis = basisFor({options.degree, options.spans, options.knots, "--knots",
                               minValue(request.parameters), maxValue(request.parameters),
-                              table.rows, equations});
+                              request.points.points(), equations});
     addPasses(options.pass, request);
-    addConstraints("--value", options.values, 0, request);
-    addConstraints("--slope", options.slopes, 1, request);
+    for (CurveConstraint& constraint : constraintsOf(options, request.basis, request.points.size()))
+        request.constraints.push_back(std::move(constraint));
     return request;
 }
 

@@ -7,17 +7,13 @@
 #include "knotwork/fit/CurveFit.h"
 #include "knotwork/fit/Parameters.h"
 #include "tools/knotfit/CsvTable.h"
+#include "tools/knotfit/SampleOptions.h"
 
 namespace knotfit {
 
 /// What `knotfit curve` was asked, as typed.
-struct CurveOptions {
-    std::string input;
-    int degree = 3;
-    int spans = 8;
-    std::string knots;
-    std::string parameter;
-    int weights = 0;  ///< the column with a weight for each point, counted from 1; 0: none
+struct CurveOptions : SampleOptions {
+    std::vector<std::string> from;  ///< gathered parts instead of points, or lists of them
     std::vector<std::string> pass;
     std::vector<std::string> values;
     std::vector<std::string> slopes;
@@ -29,14 +25,26 @@ struct CurveOptions {
     bool verbose = false;
 };
 
-/// The fit that the options ask of a table: points, parameters, basis, constraints.
-struct CurveRequest {
+/// The samples of a table.
+struct TableSamples {
     TtupleVector points;
     DoubleVec parameters;
     DoubleVec weights;  ///< empty without any
+};
+
+/// The fit that the options ask of a table: samples, basis, constraints.
+struct CurveRequest : TableSamples {
     knotwork::BsplineBasis basis;
     std::vector<knotwork::CurveConstraint> constraints;
 };
+
+/// Tells parameters, coordinates and weights apart; throws a Failure with status 2.
+TableSamples samplesOf(const SampleOptions& options, CsvTable table);
+
+/// What --value and --slope hold on to; throws a Failure with status 2.
+std::vector<knotwork::CurveConstraint> constraintsOf(const CurveOptions& options,
+                                                     const knotwork::BsplineBasis& basis,
+                                                     int dimension);
 
 /// Puts options and data together; throws a Failure with status 2 for what cannot be meant, with
 /// status 1 for more control points than there are equations.

@@ -32,7 +32,7 @@ void runEval(const EvalOptions& options)
         throw Failure(kBadUsage, options.at + ": a " + (fit.isSurface() ? "surface" : "curve") +
                                      " takes " + std::to_string(wanted) + " parameter" +
                                      (wanted > 1 ? "s" : "") + " a line");
-    OutputFiles files(options.at);
+    OutputFiles files({options.at});
     files.add("-", evaluated(fit, table, options.derivatives));
     files.write();
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tools/knotfit/FitText.h"
 
+#include <cmath>
 #include <cstdio>
 
 #include "tools/knotfit/TextNumbers.h"
@@ -15,6 +16,16 @@ constexpr const char* kQr = "qr";
 std::string nameOf(knotwork::FitMethod method)
 {
     return method == knotwork::FitMethod::kQr ? kQr : kHouseholder;
+}
+
+std::string largestResidual(const knotwork::FitReport& report, const std::vector<double>& at)
+{
+    if (std::isnan(report.maxResidual)) return "not known, the samples are gone";
+    char size[40];
+    std::snprintf(size, sizeof size, "%.6g", report.maxResidual);
+    std::string where;
+    for (const double t : at) where += (where.empty() ? " at " : ", ") + shortest(t);
+    return size + where;
 }
 
 /// Of a verdict under which there is a fit.
@@ -54,11 +65,13 @@ void addReport(JsonText& json, const knotwork::FitReport& report, const std::vec
     json.member("verdict", nameOf(report.verdict));
     json.member("method", nameOf(report.method));
     json.member("rms", report.rms);
-    json.member("max_residual", report.maxResidual);
-    if (at.size() == 1)
-        json.member("max_residual_at", at[0]);
-    else
-        json.member("max_residual_at", at);
+    if (!std::isnan(report.maxResidual)) {
+        json.member("max_residual", report.maxResidual);
+        if (at.size() == 1)
+            json.member("max_residual_at", at[0]);
+        else
+            json.member("max_residual_at", at);
+    }
     json.member("constraint_residual", report.constraintResidual);
     json.member("zero", report.zero);
     json.member("columns_used", report.columnsUsed);
@@ -73,30 +86,34 @@ void addReport(JsonText& json, const knotwork::FitReport& report, const std::vec
 std::string summaryOf(const knotwork::FitReport& report, const std::vector<double>& at,
                       const Times& times)
 {
-    std::string where;
-    for (const double t : at) where += (where.empty() ? "" : ", ") + shortest(t);
+    const std::string largest = largestResidual(report, at);
     char text[600];
     std::snprintf(text, sizeof text,
                   "data points          %d\n"
                   "unknowns             %d (%d used)\n"
                   "constraints          %d\n"
                   "RMS residual         %.6g\n"
-                  "largest residual     %.6g at %s\n"
+                  "largest residual     %s\n"
                   "constraint residual  %.3g\n"
                   "zero                 %.3g\n"
                   "method               %s\n"
                   "verdict              %s\n"
                   "processor time       %.4f s reading, %.4f s fitting\n",
                   report.dataPoints, report.unknowns, report.columnsUsed, report.constraints,
-                  report.rms, report.maxResidual, where.c_str(), report.constraintResidual,
-                  report.zero, nameOf(report.method).c_str(), nameOf(report.verdict).c_str(),
-                  times.read, times.fit);
+                  report.rms, largest.c_str(), report.constraintResidual, report.zero,
+                  nameOf(report.method).c_str(), nameOf(report.verdict).c_str(), times.read,
+                  times.fit);
     return text;
+}
+
+std::string nameOf(const std::string& input)
+{
+    return input == "-" ? "standard input" : input;
 }
 
 std::string titleOf(const std::string& input, const std::string& what)
 {
-    const std::string name = input == "-" ? "standard input" : input;
+    const std::string name = nameOf(input);
     return "Fit of " + name.substr(name.find_last_of('/') + 1) + ", " + what;
 }
 

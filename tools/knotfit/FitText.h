@@ -25,7 +25,8 @@ struct Times {
     double fit;
 };
 
-/// Writes "report"; `at` is where the largest residual lies, one parameter or two.
+/// Writes "report"; `at` is where the largest residual lies, one parameter or two. Without it where
+/// that is not known.
 void addReport(JsonText& json, const knotwork::FitReport& report, const std::vector<double>& at,
                const Times& times);
 
@@ -36,6 +37,9 @@ std::string summaryOf(const knotwork::FitReport& report, const std::vector<doubl
 /// --method, for the commands that fit.
 void addMethodOption(CLI::App& command, std::string& method);
 knotwork::FitMethod methodOf(const std::string& name);
+
+/// An input's name as messages show it.
+std::string nameOf(const std::string& input);
 
 /// "Fit of NAME, ...": a picture's title.
 std::string titleOf(const std::string& input, const std::string& what);

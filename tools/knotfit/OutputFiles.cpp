@@ -136,7 +136,8 @@ bool samePlace(const std::string& a, const std::string& b)
 
 void OutputFiles::add(const std::string& path, std::string content)
 {
-    if (samePlace(path, input_)) throw Failure(kBadUsage, path + ": is the input");
+    for (const std::string& input : inputs_)
+        if (samePlace(path, input)) throw Failure(kBadUsage, path + ": is the input");
     for (const File& file : files_)
         if (samePlace(path, file.path) || (path == "-" && file.path == "-"))
             throw Failure(kBadUsage, path + ": cannot take two outputs");

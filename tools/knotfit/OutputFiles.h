@@ -13,8 +13,8 @@ namespace knotfit {
 /// that ends the process takes what waits with it.
 class OutputFiles {
   public:
-    explicit OutputFiles(std::string input) : input_(std::move(input)) {}
-    /// Throws a Failure for a file that is the input or was added before.
+    explicit OutputFiles(std::vector<std::string> inputs) : inputs_(std::move(inputs)) {}
+    /// Throws a Failure for a file that is an input or was added before.
     void add(const std::string& path, std::string content);
     void write() const;  ///< throws a Failure; nothing is left behind then
 
@@ -23,7 +23,7 @@ class OutputFiles {
         std::string path;
         std::string content;
     };
-    std::string input_;
+    std::vector<std::string> inputs_;
     std::vector<File> files_;
 };
 

@@ -80,7 +80,7 @@ void runSurface(const SurfaceOptions& options)
         throw Failure(bad ? kBadUsage : kRefused, surface.report.reason);
     }
 
-    OutputFiles files(options.input);
+    OutputFiles files({options.input});
     if (!options.output.empty()) files.add(options.output, jsonOf(surface, times));
     if (!options.svg.empty()) {
         std::ostringstream picture;

@@ -9,6 +9,7 @@
 #include "tools/knotfit/CurveCommand.h"
 #include "tools/knotfit/EvalCommand.h"
 #include "tools/knotfit/Failure.h"
+#include "tools/knotfit/GatherCommand.h"
 #include "tools/knotfit/SurfaceCommand.h"
 
 namespace {
@@ -35,6 +36,7 @@ int main(int argc, char** argv)
     app.set_version_flag("--version", KNOTFIT_VERSION);
     app.require_subcommand(1);
     knotfit::addCurveCommand(app);
+    knotfit::addGatherCommand(app);
     knotfit::addSurfaceCommand(app);
     knotfit::addEvalCommand(app);
     try {
