@@ -37,7 +37,31 @@ void addSamples(const DoubleVec& parameters, const ParameterRange& range, Scaled
         rows.add(range.clamped(parameters(i)));
 }
 
+void transpose(const std::vector<double>& from, int rows, int cols, int dimension,
+               std::vector<double>& to)
+{
+    constexpr int kTile = 32;  // points a side that caches hold
+    for (int top = 0; top < rows; top += kTile)
+        for (int i = 0; i < cols; ++i)
+            for (int j = top; j < std::min(rows, top + kTile); ++j) {
+                const double* point =
+                    &from[NumberBlock::size(j, cols * dimension) + NumberBlock::size(i, dimension)];
+                double* turned =
+                    &to[NumberBlock::size(i, rows * dimension) + NumberBlock::size(j, dimension)];
+                for (int k = 0; k < dimension; ++k) turned[k] = point[k];
+            }
+}
+
 }  // namespace
+
+NumberBlock transposed(const NumberBlock& grid, int rows, int dimension)
+{
+    const int cols = grid.width / dimension;
+    NumberBlock turned(cols, rows * dimension, !grid.low.empty());
+    transpose(grid.high, rows, cols, dimension, turned.high);
+    if (!grid.low.empty()) transpose(grid.low, rows, cols, dimension, turned.low);
+    return turned;
+}
 
 ScaledSurface::ScaledSurface(const SurfaceData& data, const std::vector<LineConstraint>& acrossU,
                              const std::vector<LineConstraint>& acrossV)
@@ -49,8 +73,11 @@ ScaledSurface::ScaledSurface(const SurfaceData& data, const std::vector<LineCons
 {
     addSamples(data.uParameters, ParameterRange(data.u), u_);
     addSamples(data.vParameters, ParameterRange(data.v), v_);
+    u_.weigh(data.uWeights);
+    v_.weigh(data.vWeights);
     fillSamples(data.points);
     fillLines(data, acrossU, acrossV);
+    forgetUncounted();
     scaleCoordinates();
 }
 
@@ -110,6 +137,19 @@ void ScaledSurface::fillCrossing(const SurfaceData& data, const LineConstraint& 
     }
 }
 
+/// What has no weight shall not set the scale either.
+void ScaledSurface::forgetUncounted()
+{
+    const auto step = static_cast<std::ptrdiff_t>(rhs_.width);
+    const auto rows = static_cast<std::ptrdiff_t>(rhs_.high.size()) / step;
+    for (int j = 0; j < v_.count(); ++j)
+        if (!v_.counts(j)) std::fill_n(rhs_.high.begin() + step * j, step, 0.0);
+    for (int i = 0; i < u_.count(); ++i)
+        for (std::ptrdiff_t j = 0; !u_.counts(i) && j < rows; ++j)
+            std::fill_n(rhs_.high.begin() + step * j + std::ptrdiff_t{i} * dimension_, dimension_,
+                        0.0);
+}
+
 void ScaledSurface::scaleCoordinates()
 {
     const auto d = static_cast<std::size_t>(dimension_);
@@ -153,8 +193,8 @@ double ScaledSurface::largestTerm(const NumberBlock& x) const
 NumberBlock ScaledSurface::residuals(const NumberBlock& x) const
 {
     NumberBlock left(v_.count(), u_.count() * dimension_, true);
-    forResiduals<DoubleDouble>(x, [&](int i, int j, const DoubleDouble* r) {
-        for (int k = 0; k < dimension_; ++k) left.set(j, i * dimension_ + k, r[k]);
+    forResiduals<DoubleDouble>(x, [&left](int j, const DoubleDouble* r) {
+        for (int c = 0; c < left.width; ++c) left.set(j, c, r[c]);
     });
     return left;
 }
