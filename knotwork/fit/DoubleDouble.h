@@ -3,73 +3,83 @@
 
 namespace knotwork {
 
-/// An unevaluated sum of two doubles, the second below half a unit in the last place of the first:
-/// about 106 bits, the same ones on every machine. Numbers of unit size; nothing is said about
-/// overflow, and products below 1e-290 lose digits.
+/// An unevaluated sum of two numbers, the second below half a unit in the last place of the first:
+/// about 106 bits of doubles, the same ones on every machine. T: double, or a vector of them.
+/// Numbers of unit size; nothing is said about overflow, and products below 1e-290 lose digits.
 /// Source    Dekker: A floating-point technique for extending the available precision, Numer.
 ///           Math. 18 (1971); Knuth: The Art of Computer Programming 2, 4.2.2, for the sum.
-struct DoubleDouble {
-    double high = 0.0;
-    double low = 0.0;
+template <class T>
+struct Doubled {
+    T high = {};
+    T low = {};
 
-    DoubleDouble() = default;
-    DoubleDouble(double x) : high(x) {}  // NOLINT: a double is one, like an int is a double
-    DoubleDouble(double h, double l) : high(h), low(l) {}
+    Doubled() = default;
+    [[gnu::always_inline]] Doubled(double x) : high(T{} + x) {}  // a double is one, exactly
+    [[gnu::always_inline]] Doubled(T h, T l) : high(h), low(l) {}
 };
 
-/// The sum exactly, of any two doubles.
-inline DoubleDouble twoSum(double a, double b)
+using DoubleDouble = Doubled<double>;
+
+/// The sum exactly, of any two numbers.
+template <class T>
+[[gnu::always_inline]] inline Doubled<T> twoSum(T a, T b)
 {
-    const double sum = a + b;
-    const double shown = sum - a;
+    const T sum = a + b;
+    const T shown = sum - a;
     return {sum, (a - (sum - shown)) + (b - shown)};
 }
 
 /// The same where |a| >= |b|.
-inline DoubleDouble quickTwoSum(double a, double b)
+template <class T>
+[[gnu::always_inline]] inline Doubled<T> quickTwoSum(T a, T b)
 {
-    const double sum = a + b;
+    const T sum = a + b;
     return {sum, b - (sum - a)};
 }
 
-inline DoubleDouble twoProduct(double a, double b)
+template <class T>
+[[gnu::always_inline]] inline Doubled<T> twoProduct(T a, T b)
 {
     constexpr double kSplitter = 134217729.0;  // 2^27 + 1
-    const double p = a * b;
-    const double ca = kSplitter * a;
-    const double cb = kSplitter * b;
-    const double aHigh = ca - (ca - a);
-    const double bHigh = cb - (cb - b);
-    const double aLow = a - aHigh;
-    const double bLow = b - bHigh;
+    const T p = a * b;
+    const T ca = kSplitter * a;
+    const T cb = kSplitter * b;
+    const T aHigh = ca - (ca - a);
+    const T bHigh = cb - (cb - b);
+    const T aLow = a - aHigh;
+    const T bLow = b - bHigh;
     return {p, ((aHigh * bHigh - p) + aHigh * bLow + aLow * bHigh) + aLow * bLow};
 }
 
-inline DoubleDouble operator-(DoubleDouble a)
+template <class T>
+[[gnu::always_inline]] inline Doubled<T> operator-(const Doubled<T>& a)
 {
     return {-a.high, -a.low};
 }
 
-inline DoubleDouble operator+(DoubleDouble a, DoubleDouble b)
+template <class T>
+[[gnu::always_inline]] inline Doubled<T> operator+(const Doubled<T>& a, const Doubled<T>& b)
 {
-    const DoubleDouble high = twoSum(a.high, b.high);
-    const DoubleDouble low = twoSum(a.low, b.low);
-    const DoubleDouble sum = quickTwoSum(high.high, high.low + low.high);
-    return quickTwoSum(sum.high, sum.low + low.low);
+    const Doubled<T> high = twoSum(a.high, b.high);
+    const Doubled<T> low = twoSum(a.low, b.low);
+    const Doubled<T> sum = quickTwoSum<T>(high.high, high.low + low.high);
+    return quickTwoSum<T>(sum.high, sum.low + low.low);
 }
 
-inline DoubleDouble operator-(DoubleDouble a, DoubleDouble b)
+template <class T>
+[[gnu::always_inline]] inline Doubled<T> operator-(const Doubled<T>& a, const Doubled<T>& b)
 {
     return a + -b;
 }
 
-inline DoubleDouble operator*(DoubleDouble a, DoubleDouble b)
+template <class T>
+[[gnu::always_inline]] inline Doubled<T> operator*(const Doubled<T>& a, const Doubled<T>& b)
 {
-    const DoubleDouble p = twoProduct(a.high, b.high);
-    return quickTwoSum(p.high, p.low + (a.high * b.low + a.low * b.high));
+    const Doubled<T> p = twoProduct(a.high, b.high);
+    return quickTwoSum<T>(p.high, p.low + (a.high * b.low + a.low * b.high));
 }
 
-inline DoubleDouble operator/(DoubleDouble a, DoubleDouble b)
+inline DoubleDouble operator/(const DoubleDouble& a, const DoubleDouble& b)
 {
     const double first = a.high / b.high;
     const DoubleDouble rest = a - b * DoubleDouble(first);
@@ -78,7 +88,8 @@ inline DoubleDouble operator/(DoubleDouble a, DoubleDouble b)
     return quickTwoSum(first, second) + DoubleDouble(last.high / b.high);
 }
 
-inline DoubleDouble& operator+=(DoubleDouble& a, DoubleDouble b)
+template <class T>
+[[gnu::always_inline]] inline Doubled<T>& operator+=(Doubled<T>& a, const Doubled<T>& b)
 {
     return a = a + b;
 }

@@ -28,10 +28,9 @@ int Refinement::held() const
 
 void Refinement::correct(const FitRows& rows)
 {
-    const bool first = rightSquares_.empty();
+    const bool first = squares_.empty();
     correctBy(rows.residualSums(first ? NumberBlock() : x_));
     if (!first) return;
-    rightSquares_ = squares_;
     // The data's size as their root mean square; the constraints' is known.
     for (std::size_t c = 0; c < squares_.size(); ++c) {
         double& size = rightSizes_[c % rightSizes_.size()];
@@ -124,19 +123,19 @@ void Refinement::correctLanes(const NumberBlock& gradient, int first, int count)
                 lane(dl, i, c);
 }
 
+/// Rounding of rows moves each residual by eps times the numbers around it, and an unknown by what
+/// comes from its own neighbourhood; that of gradients counts in proportion to all residuals.
 double Refinement::uncertainty(double eps, double ofRight) const
 {
     const double inverse = fit_.factors_->inverseNorm();
     const double norm = fit_.factors_->norm();
+    const std::vector<double> sizes = sizesOf(x_.high);
     std::vector<double> worst(static_cast<std::size_t>(dimension_), 0.0);
-    std::vector<double> lengths(squares_.size(), 0.0);
-    for (std::size_t i = 0; i < x_.high.size(); ++i)
-        lengths[i % lengths.size()] += x_.high[i] * x_.high[i];
     for (std::size_t c = 0; c < squares_.size(); ++c) {
-        const double ofRows = norm * std::sqrt(lengths[c]) + std::sqrt(rightSquares_[c]);
-        const double ofResiduals = inverse * norm * std::sqrt(squares_[c]);
-        double& most = worst[c % worst.size()];
-        most = std::max(most, eps * inverse * (ofRows + ofResiduals));
+        const std::size_t kind = c % worst.size();
+        const double ofRows = norm * (sizes[kind] + rightSizes_[kind]);
+        const double ofGradients = inverse * norm * std::sqrt(squares_[c]);
+        worst[kind] = std::max(worst[kind], eps * inverse * (ofRows + ofGradients));
     }
     return share(worst, ofRight);
 }

@@ -41,9 +41,8 @@ class Refinement {
     NumberBlock x_;
     std::vector<double> multipliers_;
     std::vector<double> rightSizes_;
-    std::vector<double> rightSquares_;  // of a right-hand side, all rows
-    std::vector<double> squares_;       // of what is left of it
-    std::vector<double> moved_;         // the largest change of a number of each kind
+    std::vector<double> squares_;  // of what is left of each right-hand side
+    std::vector<double> moved_;    // the largest change of a number of each kind
 };
 
 }  // namespace knotwork

@@ -93,20 +93,27 @@ void SampleRows::sumExactly(const SampleRun& run, const SampleStretch& stretch,
                             const NumberBlock& x, ResidualSums& sums) const
 {
     const int p = basis_.degree();
+    const int d = x.width;
     const int first = run.span - p;
-    DoubleDouble entries[kMostBasisDegree + 1];
+    double weights[kRunRows] = {};
+    for (int i = 0; i < run.count; ++i) weights[i] = run.weights != nullptr ? run.weights[i] : 1.0;
+    std::vector<DoubleDouble> unknowns;
+    for (int j = 0; j <= p; ++j)
+        for (int k = 0; k < d; ++k) unknowns.push_back(x.number(first + j, k));
+    std::vector<DoubleDouble> products(unknowns.size());
+    std::vector<double> left(static_cast<std::size_t>(kRunRows) * static_cast<std::size_t>(d));
+    sumExactRun({basis_.knots().data() + run.span, p, run.count, run.parameters, d, run.points,
+                 weights, unknowns.data(), left.data(), products.data()});
     double squares[kRunRows] = {};
-    for (int i = 0; i < run.count; ++i) {
-        basisRow(basis_.knots().data(), p, run.span, run.parameters[i], 0, entries);
-        for (int k = 0; k < x.width; ++k) {
-            DoubleDouble r = run.points[std::ptrdiff_t{kRunRows} * k + i];
-            for (int j = 0; j <= p; ++j) r += -(entries[j] * x.number(first + j, k));
-            const double distance = r.high * factors_[static_cast<std::size_t>(k)];
-            squares[i] += distance * distance;
-            const DoubleDouble pull = run.weights != nullptr ? r * DoubleDouble(run.weights[i]) : r;
-            sums.squares[static_cast<std::size_t>(k)] += pull.high * r.high;
-            for (int j = 0; j <= p; ++j) sums.gradient.add(first + j, k, entries[j] * pull);
+    for (int k = 0; k < d; ++k) {
+        const double* r = left.data() + std::ptrdiff_t{kRunRows} * k;
+        const double factor = factors_[static_cast<std::size_t>(k)];
+        for (int i = 0; i < run.count; ++i) {
+            squares[i] += r[i] * factor * (r[i] * factor);
+            sums.squares[static_cast<std::size_t>(k)] += weights[i] * r[i] * r[i];
         }
+        for (int j = 0; j <= p; ++j)
+            sums.gradient.add(first + j, k, products[static_cast<std::size_t>(j * d + k)]);
     }
     note(run, stretch, squares);
 }

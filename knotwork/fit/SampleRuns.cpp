@@ -39,15 +39,28 @@ SampleRuns::SampleRuns(const BsplineBasis& scaledBasis, int dimension)
       run_(static_cast<std::size_t>(kRunRows) * static_cast<std::size_t>(dimension + 2)),
       numbers_(kRunRows)
 {
+    const int cells = 2 * basis_.count();
+    const double range = basis_.last() - basis_.first();
+    cellsPerUnit_ = cells / range;
+    // A cell further to the left than need be, since the cell of a parameter may be rounded up.
+    for (int cell = 0; cell <= cells + 1; ++cell)
+        guesses_.push_back(basis_.span(basis_.first() + std::max(0, cell - 1) * (range / cells)));
+    guesses_.push_back(basis_.span(basis_.last()));
 }
 
+/// The span by a guess from a table of equal cells, a step or two from there where knots are evenly
+/// spread, and by bisection where they crowd.
 int SampleRuns::spanOf(double t)
 {
-    if (!(t >= left_ && t < right_)) {
-        span_ = basis_.span(t);
-        left_ = basis_.knots()[static_cast<std::size_t>(span_)];
-        right_ = basis_.knots()[static_cast<std::size_t>(span_) + 1];
-    }
+    if (t >= left_ && t < right_) return span_;
+    constexpr int kMostSteps = 8;
+    const double* knots = basis_.knots().data();
+    const int last = guesses_.back();
+    span_ = guesses_[static_cast<std::size_t>((t - basis_.first()) * cellsPerUnit_)];
+    for (int step = 0; step < kMostSteps && span_ < last && t >= knots[span_ + 1]; ++step) ++span_;
+    if (span_ < last && t >= knots[span_ + 1]) span_ = basis_.span(t);
+    left_ = knots[span_];
+    right_ = knots[span_ + 1];
     return span_;
 }
 

@@ -54,6 +54,8 @@ class SampleRuns {
     int span_;  // of the last parameter
     double left_;
     double right_;
+    double cellsPerUnit_;
+    std::vector<int> guesses_;  // a span at or before each cell; the last one is the last span
     std::vector<double> parameters_;  // scaled, of the samples that are sorted together
     std::vector<int> spans_;
     std::vector<int> order_;

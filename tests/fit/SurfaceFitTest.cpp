@@ -128,6 +128,29 @@ TEST(SurfaceFitTest, DerivativesAlongALineAreMet)
     EXPECT_NEAR(surface.at(0.0, 4.0, 1, 0)[0], 0.25, 1e-13) << "a constant is its own fit";
 }
 
+TEST(SurfaceFitTest, ALineOfEitherDirectionThatIsNotMetCountsWithItsDistance)
+{
+    const Sheet sheet;
+    const auto rowLength = static_cast<std::size_t>(sheet.uBasis.count());
+    for (const bool inV : {false, true}) {
+        SCOPED_TRACE(inV ? "a line of constant v" : "a line of constant u");
+        SurfaceFitOptions options;
+        options.method = knotwork::FitMethod::kQr;
+        if (inV)
+            options.acrossV.push_back({0.0, 0, std::vector<double>(Sheet::kRows, 2.0)});
+        else
+            options.acrossU.push_back({0.0, 0, std::vector<double>(Sheet::kCols, 2.0)});
+        const FittedSurface surface = sheet.fit(options);
+        ASSERT_EQ(surface.report.verdict, FitVerdict::kCompromise) << surface.report.reason;
+        double distance = 0.0;  // from the constant to the border's control points
+        const std::size_t step = inV ? 1 : rowLength;
+        for (std::size_t n = 0; n < (inV ? rowLength : surface.controlPoints.size()); n += step)
+            distance = std::max(distance, std::fabs(surface.controlPoints[n] - 2.0));
+        EXPECT_GT(distance, 0.1) << "the data pull away from it";
+        EXPECT_NEAR(surface.report.constraintResidual, distance, 1e-12);
+    }
+}
+
 TEST(SurfaceFitTest, UnitsDoNotMatter)
 {
     const FittedSurface plain = Sheet(2).fit(exactBorder(Sheet(2)));

@@ -82,7 +82,7 @@ class FitReader {
         if (!list.is_array()) refuse(std::string("\"") + knotsKey + "\" is no list");
         std::vector<double> knots;
         for (const json& knot : list) knots.push_back(number(knot, knotsKey));
-        const BsplineBasis result(degree.get<int>(), knots);
+        BsplineBasis result(degree.get<int>(), knots);
         if (!result.valid())
             refuse(std::string("\"") + degreeKey + "\" and \"" + knotsKey + "\" make no basis");
         return result;
