@@ -216,9 +216,10 @@ void fitFreely(const SurfaceData& data, const SurfaceFitOptions& options, WorkMe
                                                      lastRows(problem.rhs(), problem.inV().count()),
                                                      d, kFirstShare * kBelievable / growth);
     const NumberBlock across = transposed(alongV, data.v.count(), d);
-    const auto [turned, errorU, movedU] =
+    auto [turned, errorU, movedU] =
         fitU.solve(GridRows(problem.inU(), across, &work), lastRows(across, problem.inU().count()),
                    d, kBelievable / 2.0);
+    turned.low.clear();  // control points are doubles
     const NumberBlock x = transposed(turned, data.u.count(), d);
     fitted.controlPoints = problem.controlPoints(x);
     const LineDeviations deviations =
