@@ -173,8 +173,10 @@ void ScaledSurface::forgetUncounted()
 
 void ScaledSurface::scaleCoordinates()
 {
-    for (int k = 0; k < dimension_; ++k)
-        coordinateExponents_.push_back(exponentOf(largestOf(rhs_.high, k, dimension_)));
+    for (int k = 0; k < dimension_; ++k) {
+        const double largest = largestOf(rhs_.high, k, dimension_);
+        coordinateExponents_.push_back(std::isfinite(largest) ? exponentOf(largest) : 0);
+    }
     divide(rhs_.high, coordinateExponents_);
     figureExponent_ = *std::max_element(coordinateExponents_.begin(), coordinateExponents_.end());
     for (const int exponent : coordinateExponents_)

@@ -37,6 +37,9 @@ std::string summaryOf(const knotwork::FitReport& report, const std::vector<doubl
 void addMethodOption(CLI::App& command, std::string& method);
 knotwork::FitMethod methodOf(const std::string& name);
 
+/// --zero and --cutoff, likewise.
+void addZeroOptions(CLI::App& command, double& zero, bool& cutoff);
+
 /// "Fit of NAME, ...": a picture's title.
 std::string titleOf(const std::string& input, const std::string& what);
 
