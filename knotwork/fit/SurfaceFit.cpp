@@ -29,6 +29,36 @@ constexpr double kFirstShare = 1.0 / 16;  // of that, the first direction's: x c
                                           // than what it is made of
 constexpr int kFixed = 1;
 
+// What stages cost a number, measured, one that a pass of the refinement goes over counting 1.
+constexpr double kSetUpCost = 2.5;          // a sample's
+constexpr double kHeldCost = 8.0;           // a sample's, to subtract held points
+constexpr double kSolutionCost = 8.0;       // an unknown's
+constexpr double kOpinionCost = 10.0;       // a sample's
+constexpr double kControlPointCost = 20.0;  // of the surface object
+
+/// The samples' numbers.
+double numbersIn(const SurfaceData& data)
+{
+    return static_cast<double>(data.points.rows()) * data.points.cols() * data.points.size();
+}
+
+bool asksSolvers(const SurfaceFitOptions& options)
+{
+    return options.zero > 0.0 || options.estimateCutoff;
+}
+
+/// In all. around: held points.
+double workOf(const SurfaceData& data, const SurfaceFitOptions& options, bool around)
+{
+    const double d = data.points.size();
+    const double alongV = d * data.points.rows() * data.v.count();
+    const double net = static_cast<double>(data.u.count()) * data.v.count();
+    const double perSample = kSetUpCost + (around ? kHeldCost : 0.0) + 2.0 +
+                             (asksSolvers(options) ? kOpinionCost : 0.0) + 1.0;
+    return perSample * numbersIn(data) + (2.0 + kSolutionCost) * alongV + kSolutionCost * d * net +
+           kControlPointCost * net;
+}
+
 constexpr const char* kFreeNotFixed = "the data do not fix every free control point";
 
 void refuse(FittedSurface& surface, FitVerdict verdict, const std::string& reason)
@@ -83,9 +113,10 @@ void measureData(const SurfaceData& data, const ScaledSurface& problem, const Nu
 
 /// Hands out the control points with the figures, unless they leave the range of numbers.
 void finish(const SurfaceData& data, const ScaledSurface& problem, FitVerdict verdict,
-            FittedSurface& fitted)
+            WorkMeter& work, FittedSurface& fitted)
 {
     measureData(data, problem, problem.scaled(fitted.controlPoints), fitted);
+    work.add(numbersIn(data));
     fitted.report.verdict = verdict;
     const bool finite = std::isfinite(fitted.report.rms) &&
                         std::isfinite(fitted.report.maxResidual) &&
@@ -133,15 +164,6 @@ void requireCounts(const SurfaceData& data, const SurfaceFitOptions& options)
     if (rows * cols * data.points.size() > std::numeric_limits<int>::max()) throw std::bad_alloc();
 }
 
-/// What a fit costs, each number that a pass of the two in a direction goes over counting 1.
-double workOf(const SurfaceData& data, const SurfaceFitOptions& options)
-{
-    const double rows = data.points.rows();
-    const double cols = data.points.cols();
-    const double alongV = cols * (rows + static_cast<double>(options.acrossU.size()));
-    return 2.0 * data.points.size() * (alongV + rows * data.v.count());
-}
-
 void start(const SurfaceData& data, const SurfaceFitOptions& options, FittedSurface& fitted)
 {
     fitted.report.method = options.method;
@@ -183,7 +205,7 @@ double carriedOver(double error, const NumberBlock& from, double growth, const N
 bool confirmed(const ScaledSurface& problem, const SurfaceFitOptions& options,
                const HeldPoints* held, const NumberBlock& x, FittedSurface& fitted)
 {
-    if (options.zero == 0.0 && !options.estimateCutoff) return true;
+    if (!asksSolvers(options)) return true;
     const SolverOpinion opinion = askSolvers(problem, options, held);
     fitted.report.zero = opinion.zero;
     if (opinion.solvable && opinion.sharedBy(x, problem.dimension())) return true;
@@ -210,15 +232,18 @@ void fitFreely(const SurfaceData& data, const SurfaceFitOptions& options, WorkMe
                        problem.inV().constraintWeight());
     if (!determined("v", fitV, problem.inV(), data.v, data.vParameters, fitted)) return;
 
+    work.add(kSetUpCost * numbersIn(data));
     const int d = fitted.dimension;
     const double growth = fitU.amplification(problem.inU().weights());
     const auto [alongV, errorV, movedV] = fitV.solve(GridRows(problem.inV(), problem.rhs(), &work),
                                                      lastRows(problem.rhs(), problem.inV().count()),
                                                      d, kFirstShare * kBelievable / growth);
+    work.add(kSolutionCost * static_cast<double>(alongV.high.size()));
     const NumberBlock across = transposed(alongV, data.v.count(), d);
     auto [turned, errorU, movedU] =
         fitU.solve(GridRows(problem.inU(), across, &work), lastRows(across, problem.inU().count()),
                    d, kBelievable / 2.0);
+    work.add(kSolutionCost * static_cast<double>(turned.high.size()));
     turned.low.clear();  // control points are doubles
     const NumberBlock x = transposed(turned, data.u.count(), d);
     fitted.controlPoints = problem.controlPoints(x);
@@ -229,11 +254,12 @@ void fitFreely(const SurfaceData& data, const SurfaceFitOptions& options, WorkMe
         !(met || options.method == FitMethod::kQr))
         return refuse(fitted, FitVerdict::kInaccurate, kTooCloseToDependent);
     if (!confirmed(problem, options, nullptr, x, fitted)) return;
+    if (asksSolvers(options)) work.add(kOpinionCost * numbersIn(data));
     report.constraintResidual = deviations.inUnits;
     const FitVerdict verdict = report.constraints == 0 ? FitVerdict::kFitted
                                : met                   ? FitVerdict::kMet
                                                        : FitVerdict::kCompromise;
-    finish(data, problem, verdict, fitted);
+    finish(data, problem, verdict, work, fitted);
 }
 
 /// The held control points, zeros for the others.
@@ -321,10 +347,13 @@ void fitAround(const SurfaceData& data, const IntGenMat& mask, const TtupleMatri
     fitted.controlPoints = heldPoints(mask, held);
     const NumberBlock fixed = problem.scaled(fitted.controlPoints);
     const NumberBlock rest = problem.residuals(fixed);
+    work.add((kSetUpCost + kHeldCost) * numbersIn(data));
     const double growth = columns.amplification(problem.inU().weights());
     const BandFit::Answer alongV =
         fitV.solve(GridRows(problem.inV(), rest, &work), NumberBlock(0, rest.width, false), d,
                    kFirstShare * kBelievable / growth);
+
+    work.add(kSolutionCost * static_cast<double>(alongV.x.high.size()));
 
     NumberBlock x(data.v.count(), rows * d, false);
     for (int j = 0; j < data.v.count(); ++j) {
@@ -335,6 +364,7 @@ void fitAround(const SurfaceData& data, const IntGenMat& mask, const TtupleMatri
             fit.solve(GridRows(problem.inU(), b, &work), zeros, d, kBelievable / 2.0);
         if (!(column.error + carriedOver(alongV.error, alongV.x, growth, fixed) <= kBelievable))
             return refuse(fitted, FitVerdict::kInaccurate, kTooCloseToDependent);
+        work.add(kSolutionCost * static_cast<double>(column.x.high.size()));
         std::copy(column.x.high.begin(), column.x.high.end(),
                   x.high.begin() + static_cast<std::ptrdiff_t>(x.at(j, 0)));
     }
@@ -344,9 +374,11 @@ void fitAround(const SurfaceData& data, const IntGenMat& mask, const TtupleMatri
             fitted.controlPoints[n] = found[n];
     const HeldPoints given = {mask, fixed};
     if (!confirmed(problem, options, &given, problem.scaled(fitted.controlPoints), fitted)) return;
+    if (asksSolvers(options)) work.add(kOpinionCost * numbersIn(data));
     fitted.report.constraints = columns.held();
     fitted.report.columnsUsed = fitted.report.unknowns - columns.held();
-    finish(data, problem, columns.held() > 0 ? FitVerdict::kMet : FitVerdict::kFitted, fitted);
+    finish(data, problem, columns.held() > 0 ? FitVerdict::kMet : FitVerdict::kFitted, work,
+           fitted);
 }
 
 /// One line of samples: row i, or column j, of a grid, point after point.
@@ -361,10 +393,10 @@ std::pair<int, int> endsOf(const DoubleVec& parameters)
     return {minIndex(parameters), maxIndex(parameters)};
 }
 
-/// A fit with its request checked; lack of memory is a verdict.
+/// A fit with its request checked; lack of memory is a verdict. total: the work that it will be.
 template <class Fault, class Fit>
-FittedSurface checkedFit(const SurfaceData& data, const SurfaceFitOptions& options, Fault fault,
-                         Fit fit)
+FittedSurface checkedFit(const SurfaceData& data, const SurfaceFitOptions& options, double total,
+                         Fault fault, Fit fit)
 {
     FittedSurface fitted;
     fitted.report.method = options.method;
@@ -375,7 +407,7 @@ FittedSurface checkedFit(const SurfaceData& data, const SurfaceFitOptions& optio
             if (!found.empty()) return refuse(fitted, FitVerdict::kBadInput, found);
             requireCounts(data, options);
             start(data, options, fitted);
-            WorkMeter work(options.progress, workOf(data, options));
+            WorkMeter work(options.progress, total);
             fit(work, fitted);
             work.finish();
         },
@@ -414,7 +446,7 @@ FittedSurface fitSurface(const TtupleMatrix& points, const DoubleVec& uParameter
     const SurfaceData data{points, uParameters,      vParameters,     u,
                            v,      options.uWeights, options.vWeights};
     return checkedFit(
-        data, options, [&] { return inputFault(data, options); },
+        data, options, workOf(data, options, false), [&] { return inputFault(data, options); },
         [&](WorkMeter& work, FittedSurface& fitted) { fitFreely(data, options, work, fitted); });
 }
 
@@ -432,9 +464,10 @@ FittedSurface fitSurfaceAround(const TtupleMatrix& points, const DoubleVec& uPar
             found = "lines of constraints and given control points do not go together";
         return found;
     };
-    return checkedFit(data, options, fault, [&](WorkMeter& work, FittedSurface& fitted) {
-        fitAround(data, mask, held, options, work, fitted);
-    });
+    return checkedFit(data, options, workOf(data, options, true), fault,
+                      [&](WorkMeter& work, FittedSurface& fitted) {
+                          fitAround(data, mask, held, options, work, fitted);
+                      });
 }
 
 std::vector<double> FittedSurface::at(double atU, double atV, int derivativeU,
