@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "knotwork/fit/BandFit.h"
+#include "knotwork/fit/ColumnFits.h"
 #include "knotwork/fit/CurveDiagnosis.h"
 #include "knotwork/fit/KernelBuild.h"
 #include "knotwork/fit/ResidualTally.h"
@@ -274,55 +275,6 @@ std::vector<double> heldPoints(const IntGenMat& mask, const TtupleMatrix& held)
                     mask(i, j) == kFixed ? held.numbers()((held.rows() * j + i) * d + k) : 0.0);
     return points;
 }
-
-/// A fit along u for each column of control points, around those that are held in it; neighbours
-/// with the same ones share it.
-class ColumnFits {
-  public:
-    ColumnFits(const BandTriangle& data, const IntGenMat& mask)
-    {
-        std::vector<int> before;
-        for (int j = 0; j < static_cast<int>(mask.cols()); ++j) {
-            std::vector<int> now;
-            for (int i = 0; i < static_cast<int>(mask.rows()); ++i)
-                if (mask(i, j) == kFixed) now.push_back(i);
-            held_ += static_cast<int>(now.size());
-            if (j == 0 || now != before)
-                fits_.push_back(
-                    std::make_shared<const BandFit>(data, unitRows(now), FitMethod::kHouseholder));
-            else
-                fits_.push_back(fits_.back());
-            before = std::move(now);
-        }
-    }
-
-    int held() const { return held_; }
-    const BandFit& of(int j) const { return *fits_[static_cast<std::size_t>(j)]; }
-    bool solvable() const
-    {
-        return std::all_of(fits_.begin(), fits_.end(), [](const auto& fit) {
-            return fit->state() == BandFit::State::kSolvable;
-        });
-    }
-    double amplification(double weights) const
-    {
-        double most = 0.0;
-        for (const auto& fit : fits_) most = std::max(most, fit->amplification(weights));
-        return most;
-    }
-
-  private:
-    /// Constraints that hold unknowns.
-    static std::vector<ConstraintRow> unitRows(const std::vector<int>& held)
-    {
-        std::vector<ConstraintRow> rows;
-        for (const int column : held) rows.push_back({column, {DoubleDouble(1.0)}, 0});
-        return rows;
-    }
-
-    std::vector<std::shared_ptr<const BandFit>> fits_;
-    int held_ = 0;
-};
 
 /// What is left of the data in column j of a grid that was fitted along v.
 NumberBlock columnOf(const NumberBlock& alongV, int j, int dimension)
