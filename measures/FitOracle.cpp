@@ -214,8 +214,8 @@ OracleAnswer answerFor(const CurveProblem& p)
 
 OracleAnswer answerFor(const SurfaceProblem& p)
 {
-    const Direction u(equationsOf(p.u, p.uParameters, {}, placesOf(p.acrossU), p.method));
-    const Direction v(equationsOf(p.v, p.vParameters, {}, placesOf(p.acrossV), p.method));
+    const Direction u(equationsOf(p.u, p.uParameters, p.uWeights, placesOf(p.acrossU), p.method));
+    const Direction v(equationsOf(p.v, p.vParameters, p.vWeights, placesOf(p.acrossV), p.method));
     OracleAnswer answer;
     answer.dependent = u.system().dependent() || v.system().dependent();
     answer.determined = u.system().determined() && v.system().determined();

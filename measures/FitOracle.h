@@ -27,7 +27,9 @@ struct SurfaceProblem {
     int dimension = 1;
     std::vector<double> uParameters;
     std::vector<double> vParameters;
-    std::vector<double> points;  // rows of constant v, each with all samples in u
+    std::vector<double> points;    // rows of constant v, each with all samples in u
+    std::vector<double> uWeights;  // none: all are 1
+    std::vector<double> vWeights;
     std::vector<knotwork::LineConstraint> acrossU;
     std::vector<knotwork::LineConstraint> acrossV;
     knotwork::FitMethod method = knotwork::FitMethod::kHouseholder;

@@ -233,6 +233,8 @@ SurfaceProblem randomSurface(std::uint64_t seed, std::uint64_t index)
     p.acrossV = randomLines(draw, p.v, p.vParameters, p.u, p.uParameters, coordinates, lines());
     agreeAtCrossings(p);
     if (draw.chance(16)) p.method = FitMethod::kQr;
+    p.uWeights = randomWeights(draw, rows);
+    p.vWeights = randomWeights(draw, static_cast<int>(p.vParameters.size()));
     return p;
 }
 
@@ -250,7 +252,8 @@ std::string described(const SurfaceProblem& p)
     std::ostringstream out;
     out << "degrees " << p.u.degree() << " x " << p.v.degree() << ", N " << p.u.count() << " x "
         << p.v.count() << ", M " << p.uParameters.size() << " x " << p.vParameters.size()
-        << ", lines " << p.acrossU.size() << " x " << p.acrossV.size() << ", " << nameOf(p.method);
+        << ", lines " << p.acrossU.size() << " x " << p.acrossV.size() << ", " << nameOf(p.method)
+        << (p.uWeights.empty() && p.vWeights.empty() ? "" : ", weighted");
     return out.str();
 }
 
@@ -271,6 +274,7 @@ std::string dumped(const SurfaceProblem& p)
     text.line(nameOf(p.method)).line("dimension " + std::to_string(p.dimension));
     text.basis("u", p.u).basis("v", p.v).numbers("u parameters", p.uParameters);
     text.numbers("v parameters", p.vParameters).numbers("points", p.points);
+    text.numbers("u weights", p.uWeights).numbers("v weights", p.vWeights);
     for (const LineConstraint& c : p.acrossU)
         text.constraint("line of constant u", c.parameter, c.derivative, c.values);
     for (const LineConstraint& c : p.acrossV)

@@ -49,6 +49,8 @@ Judgement judged(const SurfaceProblem& p)
     options.method = p.method;
     options.acrossU = p.acrossU;
     options.acrossV = p.acrossV;
+    if (!p.uWeights.empty()) options.uWeights.reference(vectorOf(p.uWeights));
+    if (!p.vWeights.empty()) options.vWeights.reference(vectorOf(p.vWeights));
     return compared(knotwork::fitSurface(points, vectorOf(p.uParameters), vectorOf(p.vParameters),
                                          p.u, p.v, options),
                     p);

@@ -81,9 +81,10 @@ std::vector<int> BandFit::weakUnknowns() const
     return unknowns;
 }
 
-double BandFit::amplification(double rows) const
+double BandFit::amplification(double weights) const
 {
-    const double fitted = rows + (fitted_ ? static_cast<double>(constraints_.size()) : 0.0);
+    const double fitted =
+        weights + (fitted_ ? weight_ * static_cast<double>(constraints_.size()) : 0.0);
     return factors_->inverseNorm() * std::sqrt(fitted) +
            factors_->constraintInverseNorm() * (1.0 + condition());
 }

@@ -44,8 +44,9 @@ class BandFit {
     /// The unknowns that are hardly fixed, or not at all, counted from 0.
     std::vector<int> weakUnknowns() const;
 
-    /// How much larger than the largest right-hand side of so many rows a solution can be, at most.
-    double amplification(double rows) const;
+    /// How much larger than the largest right-hand side of rows a solution can be, at most, given
+    /// the sum of the rows' weights.
+    double amplification(double weights) const;
 
     /// What a solution is and what is known of it.
     struct Answer {

@@ -41,6 +41,11 @@ std::string constraintFault(int c, double parameter, int derivative, const Bspli
     return "";
 }
 
+std::string zeroFault(double zero)
+{
+    return zero >= 0.0 && zero <= 1.0 ? "" : "what counts as zero is no number from 0 to 1";
+}
+
 std::string arrayFault(const TtupleVector& points, const DoubleVec& parameters,
                        const DoubleVec& weights)
 {
@@ -58,8 +63,8 @@ std::string requestFault(int dimension, const BsplineBasis& basis,
 {
     if (!basis.valid()) return "degree and knots do not make a basis";
     if (dimension < 1) return "points need a coordinate";
-    if (!(options.zero >= 0.0 && options.zero <= 1.0))
-        return "what counts as zero is no number from 0 to 1";
+    const std::string zero = zeroFault(options.zero);
+    if (!zero.empty()) return zero;
     for (std::size_t c = 0; c < constraints.size(); ++c) {
         const CurveConstraint& asked = constraints[c];
         const int number = static_cast<int>(c);

@@ -22,6 +22,9 @@ std::string requestFault(int dimension, const BsplineBasis& basis,
 /// The first parameter that is no finite number or lies outside the knots.
 std::string parameterFault(const DoubleVec& parameters, const BsplineBasis& basis);
 
+/// What counts as zero, as asked for.
+std::string zeroFault(double zero);
+
 /// The place and the order of constraint c.
 std::string constraintFault(int c, double parameter, int derivative, const BsplineBasis& basis);
 

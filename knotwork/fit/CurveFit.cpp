@@ -22,7 +22,6 @@ namespace knotwork {
 namespace {
 
 constexpr double kBelievable = 1e-9;      // largest error, of the answer's or the data's size
-constexpr double kAgreement = 1e-8;       // of an answer with small numbers taken for zero
 constexpr double kConstraintMet = 1e-10;  // largest constraint residual, of the same size
 constexpr double kSettled = 0x1p-48;      // a correction that figures need not be told of
 
@@ -60,12 +59,6 @@ bool isFinite(const FittedCurve& curve, bool samples)
                        [](double x) { return std::isfinite(x); });
 }
 
-const char* whyZeroIsTooCoarse(const Task& task, const CurveFitReport& report)
-{
-    return report.zero > task.options.zero ? "the estimated cut-off is too coarse for this system"
-                                           : "what counts as zero is too coarse for this system";
-}
-
 std::string whyDataLeaveItOpen(const Task& task, const CurveProblem& problem)
 {
     if (!task.hasSamples()) return whyUndetermined(problem.basis(), problem.spansWithData());
@@ -98,24 +91,6 @@ bool determined(const BandFit& fit, const CurveProblem& problem, const Task& tas
     const std::string why = whyDataLeaveItOpen(task, problem);
     refuse(curve, FitVerdict::kUndetermined, why.empty() ? whyNotFixed(fit) : why);
     return false;
-}
-
-/// The largest difference from x, as a share of x's or the data's size.
-double disagreement(const SolverOpinion& opinion, const NumberBlock& x)
-{
-    double worst = 0.0;
-    for (int k = 0; k < x.width; ++k) {
-        double size = 1.0;  // the data's
-        double difference = 0.0;
-        for (auto i = static_cast<std::size_t>(k); i < x.high.size();
-             i += static_cast<std::size_t>(x.width)) {
-            size = std::max(size, std::fabs(x.high[i]));
-            const double off = std::fabs(opinion.x[i] - x.high[i]);
-            if (!(off <= difference)) difference = off;  // negated, so that a NaN stays
-        }
-        if (!(difference <= worst * size)) worst = difference / size;
-    }
-    return worst;
 }
 
 /// The figures are those of the control points that are handed out: of the last pass where the
@@ -176,7 +151,8 @@ void solveProblem(const CurveProblem& problem, const Task& task, WorkMeter& work
     if (!determined(fit, problem, task, curve)) return;
     report.columnsUsed = report.unknowns;
     if (task.asksSolver() && !opinion.solvable)
-        return refuse(curve, FitVerdict::kInaccurate, whyZeroIsTooCoarse(task, report));
+        return refuse(curve, FitVerdict::kInaccurate,
+                      whyZeroIsTooCoarse(task.options.zero, report.zero));
 
     const TriangleRows triangles(problem.triangles(), problem.sampleCount());
     const SampleRows samples(task.reader, problem.scaledBasis(), problem.scales(),
@@ -189,8 +165,9 @@ void solveProblem(const CurveProblem& problem, const Task& task, WorkMeter& work
     work.add(kSolutionCost * report.unknowns);
     if (!(answer.error <= kBelievable))
         return refuse(curve, FitVerdict::kInaccurate, kTooCloseToDependent);
-    if (task.asksSolver() && !(disagreement(opinion, answer.x) <= kAgreement))
-        return refuse(curve, FitVerdict::kInaccurate, whyZeroIsTooCoarse(task, report));
+    if (task.asksSolver() && !opinion.sharedBy(answer.x, curve.dimension))
+        return refuse(curve, FitVerdict::kInaccurate,
+                      whyZeroIsTooCoarse(task.options.zero, report.zero));
     if (task.hasSamples() && static_cast<double>(samples.figures().count) != problem.sampleCount())
         return refuse(curve, FitVerdict::kBadInput, "the samples changed while they were read");
 

@@ -143,10 +143,13 @@ double Refinement::uncertainty(double eps, double ofRight) const
 std::vector<double> Refinement::sizesOf(const std::vector<double>& numbers) const
 {
     std::vector<double> sizes(static_cast<std::size_t>(dimension_), 0.0);
-    for (std::size_t i = 0; i < numbers.size(); ++i) {
-        double& size = sizes[i % sizes.size()];
-        const double magnitude = std::fabs(numbers[i]);
-        if (!(magnitude <= size)) size = magnitude;  // negated, so that a NaN stays
+    for (std::size_t k = 0; k < sizes.size(); ++k) {
+        double size = 0.0;
+        for (std::size_t i = k; i < numbers.size(); i += sizes.size()) {
+            const double magnitude = std::fabs(numbers[i]);
+            if (!(magnitude <= size)) size = magnitude;  // negated, so that a NaN stays
+        }
+        sizes[k] = size;
     }
     return sizes;
 }

@@ -5,27 +5,14 @@
 #include <cmath>
 #include <numeric>
 
+#include "knotwork/fit/Divisor.h"
+
 namespace knotwork {
 
 namespace {
 
 constexpr int kFewestSorted = 4096;
 constexpr int kSortedPerSpan = 16;  // so that runs have some length
-
-/// Divides by a power of two, in two steps of which each is a double.
-class Divisor {
-  public:
-    explicit Divisor(int exponent)
-        : first_(std::ldexp(1.0, -exponent / 2)),
-          second_(std::ldexp(1.0, -exponent - -exponent / 2))
-    {
-    }
-    double operator()(double x) const { return x * first_ * second_; }
-
-  private:
-    double first_;
-    double second_;
-};
 
 }  // namespace
 

@@ -7,6 +7,8 @@
 #include "knotwork/factor/BandTriangle.h"
 #include "knotwork/fit/BsplineBasis.h"
 #include "knotwork/fit/FitRows.h"
+#include "knotwork/fit/WorkMeter.h"
+#include "knotwork/linalg/DoubleVec.h"
 
 namespace knotwork {
 
@@ -25,6 +27,8 @@ class ScaledRows {
     explicit ScaledRows(const BsplineBasis& basis);
 
     void add(double t);  ///< a parameter in the caller's units, within the range
+    /// Weighs the squared residuals of the rows, one number a row, 0 or more; none: all are 1.
+    void weigh(const DoubleVec& weights);
 
     const BsplineBasis& basis() const { return basis_; }  ///< over the scaled parameter
     int exponent() const { return exponent_; }            ///< of its scale
@@ -39,7 +43,19 @@ class ScaledRows {
     }
     /// The entries anew, in doubled precision.
     void exactEntries(int row, DoubleDouble* entries) const;
-    BandTriangle triangle() const;  ///< R of their QR factorisation
+    BandTriangle triangle() const;  ///< R of their QR factorisation, times the weights' roots
+
+    bool weighted() const { return !weights_.empty(); }
+    /// Divided by 4^weightRoot(), so that the largest one's root is about 1.
+    double weight(int row) const
+    {
+        return weighted() ? weights_[static_cast<std::size_t>(row)] : 1.0;
+    }
+    bool counts(int row) const { return weight(row) > 0.0; }
+    int weightRoot() const { return weightRoot_; }
+    double constraintWeight() const;  ///< where they are fitted: that of a row of weight 1
+    double weights() const;           ///< their sum
+    int counted() const;              ///< rows that have a weight
 
   private:
     BsplineBasis basis_;
@@ -47,12 +63,19 @@ class ScaledRows {
     std::vector<double> parameters_;  // scaled
     std::vector<int> firstColumn_;
     std::vector<double> entries_;
+    std::vector<double> weights_;  // none: all are 1
+    int weightRoot_ = 0;
 };
 
-/// Such rows with right-hand sides; both have to live on. Rows of b beyond those are not looked at.
+/// Such rows with right-hand sides; all that is handed over has to live on. Rows of b beyond those
+/// are not looked at. meter: hears a unit of work for each number of b in a pass in double
+/// precision.
 class GridRows : public FitRows {
   public:
-    GridRows(const ScaledRows& rows, const NumberBlock& b) : rows_(rows), b_(b) {}
+    GridRows(const ScaledRows& rows, const NumberBlock& b, WorkMeter* meter = nullptr)
+        : rows_(rows), b_(b), meter_(meter)
+    {
+    }
     ResidualSums residualSums(const NumberBlock& x) const override;
     ResidualSums exactResidualSums(const NumberBlock& x) const override;
     double count() const override { return rows_.count(); }
@@ -60,6 +83,7 @@ class GridRows : public FitRows {
   private:
     const ScaledRows& rows_;
     const NumberBlock& b_;
+    WorkMeter* meter_;
 };
 
 }  // namespace knotwork

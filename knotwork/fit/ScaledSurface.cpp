@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "knotwork/fit/Divisor.h"
 #include "knotwork/fit/ParameterRange.h"
 
 namespace knotwork {
@@ -37,7 +38,51 @@ void addSamples(const DoubleVec& parameters, const ParameterRange& range, Scaled
         rows.add(range.clamped(parameters(i)));
 }
 
+/// Of the numbers that are coordinate k of a point.
+double largestOf(const std::vector<double>& numbers, int k, int dimension)
+{
+    double largest = 0.0;
+    for (auto i = static_cast<std::size_t>(k); i < numbers.size();
+         i += static_cast<std::size_t>(dimension))
+        largest = std::max(largest, std::fabs(numbers[i]));
+    return largest;
+}
+
+/// Divides coordinates by powers of two.
+void divide(std::vector<double>& numbers, const std::vector<int>& exponents)
+{
+    for (std::size_t k = 0; k < exponents.size(); ++k) {
+        const Divisor divided(exponents[k]);
+        for (std::size_t i = k; i < numbers.size(); i += exponents.size())
+            numbers[i] = divided(numbers[i]);
+    }
+}
+
+void transpose(const std::vector<double>& from, int rows, int cols, int dimension,
+               std::vector<double>& to)
+{
+    constexpr int kTile = 32;  // points a side that caches hold
+    for (int top = 0; top < rows; top += kTile)
+        for (int i = 0; i < cols; ++i)
+            for (int j = top; j < std::min(rows, top + kTile); ++j) {
+                const double* point =
+                    &from[NumberBlock::size(j, cols * dimension) + NumberBlock::size(i, dimension)];
+                double* turned =
+                    &to[NumberBlock::size(i, rows * dimension) + NumberBlock::size(j, dimension)];
+                for (int k = 0; k < dimension; ++k) turned[k] = point[k];
+            }
+}
+
 }  // namespace
+
+NumberBlock transposed(const NumberBlock& grid, int rows, int dimension)
+{
+    const int cols = grid.width / dimension;
+    NumberBlock turned(cols, rows * dimension, !grid.low.empty());
+    transpose(grid.high, rows, cols, dimension, turned.high);
+    if (!grid.low.empty()) transpose(grid.low, rows, cols, dimension, turned.low);
+    return turned;
+}
 
 ScaledSurface::ScaledSurface(const SurfaceData& data, const std::vector<LineConstraint>& acrossU,
                              const std::vector<LineConstraint>& acrossV)
@@ -49,8 +94,11 @@ ScaledSurface::ScaledSurface(const SurfaceData& data, const std::vector<LineCons
 {
     addSamples(data.uParameters, ParameterRange(data.u), u_);
     addSamples(data.vParameters, ParameterRange(data.v), v_);
+    u_.weigh(data.uWeights);
+    v_.weigh(data.vWeights);
     fillSamples(data.points);
     fillLines(data, acrossU, acrossV);
+    forgetUncounted();
     scaleCoordinates();
 }
 
@@ -110,15 +158,26 @@ void ScaledSurface::fillCrossing(const SurfaceData& data, const LineConstraint& 
     }
 }
 
+/// What has no weight shall not set the scale either.
+void ScaledSurface::forgetUncounted()
+{
+    const auto step = static_cast<std::ptrdiff_t>(rhs_.width);
+    const auto rows = static_cast<std::ptrdiff_t>(rhs_.high.size()) / step;
+    for (int j = 0; j < v_.count(); ++j)
+        if (!v_.counts(j)) std::fill_n(rhs_.high.begin() + step * j, step, 0.0);
+    for (int i = 0; i < u_.count(); ++i)
+        for (std::ptrdiff_t j = 0; !u_.counts(i) && j < rows; ++j)
+            std::fill_n(rhs_.high.begin() + step * j + std::ptrdiff_t{i} * dimension_, dimension_,
+                        0.0);
+}
+
 void ScaledSurface::scaleCoordinates()
 {
-    const auto d = static_cast<std::size_t>(dimension_);
-    std::vector<double> largest(d, 0.0);
-    for (std::size_t i = 0; i < rhs_.high.size(); ++i)
-        largest[i % d] = std::max(largest[i % d], std::fabs(rhs_.high[i]));
-    for (const double size : largest) coordinateExponents_.push_back(exponentOf(size));
-    for (std::size_t i = 0; i < rhs_.high.size(); ++i)
-        rhs_.high[i] = std::ldexp(rhs_.high[i], -coordinateExponents_[i % d]);
+    for (int k = 0; k < dimension_; ++k) {
+        const double largest = largestOf(rhs_.high, k, dimension_);
+        coordinateExponents_.push_back(std::isfinite(largest) ? exponentOf(largest) : 0);
+    }
+    divide(rhs_.high, coordinateExponents_);
     figureExponent_ = *std::max_element(coordinateExponents_.begin(), coordinateExponents_.end());
     for (const int exponent : coordinateExponents_)
         figureFactors_.push_back(std::ldexp(1.0, exponent - figureExponent_));
@@ -127,34 +186,35 @@ void ScaledSurface::scaleCoordinates()
 std::vector<double> ScaledSurface::controlPoints(const NumberBlock& x) const
 {
     std::vector<double> points(x.high);
-    for (std::size_t i = 0; i < points.size(); ++i)
-        points[i] = std::ldexp(points[i], coordinateExponents_[i % coordinateExponents_.size()]);
+    std::vector<int> back;
+    for (const int exponent : coordinateExponents_) back.push_back(-exponent);
+    divide(points, back);
     return points;
 }
 
 NumberBlock ScaledSurface::scaled(const std::vector<double>& controlPoints) const
 {
-    NumberBlock x(v_.cols(), u_.cols() * dimension_, false);
-    for (std::size_t i = 0; i < controlPoints.size(); ++i)
-        x.high[i] =
-            std::ldexp(controlPoints[i], -coordinateExponents_[i % coordinateExponents_.size()]);
+    NumberBlock x;
+    x.width = u_.cols() * dimension_;
+    x.high = controlPoints;
+    divide(x.high, coordinateExponents_);
     return x;
 }
 
 double ScaledSurface::largestTerm(const NumberBlock& x) const
 {
     double largest = 0.0;
-    for (std::size_t i = 0; i < x.high.size(); ++i)
-        largest =
-            std::max(largest, std::fabs(x.high[i]) * figureFactors_[i % figureFactors_.size()]);
+    for (int k = 0; k < dimension_; ++k)
+        largest = std::max(largest, largestOf(x.high, k, dimension_) *
+                                        figureFactors_[static_cast<std::size_t>(k)]);
     return largest;
 }
 
 NumberBlock ScaledSurface::residuals(const NumberBlock& x) const
 {
     NumberBlock left(v_.count(), u_.count() * dimension_, true);
-    forResiduals<DoubleDouble>(x, [&](int i, int j, const DoubleDouble* r) {
-        for (int k = 0; k < dimension_; ++k) left.set(j, i * dimension_ + k, r[k]);
+    forResiduals<DoubleDouble>(x, [&left](int j, const DoubleDouble* r) {
+        for (int c = 0; c < left.width; ++c) left.set(j, c, r[c]);
     });
     return left;
 }
@@ -163,9 +223,10 @@ LineDeviations ScaledSurface::lineDeviations(const NumberBlock& x, const NumberB
                                              const BandFit& fitU) const
 {
     const int d = dimension_;
-    std::vector<double> sizes(static_cast<std::size_t>(d), 1.0);  // the right-hand sides'
-    for (std::size_t i = 0; i < x.high.size(); ++i)
-        sizes[i % sizes.size()] = std::max(sizes[i % sizes.size()], std::fabs(x.high[i]));
+    if (constraintsU_.empty() && constraintsV_.empty()) return {};
+    std::vector<double> sizes;
+    for (int k = 0; k < d; ++k)  // 1: the right-hand sides'
+        sizes.push_back(std::max(1.0, largestOf(x.high, k, d)));
     LineDeviations worst;
     const auto note = [&](DoubleDouble deviation, int k) {
         const auto at = static_cast<std::size_t>(k);

@@ -21,6 +21,8 @@ struct SurfaceData {
     const DoubleVec& vParameters;
     const BsplineBasis& u;
     const BsplineBasis& v;
+    const DoubleVec& uWeights;  // none: all are 1
+    const DoubleVec& vWeights;
 };
 
 /// How far a solution lies from the lines of constraints.
@@ -28,6 +30,9 @@ struct LineDeviations {
     double share = 0.0;    ///< of the largest unknown or right-hand side of a coordinate
     double inUnits = 0.0;  ///< in the data's units
 };
+
+/// Rows of points, `dimension` numbers each, become columns.
+NumberBlock transposed(const NumberBlock& grid, int rows, int dimension);
 
 /// A surface fit in numbers of unit size: the rows and the constraints of each direction, and a
 /// grid of right-hand sides: the samples first, then a row for each line of constant u and a column
@@ -56,7 +61,8 @@ class ScaledSurface {
 
     /// What x leaves of each sample, in doubled precision; one block row a column of samples.
     NumberBlock residuals(const NumberBlock& x) const;
-    /// visit(i, j, squared distance of the sample from x in units of 2^figureExponent()).
+    /// visit(j, squares): of the samples in column j the squared distances from x, in units of
+    /// 2^figureExponent(); only columns with a weight.
     template <class Visit>
     void forDistances(const NumberBlock& x, bool exactly, Visit visit) const;
     int figureExponent() const { return figureExponent_; }
@@ -71,6 +77,7 @@ class ScaledSurface {
                       const LineConstraint& lineV, int column, int exponent);
     void scaleCoordinates();
     double& right(int i, int j, int k) { return rhs_.high[rhs_.at(j, i * dimension_ + k)]; }
+    void forgetUncounted();
     template <class Number, class Visit>
     void forResiduals(const NumberBlock& x, Visit visit) const;
 
@@ -86,7 +93,7 @@ class ScaledSurface {
     std::string fault_;
 };
 
-/// visit(i, j, residual of each coordinate) for all samples.
+/// visit(j, residuals of column j's samples, coordinate by coordinate) for columns with a weight.
 template <class Number, class Visit>
 void ScaledSurface::forResiduals(const NumberBlock& x, Visit visit) const
 {
@@ -97,43 +104,50 @@ void ScaledSurface::forResiduals(const NumberBlock& x, Visit visit) const
             rows.exactEntries(row, entries);
     };
     const int samples = u_.count();
-    std::vector<Number> across(static_cast<std::size_t>(samples * u_.width()));
-    for (int i = 0; i < samples; ++i)
-        take(u_, i, &across[static_cast<std::size_t>(i * u_.width())]);
+    const int width = u_.width();
+    std::vector<Number> across(NumberBlock::size(samples, width));
+    for (int i = 0; i < samples; ++i) take(u_, i, &across[NumberBlock::size(i, width)]);
     Number along[kMostBasisDegree + 1];
     std::vector<Number> line(NumberBlock::size(u_.cols(), dimension_));  // of control points at v
-    std::vector<Number> left(static_cast<std::size_t>(dimension_));
+    std::vector<Number> left(NumberBlock::size(samples, dimension_));
     for (int j = 0; j < v_.count(); ++j) {
+        if (!v_.counts(j)) continue;
         take(v_, j, along);
         std::fill(line.begin(), line.end(), Number(0.0));
-        for (int b = 0; b < v_.width(); ++b)
-            for (std::size_t c = 0; c < line.size(); ++c)
-                line[c] += along[b] * Number(x.high[x.at(v_.firstColumn(j) + b, 0) + c]);
+        for (int b = 0; b < v_.width(); ++b) {
+            const double* from = &x.high[x.at(v_.firstColumn(j) + b, 0)];
+            for (std::size_t c = 0; c < line.size(); ++c) line[c] += along[b] * Number(from[c]);
+        }
+        const double* right = &rhs_.high[rhs_.at(j, 0)];
+        Number* to = left.data();
         for (int i = 0; i < samples; ++i) {
-            const Number* entries = &across[static_cast<std::size_t>(i * u_.width())];
+            const Number* entries = &across[NumberBlock::size(i, width)];
             const Number* from = &line[NumberBlock::size(u_.firstColumn(i), dimension_)];
             for (int k = 0; k < dimension_; ++k) {
-                Number rest = rhs_.high[rhs_.at(j, i * dimension_ + k)];
-                for (int a = 0; a < u_.width(); ++a)
+                Number rest(*right++);
+                for (int a = 0; a < width; ++a)
                     rest += Number(-1.0) * entries[a] * from[std::ptrdiff_t{dimension_} * a + k];
-                left[static_cast<std::size_t>(k)] = rest;
+                *to++ = rest;
             }
-            visit(i, j, left.data());
         }
+        visit(j, left.data());
     }
 }
 
 template <class Visit>
 void ScaledSurface::forDistances(const NumberBlock& x, bool exactly, Visit visit) const
 {
+    std::vector<double> squares(static_cast<std::size_t>(u_.count()));
     const auto squaresOf = [&](auto high) {
-        return [this, high, &visit](int i, int j, const auto* left) {
-            double squares = 0.0;
-            for (int k = 0; k < dimension_; ++k) {
-                const double distance = high(left[k]) * figureFactors_[static_cast<std::size_t>(k)];
-                squares += distance * distance;
+        return [this, high, &visit, &squares](int j, const auto* left) {
+            for (double& sum : squares) {
+                sum = 0.0;
+                for (const double factor : figureFactors_) {
+                    const double distance = high(*left++) * factor;
+                    sum += distance * distance;
+                }
             }
-            visit(i, j, squares);
+            visit(j, squares.data());
         };
     };
     if (exactly)

@@ -17,19 +17,24 @@ namespace knotwork {
 
 namespace {
 
-std::unique_ptr<TsolveConstrainedLsq> makeSolver(FitMethod method, TsolverReporter& reporter,
-                                                 double tolerance)
+constexpr double kAgreement = 1e-8;  // of an answer with small numbers taken for zero
+
+}  // namespace
+
+std::unique_ptr<TsolveConstrainedLsq> solverOf(FitMethod method, TsolverReporter& reporter,
+                                               double tolerance)
 {
     if (method == FitMethod::kQr)
         return std::make_unique<TsolveConstrainedLsqQR>(reporter, tolerance, false);
     return std::make_unique<Thouseholder>(reporter, tolerance, 0, false);
 }
 
-/// The data rows as a triangle, the constraint rows behind them. factor: of the latter.
 DoubleGenMat denseSystem(const BandTriangle& triangle, const std::vector<ConstraintRow>& rows,
                          double factor)
 {
     const int cols = triangle.size();
+    if ((cols + static_cast<double>(rows.size())) * cols > std::numeric_limits<int>::max())
+        throw std::bad_alloc();
     DoubleGenMat matrix(static_cast<unsigned>(cols) + static_cast<unsigned>(rows.size()),
                         static_cast<unsigned>(cols), 0.0);
     for (int j = 0; j < cols; ++j)
@@ -41,7 +46,32 @@ DoubleGenMat denseSystem(const BandTriangle& triangle, const std::vector<Constra
     return matrix;
 }
 
-}  // namespace
+double constraintFactor(FitMethod method, double weight)
+{
+    return method == FitMethod::kQr ? std::sqrt(weight) : 1.0;
+}
+
+bool SolverOpinion::sharedBy(const NumberBlock& answer, int dimension) const
+{
+    const auto d = static_cast<std::size_t>(dimension);
+    for (std::size_t k = 0; k < d; ++k) {
+        double size = 1.0;  // the data's
+        double difference = 0.0;
+        for (std::size_t i = k; i < answer.high.size(); i += d) {
+            size = std::max(size, std::fabs(answer.high[i]));
+            const double off = std::fabs(x[i] - answer.high[i]);
+            if (!(off <= difference)) difference = off;  // negated, so that a NaN stays
+        }
+        if (!(difference <= kAgreement * size)) return false;
+    }
+    return true;
+}
+
+const char* whyZeroIsTooCoarse(double asked, double used)
+{
+    return used > asked ? "the estimated cut-off is too coarse for this system"
+                        : "what counts as zero is too coarse for this system";
+}
 
 SolverOpinion askSolver(const CurveProblem& problem, FitMethod method, double zero,
                         bool estimateCutoff, TsolverReporter& reporter)
@@ -50,8 +80,6 @@ SolverOpinion askSolver(const CurveProblem& problem, FitMethod method, double ze
     const int cols = gathered.cols();
     const int d = gathered.rhsWidth();
     const int constraints = static_cast<int>(problem.constraintRows().size());
-    if ((static_cast<double>(cols) + constraints) * cols > std::numeric_limits<int>::max())
-        throw std::bad_alloc();
     RowStream stream(cols, d);
     for (int span = 0; span < gathered.spans(); ++span)
         for (int i = 0; i < gathered.width(); ++i)
@@ -59,13 +87,12 @@ SolverOpinion askSolver(const CurveProblem& problem, FitMethod method, double ze
                        gathered.rhs(span, i));
     stream.finish();
 
-    // A constraint's weight counts where it is fitted.
-    const double factor = method == FitMethod::kQr ? std::sqrt(problem.constraintWeight()) : 1.0;
+    const double factor = constraintFactor(method, problem.constraintWeight());
     TtupleVector b(d, cols + constraints, 0.0);
     double* to = b.data().data();
     for (int j = 0; j < cols; ++j, to += d) std::copy_n(stream.rhs(j), d, to);
     for (const double right : problem.constraintRhs().high) *to++ = factor * right;
-    const std::unique_ptr<TsolveConstrainedLsq> solver(makeSolver(method, reporter, zero));
+    const std::unique_ptr<TsolveConstrainedLsq> solver(solverOf(method, reporter, zero));
     SolverOpinion opinion;
     opinion.solvable =
         solver->setMatrix(denseSystem(stream.triangle(), problem.constraintRows(), factor),

@@ -1,10 +1,14 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <memory>
 #include <vector>
 
+#include "knotwork/factor/BandTriangle.h"
 #include "knotwork/fit/CurveProblem.h"
 #include "knotwork/fit/FitReport.h"
+#include "knotwork/linalg/DoubleGenMat.h"
+#include "knotwork/solvers/TsolveConstrainedLsq.h"
 #include "knotwork/solvers/TsolverReporter.h"
 
 namespace knotwork {
@@ -14,12 +18,29 @@ struct SolverOpinion {
     bool solvable = false;
     double zero = 0.0;      ///< as used
     std::vector<double> x;  ///< rows of as many numbers as the right-hand sides have
+
+    /// Whether it differs from an answer by next to nothing of its or the data's size, for each of
+    /// the `dimension` numbers of a point.
+    bool sharedBy(const NumberBlock& answer, int dimension) const;
 };
+
+/// Why a fit is refused that the opinion does not share. asked: the tolerance; used: it too, unless
+/// a cut-off raised it.
+const char* whyZeroIsTooCoarse(double asked, double used);
 
 /// Asks the solver of a method, Thouseholder or TsolveConstrainedLsqQR. zero: its tolerance;
 /// estimateCutoff: may raise that to a gap in the singular values. Throws std::bad_alloc where the
 /// dense system finds no room.
 SolverOpinion askSolver(const CurveProblem& problem, FitMethod method, double zero,
                         bool estimateCutoff, TsolverReporter& reporter);
+
+/// What a question to a solver is made of: itself, and the data rows as a triangle, the constraint
+/// rows, times a factor, behind them. Throws std::bad_alloc.
+std::unique_ptr<TsolveConstrainedLsq> solverOf(FitMethod method, TsolverReporter& reporter,
+                                               double tolerance);
+DoubleGenMat denseSystem(const BandTriangle& triangle, const std::vector<ConstraintRow>& rows,
+                         double factor);
+/// The factor: a constraint's weight counts where it is fitted.
+double constraintFactor(FitMethod method, double weight);
 
 }  // namespace knotwork

@@ -4,19 +4,20 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <memory>
 #include <new>
 #include <string>
 #include <utility>
 
 #include "knotwork/fit/BandFit.h"
-#include "knotwork/fit/CurveChecks.h"
+#include "knotwork/fit/ColumnFits.h"
 #include "knotwork/fit/CurveDiagnosis.h"
 #include "knotwork/fit/KernelBuild.h"
-#include "knotwork/fit/Numbers.h"
 #include "knotwork/fit/ResidualTally.h"
 #include "knotwork/fit/ScaledSurface.h"
+#include "knotwork/fit/SurfaceChecks.h"
+#include "knotwork/fit/SurfaceOpinion.h"
 #include "knotwork/fit/WithinMemory.h"
+#include "knotwork/fit/WorkMeter.h"
 
 namespace knotwork {
 
@@ -24,7 +25,39 @@ namespace {
 
 constexpr double kBelievable = 1e-9;      // largest error, of the answer's or the data's size
 constexpr double kConstraintMet = 1e-10;  // largest constraint residual, of the same size
+constexpr double kFirstShare = 1.0 / 16;  // of that, the first direction's: x can be smaller
+                                          // than what it is made of
 constexpr int kFixed = 1;
+
+// What stages cost a number, measured, one that a pass of the refinement goes over counting 1.
+constexpr double kSetUpCost = 2.5;          // a sample's
+constexpr double kHeldCost = 8.0;           // a sample's, to subtract held points
+constexpr double kSolutionCost = 8.0;       // an unknown's
+constexpr double kOpinionCost = 10.0;       // a sample's
+constexpr double kControlPointCost = 20.0;  // of the surface object
+
+/// The samples' numbers.
+double numbersIn(const SurfaceData& data)
+{
+    return static_cast<double>(data.points.rows()) * data.points.cols() * data.points.size();
+}
+
+bool asksSolvers(const SurfaceFitOptions& options)
+{
+    return options.zero > 0.0 || options.estimateCutoff;
+}
+
+/// In all. around: held points.
+double workOf(const SurfaceData& data, const SurfaceFitOptions& options, bool around)
+{
+    const double d = data.points.size();
+    const double alongV = d * data.points.rows() * data.v.count();
+    const double net = static_cast<double>(data.u.count()) * data.v.count();
+    const double perSample = kSetUpCost + (around ? kHeldCost : 0.0) + 2.0 +
+                             (asksSolvers(options) ? kOpinionCost : 0.0) + 1.0;
+    return perSample * numbersIn(data) + (2.0 + kSolutionCost) * alongV + kSolutionCost * d * net +
+           kControlPointCost * net;
+}
 
 constexpr const char* kFreeNotFixed = "the data do not fix every free control point";
 
@@ -36,59 +69,27 @@ void refuse(FittedSurface& surface, FitVerdict verdict, const std::string& reaso
     surface.report.reason = reason;
 }
 
-std::string directionFault(const char* name, const DoubleVec& parameters, int samples,
-                           const BsplineBasis& basis)
-{
-    const std::string direction = std::string(" in ") + name;
-    if (parameters.length() != static_cast<unsigned>(samples))
-        return "there must be one parameter a line of samples" + direction;
-    if (!basis.valid()) return "degree and knots do not make a basis" + direction;
-    const std::string fault = parameterFault(parameters, basis);
-    return fault.empty() ? "" : fault + direction;
-}
-
-std::string lineFault(const char* name, const std::vector<LineConstraint>& lines,
-                      const BsplineBasis& basis, std::size_t numbers)
-{
-    const std::string direction = std::string(" in ") + name;
-    for (std::size_t c = 0; c < lines.size(); ++c) {
-        const LineConstraint& line = lines[c];
-        const std::string fault =
-            constraintFault(static_cast<int>(c), line.parameter, line.derivative, basis);
-        if (!fault.empty()) return fault + direction;
-        const std::string which = "constraint " + std::to_string(c) + direction;
-        if (line.values.size() != numbers)
-            return which + " needs a point for each sample along its line";
-        if (!std::all_of(line.values.begin(), line.values.end(),
-                         [](double v) { return std::isfinite(v); }))
-            return "a value of " + which + " is no finite number";
-    }
-    return "";
-}
-
-std::string inputFault(const SurfaceData& data, const SurfaceFitOptions& options)
-{
-    const TtupleMatrix& points = data.points;
-    if (points.rows() < 1 || points.cols() < 1) return "there are no points";
-    const auto d = static_cast<std::size_t>(points.size());
-    const auto rows = static_cast<std::size_t>(points.rows());
-    const auto cols = static_cast<std::size_t>(points.cols());
-    if (points.numbers().length() < d * rows * cols) return "there are fewer numbers than points";
-    const std::string faults[] = {
-        directionFault("u", data.uParameters, points.rows(), data.u),
-        directionFault("v", data.vParameters, points.cols(), data.v),
-        allFinite(points.numbers()) ? "" : "a coordinate is no finite number"};
-    for (const std::string& fault : faults)
-        if (!fault.empty()) return fault;
-    const std::string inU = lineFault("u", options.acrossU, data.u, d * cols);
-    return inU.empty() ? lineFault("v", options.acrossV, data.v, d * rows) : inU;
-}
-
 std::vector<double> toStandard(const DoubleVec& v)
 {
     std::vector<double> values;
     for (int i = 0, n = static_cast<int>(v.length()); i < n; ++i) values.push_back(v(i));
     return values;
+}
+
+/// Counts the samples of column j by their squared distances; returns the row of the largest one
+/// where none before lay as far away, else -1.
+int tallyColumn(const ScaledSurface& problem, int j, const double* squares, ResidualTally& tally)
+{
+    const ScaledRows& rows = problem.inU();
+    const double weight = problem.inV().weight(j);
+    double total = 0.0;
+    int worst = -1;
+    for (int i = 0; i < rows.count(); ++i) {
+        total += rows.weight(i) * squares[i];
+        // Negated, so that what is no number is kept.
+        if (rows.counts(i) && (worst < 0 || !(squares[i] <= squares[worst]))) worst = i;
+    }
+    return tally.add(weight * total, weight * rows.weights(), squares[worst]) ? worst : -1;
 }
 
 /// The figures are those of the control points that are handed out.
@@ -98,8 +99,9 @@ void measureData(const SurfaceData& data, const ScaledSurface& problem, const Nu
     ResidualTally tally;
     for (const bool exactly : {false, true}) {
         tally = ResidualTally();
-        problem.forDistances(x, exactly, [&](int i, int j, double squares) {
-            if (!tally.add(squares, 1.0, squares)) return;
+        problem.forDistances(x, exactly, [&](int j, const double* squares) {
+            const int i = tallyColumn(problem, j, squares, tally);
+            if (i < 0) return;
             fitted.report.maxResidualAtU = data.uParameters(i);
             fitted.report.maxResidualAtV = data.vParameters(j);
         });
@@ -111,9 +113,10 @@ void measureData(const SurfaceData& data, const ScaledSurface& problem, const Nu
 
 /// Hands out the control points with the figures, unless they leave the range of numbers.
 void finish(const SurfaceData& data, const ScaledSurface& problem, FitVerdict verdict,
-            FittedSurface& fitted)
+            WorkMeter& work, FittedSurface& fitted)
 {
     measureData(data, problem, problem.scaled(fitted.controlPoints), fitted);
+    work.add(numbersIn(data));
     fitted.report.verdict = verdict;
     const bool finite = std::isfinite(fitted.report.rms) &&
                         std::isfinite(fitted.report.maxResidual) &&
@@ -126,13 +129,17 @@ void finish(const SurfaceData& data, const ScaledSurface& problem, FitVerdict ve
 }
 
 /// Refuses a direction that lines of samples and constraints do not fix, or hardly.
-bool determined(const char* name, const BandFit& fit, int lines, const BsplineBasis& basis,
-                const DoubleVec& parameters, FittedSurface& fitted)
+bool determined(const char* name, const BandFit& fit, const ScaledRows& rows,
+                const BsplineBasis& basis, const DoubleVec& parameters, FittedSurface& fitted)
 {
     const BandFit::State state = fit.state();
     if (state == BandFit::State::kSolvable) return true;
     const std::string where = std::string("in ") + name + ", ";
-    const std::string why = whyUndetermined(basis, toStandard(parameters));
+    const int lines = rows.counted() + static_cast<int>(fit.constraints().size());
+    std::vector<double> counted;
+    for (int i = 0; i < rows.count(); ++i)
+        if (rows.counts(i)) counted.push_back(parameters(i));
+    const std::string why = whyUndetermined(basis, std::move(counted));
     if (state == BandFit::State::kDependentConstraints)
         refuse(fitted, FitVerdict::kDependentConstraints,
                where + whyDependent(fit.constraints(), basis.count()));
@@ -160,24 +167,13 @@ void requireCounts(const SurfaceData& data, const SurfaceFitOptions& options)
 void start(const SurfaceData& data, const SurfaceFitOptions& options, FittedSurface& fitted)
 {
     fitted.report.method = options.method;
+    fitted.report.zero = options.zero;
     fitted.u = data.u;
     fitted.v = data.v;
     fitted.dimension = data.points.size();
     fitted.report.dataPoints = data.points.rows() * data.points.cols();
     fitted.report.unknowns = data.u.count() * data.v.count();
     fitted.report.columnsUsed = fitted.report.unknowns;
-}
-
-/// Rows of points, `dimension` numbers each, become columns.
-NumberBlock transposed(const NumberBlock& grid, int rows, int dimension)
-{
-    const int cols = grid.width / dimension;
-    NumberBlock turned(cols, rows * dimension, true);
-    for (int j = 0; j < rows; ++j)
-        for (int i = 0; i < cols; ++i)
-            for (int k = 0; k < dimension; ++k)
-                turned.set(i, j * dimension + k, grid.number(j, i * dimension + k));
-    return turned;
 }
 
 double largestNumber(const NumberBlock& x)
@@ -205,7 +201,20 @@ double carriedOver(double error, const NumberBlock& from, double growth, const N
     return error * std::max(1.0, largestNumber(from)) * growth / std::max(1.0, largestNumber(x));
 }
 
-void fitFreely(const SurfaceData& data, const SurfaceFitOptions& options, FittedSurface& fitted)
+/// Refuses an answer that the method's solvers, asked for their opinion, do not share.
+bool confirmed(const ScaledSurface& problem, const SurfaceFitOptions& options,
+               const HeldPoints* held, const NumberBlock& x, FittedSurface& fitted)
+{
+    if (!asksSolvers(options)) return true;
+    const SolverOpinion opinion = askSolvers(problem, options, held);
+    fitted.report.zero = opinion.zero;
+    if (opinion.solvable && opinion.sharedBy(x, problem.dimension())) return true;
+    refuse(fitted, FitVerdict::kInaccurate, whyZeroIsTooCoarse(options.zero, opinion.zero));
+    return false;
+}
+
+void fitFreely(const SurfaceData& data, const SurfaceFitOptions& options, WorkMeter& work,
+               FittedSurface& fitted)
 {
     FitReport& report = fitted.report;
     const ScaledSurface problem(data, options.acrossU, options.acrossV);
@@ -216,22 +225,26 @@ void fitFreely(const SurfaceData& data, const SurfaceFitOptions& options, Fitted
     const auto linesU = static_cast<int>(options.acrossU.size());
     const auto linesV = static_cast<int>(options.acrossV.size());
     report.constraints = linesU * data.v.count() + linesV * data.u.count() - linesU * linesV;
-    const BandFit fitU(problem.inU().triangle(), problem.constraintsInU(), options.method);
-    if (!determined("u", fitU, problem.inU().count() + linesU, data.u, data.uParameters, fitted))
-        return;
-    const BandFit fitV(problem.inV().triangle(), problem.constraintsInV(), options.method);
-    if (!determined("v", fitV, problem.inV().count() + linesV, data.v, data.vParameters, fitted))
-        return;
+    const BandFit fitU(problem.inU().triangle(), problem.constraintsInU(), options.method,
+                       problem.inU().constraintWeight());
+    if (!determined("u", fitU, problem.inU(), data.u, data.uParameters, fitted)) return;
+    const BandFit fitV(problem.inV().triangle(), problem.constraintsInV(), options.method,
+                       problem.inV().constraintWeight());
+    if (!determined("v", fitV, problem.inV(), data.v, data.vParameters, fitted)) return;
 
+    work.add(kSetUpCost * numbersIn(data));
     const int d = fitted.dimension;
-    const double growth = fitU.amplification(problem.inU().count());
-    const auto [alongV, errorV, movedV] =
-        fitV.solve(GridRows(problem.inV(), problem.rhs()),
-                   lastRows(problem.rhs(), problem.inV().count()), d, kBelievable / (2.0 * growth));
+    const double growth = fitU.amplification(problem.inU().weights());
+    const auto [alongV, errorV, movedV] = fitV.solve(GridRows(problem.inV(), problem.rhs(), &work),
+                                                     lastRows(problem.rhs(), problem.inV().count()),
+                                                     d, kFirstShare * kBelievable / growth);
+    work.add(kSolutionCost * static_cast<double>(alongV.high.size()));
     const NumberBlock across = transposed(alongV, data.v.count(), d);
-    const auto [turned, errorU, movedU] =
-        fitU.solve(GridRows(problem.inU(), across), lastRows(across, problem.inU().count()), d,
-                   kBelievable / 2.0);
+    auto [turned, errorU, movedU] =
+        fitU.solve(GridRows(problem.inU(), across, &work), lastRows(across, problem.inU().count()),
+                   d, kBelievable / 2.0);
+    work.add(kSolutionCost * static_cast<double>(turned.high.size()));
+    turned.low.clear();  // control points are doubles
     const NumberBlock x = transposed(turned, data.u.count(), d);
     fitted.controlPoints = problem.controlPoints(x);
     const LineDeviations deviations =
@@ -240,24 +253,13 @@ void fitFreely(const SurfaceData& data, const SurfaceFitOptions& options, Fitted
     if (!(errorU + carriedOver(errorV, alongV, growth, x) <= kBelievable) ||
         !(met || options.method == FitMethod::kQr))
         return refuse(fitted, FitVerdict::kInaccurate, kTooCloseToDependent);
+    if (!confirmed(problem, options, nullptr, x, fitted)) return;
+    if (asksSolvers(options)) work.add(kOpinionCost * numbersIn(data));
     report.constraintResidual = deviations.inUnits;
     const FitVerdict verdict = report.constraints == 0 ? FitVerdict::kFitted
                                : met                   ? FitVerdict::kMet
                                                        : FitVerdict::kCompromise;
-    finish(data, problem, verdict, fitted);
-}
-
-std::string maskFault(const SurfaceData& data, const IntGenMat& mask, const TtupleMatrix& held)
-{
-    const auto rows = static_cast<unsigned>(data.u.count());
-    const auto cols = static_cast<unsigned>(data.v.count());
-    if (mask.rows() != rows || mask.cols() != cols)
-        return "the mask needs one number a control point";
-    if (held.rows() != data.u.count() || held.cols() != data.v.count() ||
-        held.size() != data.points.size() ||
-        held.numbers().length() < rows * cols * static_cast<unsigned>(held.size()))
-        return "there must be one given point a control point";
-    return allFinite(held.numbers()) ? "" : "a given control point is no finite number";
+    finish(data, problem, verdict, work, fitted);
 }
 
 /// The held control points, zeros for the others.
@@ -273,55 +275,6 @@ std::vector<double> heldPoints(const IntGenMat& mask, const TtupleMatrix& held)
     return points;
 }
 
-/// A fit along u for each column of control points, around those that are held in it; neighbours
-/// with the same ones share it.
-class ColumnFits {
-  public:
-    ColumnFits(const BandTriangle& data, const IntGenMat& mask)
-    {
-        std::vector<int> before;
-        for (int j = 0; j < static_cast<int>(mask.cols()); ++j) {
-            std::vector<int> now;
-            for (int i = 0; i < static_cast<int>(mask.rows()); ++i)
-                if (mask(i, j) == kFixed) now.push_back(i);
-            held_ += static_cast<int>(now.size());
-            if (j == 0 || now != before)
-                fits_.push_back(
-                    std::make_shared<const BandFit>(data, unitRows(now), FitMethod::kHouseholder));
-            else
-                fits_.push_back(fits_.back());
-            before = std::move(now);
-        }
-    }
-
-    int held() const { return held_; }
-    const BandFit& of(int j) const { return *fits_[static_cast<std::size_t>(j)]; }
-    bool solvable() const
-    {
-        return std::all_of(fits_.begin(), fits_.end(), [](const auto& fit) {
-            return fit->state() == BandFit::State::kSolvable;
-        });
-    }
-    double amplification(double rows) const
-    {
-        double most = 0.0;
-        for (const auto& fit : fits_) most = std::max(most, fit->amplification(rows));
-        return most;
-    }
-
-  private:
-    /// Constraints that hold unknowns.
-    static std::vector<ConstraintRow> unitRows(const std::vector<int>& held)
-    {
-        std::vector<ConstraintRow> rows;
-        for (const int column : held) rows.push_back({column, {DoubleDouble(1.0)}, 0});
-        return rows;
-    }
-
-    std::vector<std::shared_ptr<const BandFit>> fits_;
-    int held_ = 0;
-};
-
 /// What is left of the data in column j of a grid that was fitted along v.
 NumberBlock columnOf(const NumberBlock& alongV, int j, int dimension)
 {
@@ -333,7 +286,7 @@ NumberBlock columnOf(const NumberBlock& alongV, int j, int dimension)
 }
 
 void fitAround(const SurfaceData& data, const IntGenMat& mask, const TtupleMatrix& held,
-               FittedSurface& fitted)
+               const SurfaceFitOptions& options, WorkMeter& work, FittedSurface& fitted)
 {
     const int d = fitted.dimension;
     const int rows = data.u.count();
@@ -345,10 +298,13 @@ void fitAround(const SurfaceData& data, const IntGenMat& mask, const TtupleMatri
     fitted.controlPoints = heldPoints(mask, held);
     const NumberBlock fixed = problem.scaled(fitted.controlPoints);
     const NumberBlock rest = problem.residuals(fixed);
-    const double growth = columns.amplification(problem.inU().count());
+    work.add((kSetUpCost + kHeldCost) * numbersIn(data));
+    const double growth = columns.amplification(problem.inU().weights());
     const BandFit::Answer alongV =
-        fitV.solve(GridRows(problem.inV(), rest), NumberBlock(0, rest.width, false), d,
-                   kBelievable / (2.0 * growth));
+        fitV.solve(GridRows(problem.inV(), rest, &work), NumberBlock(0, rest.width, false), d,
+                   kFirstShare * kBelievable / growth);
+
+    work.add(kSolutionCost * static_cast<double>(alongV.x.high.size()));
 
     NumberBlock x(data.v.count(), rows * d, false);
     for (int j = 0; j < data.v.count(); ++j) {
@@ -356,9 +312,10 @@ void fitAround(const SurfaceData& data, const IntGenMat& mask, const TtupleMatri
         const BandFit& fit = columns.of(j);  // with the held ones at 0
         const NumberBlock zeros(static_cast<int>(fit.constraints().size()), d, false);
         const BandFit::Answer column =
-            fit.solve(GridRows(problem.inU(), b), zeros, d, kBelievable / 2.0);
+            fit.solve(GridRows(problem.inU(), b, &work), zeros, d, kBelievable / 2.0);
         if (!(column.error + carriedOver(alongV.error, alongV.x, growth, fixed) <= kBelievable))
             return refuse(fitted, FitVerdict::kInaccurate, kTooCloseToDependent);
+        work.add(kSolutionCost * static_cast<double>(column.x.high.size()));
         std::copy(column.x.high.begin(), column.x.high.end(),
                   x.high.begin() + static_cast<std::ptrdiff_t>(x.at(j, 0)));
     }
@@ -366,9 +323,13 @@ void fitAround(const SurfaceData& data, const IntGenMat& mask, const TtupleMatri
     for (std::size_t n = 0; n < found.size(); ++n)
         if (mask(static_cast<int>(n) / d % rows, static_cast<int>(n) / d / rows) != kFixed)
             fitted.controlPoints[n] = found[n];
+    const HeldPoints given = {mask, fixed};
+    if (!confirmed(problem, options, &given, problem.scaled(fitted.controlPoints), fitted)) return;
+    if (asksSolvers(options)) work.add(kOpinionCost * numbersIn(data));
     fitted.report.constraints = columns.held();
     fitted.report.columnsUsed = fitted.report.unknowns - columns.held();
-    finish(data, problem, columns.held() > 0 ? FitVerdict::kMet : FitVerdict::kFitted, fitted);
+    finish(data, problem, columns.held() > 0 ? FitVerdict::kMet : FitVerdict::kFitted, work,
+           fitted);
 }
 
 /// One line of samples: row i, or column j, of a grid, point after point.
@@ -383,10 +344,10 @@ std::pair<int, int> endsOf(const DoubleVec& parameters)
     return {minIndex(parameters), maxIndex(parameters)};
 }
 
-/// A fit with its request checked; lack of memory is a verdict.
+/// A fit with its request checked; lack of memory is a verdict. total: the work that it will be.
 template <class Fault, class Fit>
-FittedSurface checkedFit(const SurfaceData& data, const SurfaceFitOptions& options, Fault fault,
-                         Fit fit)
+FittedSurface checkedFit(const SurfaceData& data, const SurfaceFitOptions& options, double total,
+                         Fault fault, Fit fit)
 {
     FittedSurface fitted;
     fitted.report.method = options.method;
@@ -397,7 +358,9 @@ FittedSurface checkedFit(const SurfaceData& data, const SurfaceFitOptions& optio
             if (!found.empty()) return refuse(fitted, FitVerdict::kBadInput, found);
             requireCounts(data, options);
             start(data, options, fitted);
-            fit(fitted);
+            WorkMeter work(options.progress, total);
+            fit(work, fitted);
+            work.finish();
         },
         [&fitted] {
             fitted.controlPoints.clear();
@@ -431,10 +394,11 @@ FittedSurface fitSurface(const TtupleMatrix& points, const DoubleVec& uParameter
                          const DoubleVec& vParameters, const BsplineBasis& u, const BsplineBasis& v,
                          const SurfaceFitOptions& options)
 {
-    const SurfaceData data{points, uParameters, vParameters, u, v};
+    const SurfaceData data{points, uParameters,      vParameters,     u,
+                           v,      options.uWeights, options.vWeights};
     return checkedFit(
-        data, options, [&] { return inputFault(data, options); },
-        [&](FittedSurface& fitted) { fitFreely(data, options, fitted); });
+        data, options, workOf(data, options, false), [&] { return inputFault(data, options); },
+        [&](WorkMeter& work, FittedSurface& fitted) { fitFreely(data, options, work, fitted); });
 }
 
 FittedSurface fitSurfaceAround(const TtupleMatrix& points, const DoubleVec& uParameters,
@@ -442,7 +406,8 @@ FittedSurface fitSurfaceAround(const TtupleMatrix& points, const DoubleVec& uPar
                                const BsplineBasis& v, const IntGenMat& mask,
                                const TtupleMatrix& held, const SurfaceFitOptions& options)
 {
-    const SurfaceData data{points, uParameters, vParameters, u, v};
+    const SurfaceData data{points, uParameters,      vParameters,     u,
+                           v,      options.uWeights, options.vWeights};
     const auto fault = [&] {
         std::string found = inputFault(data, options);
         if (found.empty()) found = maskFault(data, mask, held);
@@ -450,8 +415,10 @@ FittedSurface fitSurfaceAround(const TtupleMatrix& points, const DoubleVec& uPar
             found = "lines of constraints and given control points do not go together";
         return found;
     };
-    return checkedFit(data, options, fault,
-                      [&](FittedSurface& fitted) { fitAround(data, mask, held, fitted); });
+    return checkedFit(data, options, workOf(data, options, true), fault,
+                      [&](WorkMeter& work, FittedSurface& fitted) {
+                          fitAround(data, mask, held, options, work, fitted);
+                      });
 }
 
 std::vector<double> FittedSurface::at(double atU, double atV, int derivativeU,

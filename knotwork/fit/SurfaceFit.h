@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -25,9 +26,19 @@ struct LineConstraint {
 
 /// What to fit with.
 struct SurfaceFitOptions {
+    /// Of the squared residuals, one a row and one a column of points, 0 or more; a point's is the
+    /// product of the two. None: all are 1. A line of weight 0 is left out.
+    DoubleVec uWeights;
+    DoubleVec vWeights;
+    /// What counts as zero in the problem scaled to unit size, 0 to 1. Above 0 a fit is refused
+    /// unless the solvers of the method, with this as their tolerance, find the same.
+    double zero = 0.0;
+    bool estimateCutoff = false;          ///< raises that to a gap in a direction's singular values
     std::vector<LineConstraint> acrossU;  ///< lines of constant u; values run along v
     std::vector<LineConstraint> acrossV;  ///< lines of constant v; values run along u
     TsolverReporter* reporter = nullptr;  ///< hears the solvers; null: nobody does
+    /// Hears what share of the work is done, ascending to 1, about a hundred times; may be null.
+    std::function<void(double)> progress;
     FitMethod method = FitMethod::kHouseholder;
 };
 
@@ -63,8 +74,10 @@ KNOTWORK_EXPORT std::vector<LineConstraint> endLinesInV(const TtupleMatrix& poin
 /// Method     one constrained solver a direction, each on a system scaled to unit size. Where a
 ///            line of constant u crosses one of constant v, the value is read off the line that
 ///            asks for a value at a sample of the other; where both ask for derivatives the mixed
-///            derivative is 0. A second pass with the residuals polishes and shows what rounding
+///            derivative is 0. With kQr a line counts in its direction like samples of weight 1
+///            there. A second pass with the residuals polishes and shows what rounding
 ///            did, as for curves.
+/// Figures    of the points with a weight; sums are weighted, the largest residual is not.
 /// Failures   are verdicts with a reason.
 KNOTWORK_EXPORT FittedSurface fitSurface(const TtupleMatrix& points, const DoubleVec& uParameters,
                                          const DoubleVec& vParameters, const BsplineBasis& u,

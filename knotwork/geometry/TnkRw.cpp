@@ -281,8 +281,9 @@ bool TnkRw::tmToCvs(const TtupleMatrix& m, nk_surface* s, bool fillWeights)
     if (s == nullptr || m.rows() != s->degreeU + s->spansU || m.cols() != s->degreeV + s->spansV)
         return false;
     return withinMemory([&] {
+        TtupleMatrix net(m);  // whose points are views
         return forEachNetPoint(s, [&](int i, int j, double* numbers) {
-            writePoint(m.point(i, j), numbers, pointLength(s), fillWeights);
+            writePoint(net.point(i, j), numbers, pointLength(s), fillWeights);
         });
     });
 }

@@ -11,8 +11,8 @@
 
 #include "measures/FitOracle.h"
 #include "measures/Verdicts.h"
+#include "tests/fit/SurfaceProblems.h"
 #include "tests/support/CaseName.h"
-#include "tests/support/Dice.h"
 
 /// Whether the verdict on a surface can be believed.
 namespace {
@@ -22,60 +22,16 @@ using knotwork::FitMethod;
 using knotwork::FittedSurface;
 using knotwork::FitVerdict;
 using knotwork::LineConstraint;
-using knotwork::SurfaceFitOptions;
 using knotwork_measures::Judgement;
 using knotwork_measures::SurfaceProblem;
+using knotwork_test::fitOf;
+using knotwork_test::gridOf;
+using knotwork_test::hardlyDetermined;
+using knotwork_test::noisySheet;
+using knotwork_test::vectorOf;
 using Numbers = std::vector<double>;
 
 constexpr double kRight = 1e-13;  // of the largest control point
-
-DoubleVec vectorOf(const Numbers& v)
-{
-    return DoubleVec(v.data(), static_cast<unsigned>(v.size()));
-}
-
-TtupleMatrix gridOf(const SurfaceProblem& p)
-{
-    return TtupleMatrix(p.dimension, static_cast<int>(p.uParameters.size()),
-                        static_cast<int>(p.vParameters.size()), vectorOf(p.points));
-}
-
-FittedSurface fitOf(const SurfaceProblem& p)
-{
-    SurfaceFitOptions options;
-    options.method = p.method;
-    options.acrossU = p.acrossU;
-    options.acrossV = p.acrossV;
-    return knotwork::fitSurface(gridOf(p), vectorOf(p.uParameters), vectorOf(p.vParameters), p.u,
-                                p.v, options);
-}
-
-/// Noise of two coordinates on 9 x 7 samples; cubic by quadratic, 3 x 2 spans.
-SurfaceProblem noisySheet()
-{
-    SurfaceProblem p;
-    p.u = BsplineBasis::uniform(3, 0, 8, 3);
-    p.v = BsplineBasis::uniform(2, 0, 6, 2);
-    p.dimension = 2;
-    knotwork_test::Dice dice(31);
-    for (int i = 0; i <= 8; ++i) p.uParameters.push_back(i);
-    for (int j = 0; j <= 6; ++j) p.vParameters.push_back(j);
-    for (int n = 0; n < 9 * 7 * 2; ++n) p.points.push_back(dice.unit());
-    return p;
-}
-
-/// Cubic in u, 8 spans, of which the last has nothing but a sample 2^-(k+1) behind its first knot.
-SurfaceProblem hardlyDetermined(int k)
-{
-    SurfaceProblem p;
-    p.u = BsplineBasis::uniform(3, 0, 8, 8);
-    p.v = BsplineBasis::uniform(1, 0, 1, 1);
-    for (int i = 0; i <= 35; ++i) p.uParameters.push_back(i / 5.0);
-    p.uParameters.push_back(7 + std::ldexp(0.5, -k));
-    p.vParameters = {0, 0.5, 1};
-    for (int n = 0; n < 37 * 3; ++n) p.points.push_back(std::cos(1.0 * n));
-    return p;
-}
 
 SurfaceProblem transposed(const SurfaceProblem& p)
 {
@@ -255,6 +211,18 @@ INSTANTIATE_TEST_SUITE_P(
                   "parameter 6, 6.5, lies outside the knots in v"},
         FaultCase{"ParameterInfinite", [](SurfaceProblem& p) { p.vParameters[2] = INFINITY; },
                   "parameter 2 is no finite number in v"},
+        FaultCase{"TooFewWeights", [](SurfaceProblem& p) { p.uWeights = Numbers(7, 1.0); },
+                  "there must be one weight a line of samples in u"},
+        FaultCase{"WeightNegative",
+                  [](SurfaceProblem& p) { p.uWeights = {1, 1, 1, -1e-300, 1, 1, 1, 1, -1}; },
+                  "weight 3 in u is negative"},
+        FaultCase{"WeightNaN", [](SurfaceProblem& p) { p.vWeights = {1, 1, 1, 1, 1, 1, kNaN}; },
+                  "weight 6 in v is no finite number"},
+        FaultCase{"WeightInfinite",
+                  [](SurfaceProblem& p) { p.vWeights = {INFINITY, 1, 1, 1, 1, 1, 1}; },
+                  "weight 0 in v is no finite number"},
+        FaultCase{"NoWeight", [](SurfaceProblem& p) { p.vWeights = Numbers(7, 0.0); },
+                  "all weights are 0 in v"},
         FaultCase{"LineBelow",
                   [](SurfaceProblem& p) {
                       p.acrossU = {{-0.5, 0, Numbers(14, 0.0)}};

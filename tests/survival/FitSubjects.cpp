@@ -47,6 +47,8 @@ void fitsSurfaces(Trial& trial)
     knotwork::SurfaceFitOptions options;
     options.acrossU.push_back({0.0, 0, {}});
     for (int j = 0; j < 12; ++j) options.acrossU[0].values.push_back(2.0 * parameters(j));
+    options.uWeights.reference(DoubleVec(12, 1.0, 1.0));
+    options.zero = 1e-12;  // so that dense solvers are asked too
     knotwork::FittedSurface surface;
     trial.attempt(
         [&] { surface = knotwork::fitSurface(points, parameters, parameters, u, v, options); });
@@ -56,9 +58,12 @@ void fitsSurfaces(Trial& trial)
     IntGenMat mask(6u, 6u, 0);
     mask(2, 3) = 1;
     const TtupleMatrix held(1, 6, 6, DoubleVec(whole.controlPoints.data(), 36));
+    knotwork::SurfaceFitOptions asking;
+    asking.zero = 1e-12;
     knotwork::FittedSurface around;
     trial.attempt([&] {
-        around = knotwork::fitSurfaceAround(points, parameters, parameters, u, v, mask, held);
+        around =
+            knotwork::fitSurfaceAround(points, parameters, parameters, u, v, mask, held, asking);
     });
     trial.expect(right(around));
 }

@@ -141,6 +141,16 @@ TEST(KnotfitSurfaceTest, TriplesFitWithDegreesAndKnotsOfTheirOwn)
     EXPECT_NEAR(rows[0][2], 2.5 * 2.5 + 16, 1e-12);
 }
 
+TEST(KnotfitSurfaceTest, AZeroIsTheSolversWhoSpeakWhenAskedTo)
+{
+    const KnotfitRun run;
+    const Outcome fit = run.knotfit("surface " + kVolcano + " -v --cutoff --zero 1e-12");
+    EXPECT_EQ(fit.status, 0) << fit.err;
+    EXPECT_THAT(fit.err, HasSubstr("Report: ( Region cutoff value set to"));
+    EXPECT_THAT(fit.out, HasSubstr("zero                 1e-12"));
+    EXPECT_THAT(run.knotfit("surface " + kVolcano).out, HasSubstr("zero                 0\n"));
+}
+
 TEST(KnotfitEvalTest, ACurveGivesPointsAndDerivativesInSeventeenDigits)
 {
     const KnotfitRun run;
@@ -208,6 +218,9 @@ INSTANTIATE_TEST_SUITE_P(
                     "4004001 vertices"},
         RefusalCase{"TooManySpans", "surface bowl.csv --xyz --columns 6 --spans 2,5", 1,
                     "unknowns are more"},
+        RefusalCase{"ZeroTooCoarse", "surface bowl.csv --xyz --columns 6 --spans 2 --zero 0.9", 1,
+                    "what counts as zero is too coarse"},
+        RefusalCase{"ZeroBeyond", "surface bowl.csv --xyz --columns 6 --zero 1.5", 2, "--zero"},
         RefusalCase{"Knots", "surface bowl.csv --xyz --columns 6 --spans 2 --knots-v 3,2", 2,
                     "--knots-v: the knots are out of order"},
         RefusalCase{"HeldCurve", "surface bowl.csv --xyz --columns 6 --hold curve.json", 2,

@@ -3,7 +3,9 @@
 
 #include <cmath>
 #include <cstdio>
+#include <optional>
 
+#include "tools/knotfit/CsvTable.h"
 #include "tools/knotfit/TextNumbers.h"
 
 namespace knotfit {
@@ -51,6 +53,21 @@ void addMethodOption(CLI::App& command, std::string& method)
                     "the others, and the report says what is left of them")
         ->check(CLI::IsMember({kHouseholder, kQr}))
         ->capture_default_str();
+}
+
+void addZeroOptions(CLI::App& command, double& zero, bool& cutoff)
+{
+    const auto fromZeroToOne = [](const std::string& text) -> std::string {
+        const std::optional<double> number = parseNumber(text);
+        return number && *number >= 0.0 && *number <= 1.0 ? "" : "must be a number from 0 to 1";
+    };
+    command.add_flag("--cutoff", cutoff, "Estimate the cut-off from the singular values");
+    command
+        .add_option(
+            "--zero", zero,
+            "What counts as zero on the scaled problem; a fit that depends on it is refused")
+        ->capture_default_str()
+        ->check(fromZeroToOne);
 }
 
 knotwork::FitMethod methodOf(const std::string& name)

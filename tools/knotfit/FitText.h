@@ -41,6 +41,9 @@ knotwork::FitMethod methodOf(const std::string& name);
 /// An input's name as messages show it.
 std::string nameOf(const std::string& input);
 
+/// --zero and --cutoff, likewise.
+void addZeroOptions(CLI::App& command, double& zero, bool& cutoff);
+
 /// "Fit of NAME, ...": a picture's title.
 std::string titleOf(const std::string& input, const std::string& what);
 

@@ -68,9 +68,13 @@ void runSurface(const SurfaceOptions& options)
     const double readSeconds = reading.seconds();
     SurfaceRequest request = makeSurfaceRequest(options, table);
     if (!options.obj.empty()) refuseTooFine(request, options.steps);
-    ConsoleReporter reporter(options.verbose);
+    ConsoleReporter reporter(options.verbose, ConsoleReporter::Progress::kLeftToTheFit);
+    ProgressBar bar;
     request.options.method = methodOf(options.method);
+    request.options.zero = options.zero;
+    request.options.estimateCutoff = options.cutoff;
     request.options.reporter = &reporter;
+    if (options.verbose) request.options.progress = [&bar](double share) { bar.show(share); };
 
     const Stopwatch fitting;
     const FittedSurface surface = fit(request);
@@ -109,7 +113,7 @@ void addSurfaceCommand(CLI::App& app)
     surface
         ->add_option("GRID.csv", options->input,
                      "Heights: columns run in u, lines in v; - for standard input; # starts a "
-                     "comment. Parameters are the column and line numbers")
+                     "comment. Parameters are the column and line numbers; all weights are 1")
         ->required();
     CLI::Option* xyz = surface->add_flag("--xyz", options->triples,
                                          "x,y,z triples instead, line by line of the grid");
@@ -144,6 +148,7 @@ void addSurfaceCommand(CLI::App& app)
         ->excludes(knotsU)
         ->excludes(knotsV)
         ->excludes(border);
+    addZeroOptions(*surface, options->zero, options->cutoff);
     addMethodOption(*surface, options->method);
     surface
         ->add_option("-o,--output", options->output, "Write the fit as JSON; - for standard output")
@@ -155,7 +160,9 @@ void addSurfaceCommand(CLI::App& app)
     surface->add_option("--steps", options->steps, "Steps of the mesh in each span")
         ->check(CLI::Range(1, kMostSteps))
         ->capture_default_str();
-    surface->add_flag("-v,--verbose", options->verbose, "Let the solvers report on standard error");
+    surface->add_flag(
+        "-v,--verbose", options->verbose,
+        "Let the solvers report on standard error; a progress bar where that is a terminal");
     surface->set_version_flag("--version", KNOTFIT_VERSION);
     surface->callback([options] { runSurface(*options); });
 }

@@ -20,6 +20,8 @@ struct SurfaceOptions {
     std::string border = "free";
     std::string hold;
     std::string method = "householder";
+    double zero = 0.0;
+    bool cutoff = false;
     std::string output;
     std::string svg;
     std::string obj;
