@@ -39,12 +39,6 @@ std::string jsonOf(const FittedCurve& curve, const Times& times)
     return json.text();
 }
 
-std::string asZero(const std::string& text)
-{
-    const std::optional<double> number = parseNumber(text);
-    return number && *number >= 0.0 && *number <= 1.0 ? "" : "must be a number from 0 to 1";
-}
-
 /// Hears a fit and shows how far it is, if that was asked for.
 class Listeners {
   public:
@@ -185,13 +179,7 @@ void addCurveCommand(CLI::App& app)
         ->allow_extra_args(false);
     curve->add_option("--slope", options->slopes, "T=X[:Y...]: its first derivative at T, exactly")
         ->allow_extra_args(false);
-    curve->add_flag("--cutoff", options->cutoff, "Estimate the cut-off from the singular values");
-    curve
-        ->add_option(
-            "--zero", options->zero,
-            "What counts as zero on the scaled problem; a fit that depends on it is refused")
-        ->capture_default_str()
-        ->check(asZero);
+    addZeroOptions(*curve, options->zero, options->cutoff);
     addMethodOption(*curve, options->method);
     curve
         ->add_option("-o,--output", options->output, "Write the fit as JSON; - for standard output")
