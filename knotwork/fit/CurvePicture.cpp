@@ -2,6 +2,7 @@
 #include "knotwork/fit/CurvePicture.h"
 
 #include <algorithm>
+#include <cmath>
 #include <ostream>
 
 #include "knotwork/fit/NumberText.h"
@@ -88,11 +89,13 @@ std::vector<PlotPoint> placedData(const CurveView& view, const TtupleVector& poi
 
 std::string figures(const CurveFitReport& report)
 {
+    const std::string largest =
+        std::isnan(report.maxResidual) ? "not known" : generalText(report.maxResidual, 3);
     return std::to_string(report.dataPoints) + " points, " + std::to_string(report.unknowns) +
            " control points, " + std::to_string(report.constraints) +
            (report.verdict == FitVerdict::kCompromise ? " fitted" : " exact") + " equations: RMS " +
-           generalText(report.rms, 3) + ", largest residual " + generalText(report.maxResidual, 3) +
-           ", constraint residual " + generalText(report.constraintResidual, 2);
+           generalText(report.rms, 3) + ", largest residual " + largest + ", constraint residual " +
+           generalText(report.constraintResidual, 2);
 }
 
 void drawConstraints(SvgPlot& plot, const CurveView& view,

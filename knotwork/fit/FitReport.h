@@ -28,8 +28,8 @@ enum class FitVerdict {
 /// The honest figures of a fit, all in the data's units unless said otherwise.
 struct FitReport {
     FitVerdict verdict = FitVerdict::kBadInput;
-    std::string reason;  ///< why there is no fit, as a sentence's end; empty when there is one
-    int dataPoints = 0;
+    std::string reason;   ///< why there is no fit, as a sentence's end; empty when there is one
+    int dataPoints = 0;   ///< at most 2^31 - 1 of them are counted here
     int unknowns = 0;     ///< control points
     int constraints = 0;  ///< equations that are constraints
     int columnsUsed = 0;  ///< unknowns that took part in the solution
@@ -37,7 +37,8 @@ struct FitReport {
     /// sqrt(sum of squared residuals, all coordinates / data points); with weights
     /// sqrt(sum of weighted ones / sum of weights).
     double rms = 0.0;
-    /// Largest distance of a data point from the fit at its parameters, of those with a weight.
+    /// Largest distance of a data point from the fit at its parameters, of those with a weight; NaN
+    /// where the samples are gone.
     double maxResidual = 0.0;
     /// Largest deviation from a constraint, any coordinate. A derivative counts per row of unit
     /// length, so that slopes too are judged in the data's units.

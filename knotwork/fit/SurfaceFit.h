@@ -26,6 +26,10 @@ struct LineConstraint {
 
 /// What to fit with.
 struct SurfaceFitOptions {
+    std::vector<LineConstraint> acrossU;  ///< lines of constant u; values run along v
+    std::vector<LineConstraint> acrossV;  ///< lines of constant v; values run along u
+    TsolverReporter* reporter = nullptr;  ///< hears the solvers; null: nobody does
+    FitMethod method = FitMethod::kHouseholder;
     /// Of the squared residuals, one a row and one a column of points, 0 or more; a point's is the
     /// product of the two. None: all are 1. A line of weight 0 is left out.
     DoubleVec uWeights;
@@ -33,13 +37,9 @@ struct SurfaceFitOptions {
     /// What counts as zero in the problem scaled to unit size, 0 to 1. Above 0 a fit is refused
     /// unless the solvers of the method, with this as their tolerance, find the same.
     double zero = 0.0;
-    bool estimateCutoff = false;          ///< raises that to a gap in a direction's singular values
-    std::vector<LineConstraint> acrossU;  ///< lines of constant u; values run along v
-    std::vector<LineConstraint> acrossV;  ///< lines of constant v; values run along u
-    TsolverReporter* reporter = nullptr;  ///< hears the solvers; null: nobody does
+    bool estimateCutoff = false;  ///< raises that to a gap in a direction's singular values
     /// Hears what share of the work is done, ascending to 1, about a hundred times; may be null.
     std::function<void(double)> progress;
-    FitMethod method = FitMethod::kHouseholder;
 };
 
 struct SurfaceFitReport : FitReport {
@@ -57,7 +57,7 @@ struct KNOTWORK_EXPORT FittedSurface {
     SurfaceFitReport report;
 
     bool met() const { return report.verdict == FitVerdict::kMet; }
-    bool fits() const { return report.fits(); }  ///< met, or fitted as a whole
+    bool fits() const { return report.fits(); }  ///< met, fitted, or a compromise
     /// The surface at (u, v), or a partial derivative; one number a coordinate. Empty without one.
     std::vector<double> at(double u, double v, int derivativeU = 0, int derivativeV = 0) const;
 };
@@ -71,12 +71,12 @@ KNOTWORK_EXPORT std::vector<LineConstraint> endLinesInV(const TtupleMatrix& poin
 
 /// Fits a surface to a grid of points, lines of constraints held exactly or fitted too.
 /// Shapes     points: rows in u, columns in v; one parameter a row and one a column.
-/// Method     one constrained solver a direction, each on a system scaled to unit size. Where a
-///            line of constant u crosses one of constant v, the value is read off the line that
-///            asks for a value at a sample of the other; where both ask for derivatives the mixed
-///            derivative is 0. With kQr a line counts in its direction like samples of weight 1
-///            there. A second pass with the residuals polishes and shows what rounding
-///            did, as for curves.
+/// Method     columns of points are fitted along v and what comes out of them along u, each
+///            direction like a curve, refined and judged likewise; the error of the first counts
+///            with what the second makes of it. Where a line of constant u crosses one of constant
+///            v, the value is read off the line that asks for a value at a sample of the other;
+///            where both ask for derivatives the mixed derivative is 0. With kQr a line counts in
+///            its direction like samples of weight 1 there.
 /// Figures    of the points with a weight; sums are weighted, the largest residual is not.
 /// Failures   are verdicts with a reason.
 KNOTWORK_EXPORT FittedSurface fitSurface(const TtupleMatrix& points, const DoubleVec& uParameters,
