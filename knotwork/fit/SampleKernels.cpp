@@ -20,12 +20,14 @@ struct BasisKernel {
     {
         constexpr int kMost = P > 0 ? P : kMostBasisDegree;
         const int p = P > 0 ? P : degree;
+        const double first = 1.0 / (knots[1] - knots[0]);  // of degree 1, for all samples
         for (std::ptrdiff_t i = 0; i < n; i += kPack) {
             const Pack at = load(t + i);
             Pack row[kMost + 1];
             Pack lower[kMost + 1];
-            row[0] = Pack{} + 1.0;
-            for (int q = 1; q <= p; ++q) {
+            row[0] = (knots[1] - at) * first;
+            row[1] = (at - knots[0]) * first;
+            for (int q = 2; q <= p; ++q) {
                 for (int j = 0; j < q; ++j) lower[j] = row[j];
                 for (int j = 0; j <= q; ++j) row[j] = Pack{};
                 for (int j = 0; j < q; ++j) {
