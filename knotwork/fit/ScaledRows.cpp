@@ -8,6 +8,7 @@
 
 #include "knotwork/factor/RowStream.h"
 #include "knotwork/fit/BasisRecurrence.h"
+#include "knotwork/platform/cpu.h"
 
 namespace knotwork {
 
@@ -92,40 +93,47 @@ namespace {
 
 constexpr int kChunk = 64;  // right-hand sides that go through the rows together
 
-void sumColumns(const ScaledRows& rows, const NumberBlock& b, const NumberBlock& x, int first,
-                int n, ResidualSums& sums)
-{
-    const int width = rows.width();
-    const std::ptrdiff_t step = b.width;
-    const double* right = b.high.data() + first;
-    const double* unknowns = x.high.empty() ? nullptr : x.high.data() + first;
-    double* high = sums.gradient.high.data() + first;
-    double* low = sums.gradient.low.data() + first;
-    double* squares = sums.squares.data() + first;
-    double r[kChunk];
-    for (int i = 0; i < rows.count(); ++i, right += step) {
-        const double weight = rows.weight(i);
-        if (!(weight > 0.0)) continue;
-        const double* entries = rows.entries(i);
-        const std::ptrdiff_t place = step * rows.firstColumn(i);
-        for (int c = 0; c < n; ++c) r[c] = right[c];
-        if (unknowns != nullptr)
-            for (int k = 0; k < width; ++k)
-                for (int c = 0; c < n; ++c) r[c] -= entries[k] * unknowns[place + step * k + c];
-        for (int c = 0; c < n; ++c) squares[c] += weight * r[c] * r[c];
-        if (weight != 1.0)
-            for (int c = 0; c < n; ++c) r[c] *= weight;
-        for (int k = 0; k < width; ++k) {
-            double* sum = high + place + step * k;
-            double* lost = low + place + step * k;
-            for (int c = 0; c < n; ++c) {
-                const DoubleDouble both = twoSum(sum[c], entries[k] * r[c]);
-                sum[c] = both.high;
-                lost[c] += both.low;
+struct SumColumns {
+    [[gnu::always_inline]] void operator()(const ScaledRows* of, const NumberBlock* rhs,
+                                           const NumberBlock* solution, int first, int n,
+                                           ResidualSums* to) const
+    {
+        const ScaledRows& rows = *of;
+        const NumberBlock& b = *rhs;
+        const NumberBlock& x = *solution;
+        ResidualSums& sums = *to;
+        const int width = rows.width();
+        const std::ptrdiff_t step = b.width;
+        const double* right = b.high.data() + first;
+        const double* unknowns = x.high.empty() ? nullptr : x.high.data() + first;
+        double* high = sums.gradient.high.data() + first;
+        double* low = sums.gradient.low.data() + first;
+        double* squares = sums.squares.data() + first;
+        double r[kChunk];
+        for (int i = 0; i < rows.count(); ++i, right += step) {
+            const double weight = rows.weight(i);
+            if (!(weight > 0.0)) continue;
+            const double* entries = rows.entries(i);
+            const std::ptrdiff_t place = step * rows.firstColumn(i);
+            for (int c = 0; c < n; ++c) r[c] = right[c];
+            if (unknowns != nullptr)
+                for (int k = 0; k < width; ++k)
+                    for (int c = 0; c < n; ++c) r[c] -= entries[k] * unknowns[place + step * k + c];
+            for (int c = 0; c < n; ++c) squares[c] += weight * r[c] * r[c];
+            if (weight != 1.0)
+                for (int c = 0; c < n; ++c) r[c] *= weight;
+            for (int k = 0; k < width; ++k) {
+                double* sum = high + place + step * k;
+                double* lost = low + place + step * k;
+                for (int c = 0; c < n; ++c) {
+                    const DoubleDouble both = twoSum(sum[c], entries[k] * r[c]);
+                    sum[c] = both.high;
+                    lost[c] += both.low;
+                }
             }
         }
     }
-}
+};
 
 }  // namespace
 
@@ -134,7 +142,7 @@ ResidualSums GridRows::residualSums(const NumberBlock& x) const
     ResidualSums sums(rows_.cols(), b_.width);
     for (int first = 0; first < b_.width; first += kChunk) {
         const int n = std::min(kChunk, b_.width - first);
-        sumColumns(rows_, b_, x, first, n, sums);
+        runKernel(SumColumns(), &rows_, &b_, &x, first, n, &sums);
         if (meter_ != nullptr) meter_->add(static_cast<double>(n) * rows_.count());
     }
     return sums;
