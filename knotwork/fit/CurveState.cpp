@@ -199,50 +199,52 @@ BandTriangle bandOf(const SpanTriangles& triangles)
     return stream.triangle();
 }
 
+namespace {
+
+/// add(row, count, its first column, right-hand side k, sums) for every row and right-hand side.
+template <class Add>
+ResidualSums sumRows(const SpanTriangles& triangles, Add add)
+{
+    ResidualSums sums(triangles.cols(), triangles.rhsWidth());
+    for (int k = 0; k < triangles.rhsWidth(); ++k)
+        sums.squares[static_cast<std::size_t>(k)] = triangles.squares(k);
+    for (int span = 0; span < triangles.spans(); ++span)
+        for (int i = 0; i < triangles.width(); ++i)
+            for (int k = 0; k < triangles.rhsWidth(); ++k)
+                add(triangles.row(span, i), triangles.width() - i, span + i, k, sums);
+    return sums;
+}
+
+}  // namespace
+
 ResidualSums TriangleRows::residualSums(const NumberBlock& x) const
 {
-    const int d = triangles_.rhsWidth();
-    ResidualSums sums(triangles_.cols(), d);
-    for (int k = 0; k < d; ++k) sums.squares[static_cast<std::size_t>(k)] = triangles_.squares(k);
-    for (int span = 0; span < triangles_.spans(); ++span)
-        for (int i = 0; i < triangles_.width(); ++i) {
-            const double* row = triangles_.row(span, i);
-            const int count = triangles_.width() - i;
-            for (int k = 0; k < d; ++k) {
-                double r = row[count + k];
-                for (int j = 0; j < count && !x.high.empty(); ++j)
-                    r -= row[j] * x.high[x.at(span + i + j, k)];
-                sums.squares[static_cast<std::size_t>(k)] += r * r;
-                for (int j = 0; j < count; ++j) {
-                    const std::size_t at = sums.gradient.at(span + i + j, k);
-                    const DoubleDouble both = twoSum(sums.gradient.high[at], row[j] * r);
-                    sums.gradient.high[at] = both.high;
-                    sums.gradient.low[at] += both.low;
-                }
-            }
-        }
-    return sums;
+    return sumRows(triangles_,
+                   [&x](const double* row, int count, int first, int k, ResidualSums& sums) {
+                       double r = row[count + k];
+                       for (int j = 0; j < count && !x.high.empty(); ++j)
+                           r -= row[j] * x.high[x.at(first + j, k)];
+                       sums.squares[static_cast<std::size_t>(k)] += r * r;
+                       for (int j = 0; j < count; ++j) {
+                           const std::size_t at = sums.gradient.at(first + j, k);
+                           const DoubleDouble both = twoSum(sums.gradient.high[at], row[j] * r);
+                           sums.gradient.high[at] = both.high;
+                           sums.gradient.low[at] += both.low;
+                       }
+                   });
 }
 
 ResidualSums TriangleRows::exactResidualSums(const NumberBlock& x) const
 {
-    const int d = triangles_.rhsWidth();
-    ResidualSums sums(triangles_.cols(), d);
-    for (int k = 0; k < d; ++k) sums.squares[static_cast<std::size_t>(k)] = triangles_.squares(k);
-    for (int span = 0; span < triangles_.spans(); ++span)
-        for (int i = 0; i < triangles_.width(); ++i) {
-            const double* row = triangles_.row(span, i);
-            const int count = triangles_.width() - i;
-            for (int k = 0; k < d; ++k) {
-                DoubleDouble r = row[count + k];
-                for (int j = 0; j < count; ++j)
-                    r += -(DoubleDouble(row[j]) * x.number(span + i + j, k));
-                sums.squares[static_cast<std::size_t>(k)] += r.high * r.high;
-                for (int j = 0; j < count; ++j)
-                    sums.gradient.add(span + i + j, k, DoubleDouble(row[j]) * r);
-            }
-        }
-    return sums;
+    return sumRows(triangles_,
+                   [&x](const double* row, int count, int first, int k, ResidualSums& sums) {
+                       DoubleDouble r = row[count + k];
+                       for (int j = 0; j < count; ++j)
+                           r += -(DoubleDouble(row[j]) * x.number(first + j, k));
+                       sums.squares[static_cast<std::size_t>(k)] += r.high * r.high;
+                       for (int j = 0; j < count; ++j)
+                           sums.gradient.add(first + j, k, DoubleDouble(row[j]) * r);
+                   });
 }
 
 }  // namespace knotwork
