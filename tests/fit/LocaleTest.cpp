@@ -13,9 +13,9 @@
 #include <sstream>
 #include <string>
 
-#include "knotwork/fit/CurvePicture.h"
-#include "knotwork/fit/SurfaceMesh.h"
-#include "knotwork/fit/SurfacePicture.h"
+#include "knotwork/picture/CurvePicture.h"
+#include "knotwork/picture/SurfaceMesh.h"
+#include "knotwork/picture/SurfacePicture.h"
 
 namespace {
 

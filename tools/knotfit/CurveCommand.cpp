@@ -9,7 +9,7 @@
 #include <string_view>
 #include <utility>
 
-#include "knotwork/fit/CurvePicture.h"
+#include "knotwork/picture/CurvePicture.h"
 #include "tools/knotfit/ConsoleReporter.h"
 #include "tools/knotfit/CurveRequest.h"
 #include "tools/knotfit/Failure.h"

@@ -6,8 +6,8 @@
 #include <sstream>
 #include <string>
 
-#include "knotwork/fit/SurfaceMesh.h"
-#include "knotwork/fit/SurfacePicture.h"
+#include "knotwork/picture/SurfaceMesh.h"
+#include "knotwork/picture/SurfacePicture.h"
 #include "tools/knotfit/ConsoleReporter.h"
 #include "tools/knotfit/Failure.h"
 #include "tools/knotfit/FitText.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "knotwork/fit/ResidualMap.h"
+#include "knotwork/picture/ResidualMap.h"
 
 #include <algorithm>
 #include <cmath>
@@ -7,7 +7,7 @@
 #include <numeric>
 
 #include "knotwork/approx/AP_EVAL_CONST_PARM.h"
-#include "knotwork/fit/SurfaceView.h"
+#include "knotwork/picture/SurfaceView.h"
 
 namespace knotwork {
 

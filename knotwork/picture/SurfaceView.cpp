@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "knotwork/fit/SurfaceView.h"
+#include "knotwork/picture/SurfaceView.h"
 
 #include <algorithm>
 #include <array>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "knotwork/fit/SurfacePicture.h"
+#include "knotwork/picture/SurfacePicture.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "knotwork/fit/SurfaceMesh.h"
+#include "knotwork/picture/SurfaceMesh.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include "knotwork/fit/CurvePicture.h"
+#include "knotwork/picture/CurvePicture.h"
 
 #include <algorithm>
 #include <cmath>
 #include <ostream>
 
 #include "knotwork/fit/NumberText.h"
-#include "knotwork/fit/SvgPlot.h"
+#include "knotwork/picture/SvgPlot.h"
 
 namespace knotwork {
 

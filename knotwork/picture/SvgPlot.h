@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "knotwork/fit/SvgCanvas.h"
+#include "knotwork/picture/SvgCanvas.h"
 
 namespace knotwork {
 

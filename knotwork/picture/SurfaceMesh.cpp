@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "knotwork/fit/SurfaceMesh.h"
+#include "knotwork/picture/SurfaceMesh.h"
 
 #include <algorithm>
 #include <array>

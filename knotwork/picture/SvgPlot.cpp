@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "knotwork/fit/SvgPlot.h"
+#include "knotwork/picture/SvgPlot.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include "knotwork/fit/SurfacePicture.h"
+#include "knotwork/picture/SurfacePicture.h"
 
 #include "knotwork/fit/NumberText.h"
-#include "knotwork/fit/ResidualMap.h"
-#include "knotwork/fit/SurfaceView.h"
+#include "knotwork/picture/ResidualMap.h"
+#include "knotwork/picture/SurfaceView.h"
 
 namespace knotwork {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "knotwork/fit/SvgCanvas.h"
+#include "knotwork/picture/SvgCanvas.h"
 
 #include <algorithm>
 #include <cmath>

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "knotwork/fit/SurfaceFit.h"
-#include "knotwork/fit/SvgPlot.h"
+#include "knotwork/picture/SvgPlot.h"
 
 namespace knotwork {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "knotwork/fit/CurvePicture.h"
+#include "knotwork/picture/CurvePicture.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
