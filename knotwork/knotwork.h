@@ -53,6 +53,7 @@
 #include "knotwork/approx/AP_SPLINE.h"
 #include "knotwork/approx/AP_SURFACE.h"
 #include "knotwork/fit/BsplineBasis.h"
+#include "knotwork/fit/ClosedSamples.h"
 #include "knotwork/fit/CurveAccumulator.h"
 #include "knotwork/fit/CurveFit.h"
 #include "knotwork/fit/CurveSamples.h"

@@ -25,25 +25,29 @@ constexpr double kNothing = 1e-24;        // the same, of the largest right-hand
 constexpr double kProgress = 0.5;         // a round that gains less will not get there
 constexpr int kMostRounds = 12;
 
-void appendTo(SpanRows& spans, const ConstraintRow& constraint)
+/// take(a constraint's row times a factor, as it stands in the band).
+template <class Take>
+void forRows(const std::vector<ConstraintRow>& constraints, double factor, const BandOrder& order,
+             Take take)
 {
     std::vector<double> row;
-    for (const DoubleDouble& x : constraint.entries) row.push_back(x.high);
-    spans.appendTrimmed(constraint.first, row.data(), static_cast<int>(row.size()));
+    std::vector<double> scratch;
+    for (const ConstraintRow& constraint : constraints) {
+        row.clear();
+        for (const DoubleDouble& x : constraint.entries) row.push_back(factor * x.high);
+        take(order.placed(constraint.first, row.data(), static_cast<int>(row.size()), scratch));
+    }
 }
 
 /// The triangle of the data rows and of constraints that are fitted like them.
 BandTriangle withRows(const BandTriangle& data, const std::vector<ConstraintRow>& constraints,
-                      double weight)
+                      double weight, const BandOrder& order)
 {
     RowStream stream(data.size(), 0);
     for (int j = 0; j < data.size(); ++j) stream.add(j, data.row(j), data.count(j), nullptr);
-    std::vector<double> row;
-    for (const ConstraintRow& constraint : constraints) {
-        row.clear();
-        for (const DoubleDouble& x : constraint.entries) row.push_back(std::sqrt(weight) * x.high);
-        stream.add(constraint.first, row.data(), static_cast<int>(row.size()), nullptr);
-    }
+    forRows(constraints, std::sqrt(weight), order, [&stream](const BandOrder::Placed& row) {
+        stream.add(row.first, row.entries, row.count, nullptr);
+    });
     stream.finish();
     return stream.triangle();
 }
@@ -51,15 +55,19 @@ BandTriangle withRows(const BandTriangle& data, const std::vector<ConstraintRow>
 }  // namespace
 
 BandFit::BandFit(const BandTriangle& data, std::vector<ConstraintRow> constraints, FitMethod method,
-                 double weight)
+                 double weight, BandOrder order)
     : constraints_(std::move(constraints)),
       fitted_(method == FitMethod::kQr),
       weight_(weight),
-      triangle_(fitted_ && !constraints_.empty() ? withRows(data, constraints_, weight) : data)
+      order_(std::move(order)),
+      triangle_(fitted_ && !constraints_.empty() ? withRows(data, constraints_, weight, order_)
+                                                 : data)
 {
     SpanRows held(triangle_.size());
-    for (std::size_t i = 0; !fitted_ && i < constraints_.size(); ++i)
-        appendTo(held, constraints_[i]);
+    if (!fitted_)
+        forRows(constraints_, 1.0, order_, [&held](const BandOrder::Placed& row) {
+            held.appendTrimmed(row.first, row.entries, row.count);
+        });
     factors_ = std::make_unique<ConstrainedTriangle>(triangle_, held);
 }
 
@@ -76,8 +84,9 @@ std::vector<int> BandFit::weakUnknowns() const
     constexpr double kPart = 0.1;  // of the largest
     const std::vector<double> direction = factors_->weakestDirection();
     std::vector<int> unknowns;
-    for (std::size_t j = 0; j < direction.size(); ++j)
-        if (std::fabs(direction[j]) > kPart) unknowns.push_back(static_cast<int>(j));
+    for (int j = 0; j < triangle_.size(); ++j)
+        if (std::fabs(direction[static_cast<std::size_t>(order_.place(j))]) > kPart)
+            unknowns.push_back(j);
     return unknowns;
 }
 

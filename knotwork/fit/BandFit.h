@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "knotwork/factor/BandTriangle.h"
+#include "knotwork/fit/BandOrder.h"
 #include "knotwork/fit/ConstraintRow.h"
 #include "knotwork/fit/FitReport.h"
 #include "knotwork/fit/FitRows.h"
@@ -31,14 +32,16 @@ class BandFit {
         kTooClose,  ///< to one of the two
     };
 
-    /// data: R of the data rows. weight: of constraints where they are fitted.
+    /// data: R of the data rows, its columns in the order given. weight: of constraints where they
+    /// are fitted. Rows and solutions have a number a function, in the functions' order.
     BandFit(const BandTriangle& data, std::vector<ConstraintRow> constraints, FitMethod method,
-            double weight = 1.0);
+            double weight = 1.0, BandOrder order = BandOrder());
 
     State state() const;
     double condition() const { return factors_->condition(); }
     double constraintCondition() const { return factors_->constraintCondition(); }
     const std::vector<ConstraintRow>& constraints() const { return constraints_; }
+    const BandOrder& order() const { return order_; }
     const BandTriangle& triangle() const { return triangle_; }  ///< of all rows that are fitted
 
     /// The unknowns that are hardly fixed, or not at all, counted from 0.
@@ -67,6 +70,7 @@ class BandFit {
     std::vector<ConstraintRow> constraints_;
     bool fitted_;  // whether they are rows like the data's
     double weight_;
+    BandOrder order_;
     BandTriangle triangle_;
     std::unique_ptr<ConstrainedTriangle> factors_;
 

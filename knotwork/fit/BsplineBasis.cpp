@@ -9,6 +9,21 @@
 
 namespace knotwork {
 
+namespace {
+
+/// What lies between first and last, in equal steps.
+std::vector<double> equalSteps(double first, double last, int spans)
+{
+    std::vector<double> interior;
+    for (int i = 1; i < spans; ++i) {
+        const double share = static_cast<double>(i) / spans;
+        interior.push_back(first * (1.0 - share) + last * share);
+    }
+    return interior;
+}
+
+}  // namespace
+
 BsplineBasis::BsplineBasis(int degree, std::vector<double> knots)
     : degree_(degree), knots_(std::move(knots))
 {
@@ -26,12 +41,60 @@ BsplineBasis BsplineBasis::clamped(int degree, double first, double last,
 
 BsplineBasis BsplineBasis::uniform(int degree, double first, double last, int spans)
 {
-    std::vector<double> interior;
-    for (int i = 1; i < spans; ++i) {
-        const double share = static_cast<double>(i) / spans;
-        interior.push_back(first * (1.0 - share) + last * share);
+    return clamped(degree, first, last, equalSteps(first, last, spans));
+}
+
+BsplineBasis BsplineBasis::periodic(int degree, std::vector<double> breakpoints)
+{
+    BsplineBasis basis(degree, {});
+    basis.closed_ = true;
+    const std::size_t n = breakpoints.size() - 1;
+    if (breakpoints.size() < 2 || degree < 1 || degree > kMostDegree) return basis;
+    // The knots before the first one of the range are at or before its own repetitions.
+    const auto seam = std::find_if(breakpoints.begin(), breakpoints.end(),
+                                   [&](double b) { return b != breakpoints.front(); });
+    if (seam == breakpoints.end()) return basis;
+    const auto moved = static_cast<std::size_t>(seam - breakpoints.begin()) - 1;
+    breakpoints.erase(breakpoints.begin(), seam - 1);
+    breakpoints.insert(breakpoints.end(), moved, breakpoints.back());
+
+    const double beyond = (breakpoints.back() - breakpoints.front()) *
+                          std::ceil(static_cast<double>(degree) / static_cast<double>(n));
+    const double largest =
+        std::max(std::fabs(breakpoints.front() - beyond), std::fabs(breakpoints.back() + beyond));
+    if (!std::isfinite(largest)) return basis;
+    const int step =
+        std::max(std::ilogb(largest) - 51, -1074);  // multiples fit with a bit to spare
+    for (double& b : breakpoints) b = std::ldexp(std::nearbyint(std::ldexp(b, -step)), step);
+    const double period = breakpoints.back() - breakpoints.front();
+    const auto p = static_cast<std::ptrdiff_t>(degree);
+    const auto spans = static_cast<std::ptrdiff_t>(n);
+    for (std::ptrdiff_t i = -p; i <= spans + p; ++i) {
+        const std::ptrdiff_t turns = i < 0 ? -((spans - 1 - i) / spans) : i / spans;
+        basis.knots_.push_back(breakpoints[static_cast<std::size_t>(i - turns * spans)] +
+                               static_cast<double>(turns) * period);
     }
-    return clamped(degree, first, last, interior);
+    return basis;
+}
+
+BsplineBasis BsplineBasis::periodicUniform(int degree, double first, double last, int spans)
+{
+    std::vector<double> breakpoints = equalSteps(first, last, spans);
+    breakpoints.insert(breakpoints.begin(), first);
+    breakpoints.push_back(last);
+    return periodic(degree, std::move(breakpoints));
+}
+
+bool BsplineBasis::operator==(const BsplineBasis& other) const
+{
+    return degree_ == other.degree_ && closed_ == other.closed_ && knots_ == other.knots_;
+}
+
+BsplineBasis BsplineBasis::withKnots(std::vector<double> knots) const
+{
+    BsplineBasis basis(degree_, std::move(knots));
+    basis.closed_ = closed_;
+    return basis;
 }
 
 bool BsplineBasis::valid() const
@@ -41,10 +104,24 @@ bool BsplineBasis::valid() const
         return false;
     if (!std::is_sorted(knots_.begin(), knots_.end()) || !(first() < last())) return false;
     if (!std::isfinite(knots_.back() - knots_.front())) return false;
+    if (closed_) {
+        for (int i = 0; i + degree_ < static_cast<int>(knots_.size()); ++i)
+            if (knot(i) == knot(i + degree_)) return false;
+        for (int i = 0; i <= 2 * degree_; ++i)
+            if (knot(i + unknowns()) - knot(i) != period()) return false;
+        return unknowns() > 0;
+    }
     if (knot(degree_) == knot(degree_ + 1) || knot(count() - 1) == knot(count())) return false;
     for (int i = degree_ + 1; i + degree_ < count(); ++i)  // interior knots
         if (knot(i) == knot(i + degree_)) return false;
     return true;
+}
+
+double BsplineBasis::wrapped(double t) const
+{
+    if (!closed_ || (t >= first() && t < last())) return t;
+    const double u = t - period() * std::floor((t - first()) / period());
+    return u >= first() && u < last() ? u : first();
 }
 
 int BsplineBasis::span(double t) const
@@ -62,6 +139,7 @@ int BsplineBasis::span(double t) const
 int BsplineBasis::row(double t, int derivative, double* row) const
 {
     const int p = degree_;
+    t = wrapped(t);
     if (derivative > p) {
         std::fill_n(row, p + 1, 0.0);
         return span(t) - p;

@@ -14,6 +14,7 @@ struct ConstraintRow {
     std::vector<DoubleDouble> entries;
     /// What it asks for has to be multiplied by 2^exponent.
     int exponent = 0;
+    int number = 0;  ///< of the constraint, as they were asked for
 };
 
 /// The value of a curve at t, or a derivative. By the chain rule a derivative grows with the

@@ -62,6 +62,9 @@ std::string requestFault(int dimension, const BsplineBasis& basis,
                          const CurveFitOptions& options)
 {
     if (!basis.valid()) return "degree and knots do not make a basis";
+    if (basis.closed() && options.method == FitMethod::kQr)
+        return "a closed curve holds its constraints exactly: the method that fits them is not for "
+               "it";
     if (dimension < 1) return "points need a coordinate";
     const std::string zero = zeroFault(options.zero);
     if (!zero.empty()) return zero;

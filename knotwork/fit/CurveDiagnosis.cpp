@@ -50,13 +50,17 @@ std::vector<char> spansWithData(const BsplineBasis& basis, const std::vector<dou
 class ConstraintCombination {
   public:
     /// Constraint c as it is.
-    ConstraintCombination(const ConstraintRow& row, std::size_t c, int unknowns)
-        : entries_(static_cast<std::size_t>(unknowns)),
-          factors_(c + 1),
-          first_(row.first),
-          end_(first_ + static_cast<int>(row.entries.size()))
+    ConstraintCombination(const ConstraintRow& row, std::size_t c, const BandOrder& order,
+                          int unknowns)
+        : entries_(static_cast<std::size_t>(unknowns)), factors_(c + 1), first_(unknowns), end_(0)
     {
-        std::copy(row.entries.begin(), row.entries.end(), entries_.begin() + first_);
+        int function = row.first;
+        for (const DoubleDouble& entry : row.entries) {
+            const int place = order.place(function++);
+            entries_[static_cast<std::size_t>(place)] += entry;
+            first_ = std::min(first_, place);
+            end_ = std::max(end_, place + 1);
+        }
         factors_.back() = 1.0;
         choosePivot();
         size_ = std::fabs(entries_[pivot_].high);
@@ -175,15 +179,21 @@ std::string whyTooClose(const BandFit& fit)
            std::to_string(fit.triangle().size());
 }
 
-std::string whyDependent(const std::vector<ConstraintRow>& constraints, int unknowns)
+std::string whyDependent(const BandFit& fit)
 {
+    const std::vector<ConstraintRow>& constraints = fit.constraints();
     constexpr std::size_t kMostCombined = 1000;  // each keeps as many numbers as there are unknowns
     std::vector<ConstraintCombination> kept;
     std::string why = "the constraints depend on each other";
     for (std::size_t c = 0; c < std::min(constraints.size(), kMostCombined); ++c) {
-        ConstraintCombination next(constraints[c], c, unknowns);
+        ConstraintCombination next(constraints[c], c, fit.order(), fit.triangle().size());
         for (const ConstraintCombination& earlier : kept) next.eliminate(earlier);
-        if (next.vanishes()) return why + ": " + listed("constraint", next.parts());
+        if (next.vanishes()) {
+            std::vector<int> numbers;
+            for (const int part : next.parts())
+                numbers.push_back(constraints[static_cast<std::size_t>(part)].number);
+            return why + ": " + listed("constraint", numbers);
+        }
         kept.push_back(std::move(next));
     }
     return why;

@@ -26,6 +26,6 @@ constexpr const char* kTooCloseToDependent =
 
 /// That constraints depend on each other, and which ones: the first that is a combination of others
 /// before it, with those, counted from 0.
-std::string whyDependent(const std::vector<ConstraintRow>& constraints, int unknowns);
+std::string whyDependent(const BandFit& fit);
 
 }  // namespace knotwork

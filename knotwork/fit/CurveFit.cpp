@@ -12,6 +12,7 @@
 #include "knotwork/fit/CurveDiagnosis.h"
 #include "knotwork/fit/CurveProblem.h"
 #include "knotwork/fit/KernelBuild.h"
+#include "knotwork/fit/PlacedConstraint.h"
 #include "knotwork/fit/SampleRows.h"
 #include "knotwork/fit/SolverOpinion.h"
 #include "knotwork/fit/WithinMemory.h"
@@ -28,7 +29,7 @@ constexpr double kSettled = 0x1p-48;      // a correction that figures need not 
 /// What a fit is asked for. reader: null where the samples are gone.
 struct Task {
     const SampleReader& reader;
-    const std::vector<CurveConstraint>& constraints;
+    const std::vector<PlacedConstraint> constraints;
     const CurveFitOptions& options;
 
     bool asksSolver() const { return options.zero > 0.0 || options.estimateCutoff; }
@@ -61,7 +62,8 @@ bool isFinite(const FittedCurve& curve, bool samples)
 
 std::string whyDataLeaveItOpen(const Task& task, const CurveProblem& problem)
 {
-    if (!task.hasSamples()) return whyUndetermined(problem.basis(), problem.spansWithData());
+    if (!task.hasSamples() || problem.basis().closed())
+        return whyUndetermined(problem.basis(), problem.spansWithData());
     std::vector<double> values;
     task.reader([&values](const SampleStretch& stretch) {
         for (int i = 0; i < stretch.count; ++i)
@@ -79,8 +81,7 @@ bool determined(const BandFit& fit, const CurveProblem& problem, const Task& tas
         case BandFit::State::kSolvable:
             return true;
         case BandFit::State::kDependentConstraints:
-            refuse(curve, FitVerdict::kDependentConstraints,
-                   whyDependent(fit.constraints(), fit.triangle().size()));
+            refuse(curve, FitVerdict::kDependentConstraints, whyDependent(fit));
             return false;
         case BandFit::State::kTooClose:
             refuse(curve, FitVerdict::kInaccurate, whyTooClose(fit));
@@ -139,8 +140,9 @@ void solveProblem(const CurveProblem& problem, const Task& task, WorkMeter& work
     if (!problem.finite())
         return refuse(curve, FitVerdict::kBadInput,
                       "a constraint's value leaves the range of numbers");
-    const BandFit fit(bandOf(problem.triangles()), problem.constraintRows(), report.method,
-                      problem.constraintWeight());
+    const BandFit fit(compressed(problem.triangles(), problem.order(), false).triangle(),
+                      problem.constraintRows(), report.method, problem.constraintWeight(),
+                      problem.order());
     TsolverReporter quiet(true);
     SolverOpinion opinion;
     if (task.asksSolver()) {
@@ -189,7 +191,7 @@ void start(const BsplineBasis& basis, int dimension, const Task& task, FittedCur
     curve.basis = basis;
     curve.dimension = dimension;
     report.method = task.options.method;
-    report.unknowns = basis.count();
+    report.unknowns = basis.unknowns();
     report.constraints = static_cast<int>(task.constraints.size());
     report.zero = task.options.zero;
     // What the curve object is made through counts in ints.
@@ -280,7 +282,8 @@ FittedCurve fitCurve(const TtupleVector& points, const DoubleVec& parameters,
                              contiguousOr(points.numbers(), copies[1]), nullptr};
         if (options.weights.length() > 0) all.weights = contiguousOr(options.weights, copies[2]);
         const SampleReader reader = [&all](const auto& take) { take(all); };
-        fitSamples(basis, points.size(), {reader, constraints, options}, all.count, curve);
+        fitSamples(basis, points.size(), {reader, placedConstraints(basis, constraints), options},
+                   all.count, curve);
     });
 }
 
@@ -294,7 +297,8 @@ FittedCurve fitCurve(const SampleReader& reader, int dimension, const BsplineBas
         return requestFault(dimension, basis, constraints, options);
     };
     return checkedFit(options, fault, [&](FittedCurve& curve) {
-        fitSamples(basis, dimension, {reader, constraints, options}, 0.0, curve);
+        fitSamples(basis, dimension, {reader, placedConstraints(basis, constraints), options}, 0.0,
+                   curve);
     });
 }
 
@@ -308,11 +312,12 @@ FittedCurve fitCurve(const CurveAccumulator& gathered,
     };
     return checkedFit(options, fault, [&](FittedCurve& curve) {
         const SampleReader none;
-        const Task task = {none, constraints, options};
-        start(gathered.basis(), gathered.dimension(), task, curve);
+        const BsplineBasis& basis = gathered.basis();
+        const Task task = {none, placedConstraints(basis, constraints), options};
+        start(basis, gathered.dimension(), task, curve);
         if (!countsSuffice(gathered.state(), curve)) return;
         WorkMeter work(options.progress, kSolutionCost * curve.report.unknowns);
-        solveProblem(CurveProblem(gathered.state(), constraints), task, work, curve);
+        solveProblem(CurveProblem(gathered.state(), task.constraints), task, work, curve);
         work.finish();
     });
 }
@@ -320,6 +325,7 @@ FittedCurve fitCurve(const CurveAccumulator& gathered,
 std::vector<double> FittedCurve::at(double t, int derivative) const
 {
     if (spline == nullptr || derivative < 0) return {};
+    t = basis.wrapped(t);
     std::vector<double> rows(static_cast<std::size_t>(spline->WorkspaceSize(derivative)));
     spline->eval(rows.data(), t, derivative);
     const auto first = rows.begin() + std::ptrdiff_t{derivative} * dimension;

@@ -4,22 +4,23 @@
 #include <algorithm>
 #include <cmath>
 
-#include "knotwork/fit/ParameterRange.h"
 #include "knotwork/fit/ScaledRows.h"
 
 namespace knotwork {
 
-CurveProblem::CurveProblem(const CurveState& state, const std::vector<CurveConstraint>& constraints)
+CurveProblem::CurveProblem(const CurveState& state,
+                           const std::vector<PlacedConstraint>& constraints)
     : state_(state),
+      order_(state.basis()),
       scales_(state.scales()),
       constraintRhs_(static_cast<int>(constraints.size()), state.dimension(), false),
       triangles_(state.triangles())
 {
-    const ParameterRange range(basis());
-    for (const CurveConstraint& constraint : constraints) {
-        const double t = std::ldexp(range.clamped(constraint.parameter), -scales_.parameter);
+    for (const PlacedConstraint& constraint : constraints) {
+        const double t = std::ldexp(constraint.parameter, -scales_.parameter);
         constraintRows_.push_back(
-            constraintRow(scaledBasis(), scales_.parameter, t, constraint.derivative));
+            constraintRow(scaledBasis(), scales_.parameter, t, constraint.asked->derivative));
+        constraintRows_.back().number = constraint.number;
     }
     chooseScales(constraints);
     triangles_ = state.scaledTo(scales_.coordinates);
@@ -29,19 +30,19 @@ CurveProblem::CurveProblem(const CurveState& state, const std::vector<CurveConst
 }
 
 /// Each coordinate by the larger of its samples and what constraints ask of it.
-void CurveProblem::chooseScales(const std::vector<CurveConstraint>& constraints)
+void CurveProblem::chooseScales(const std::vector<PlacedConstraint>& constraints)
 {
     for (int k = 0; k < state_.dimension(); ++k) {
         const auto at = static_cast<std::size_t>(k);
         double largest = state_.largest(k);
         for (std::size_t c = 0; c < constraints.size(); ++c)
-            largest = std::max(largest, std::fabs(std::ldexp(constraints[c].value[at],
+            largest = std::max(largest, std::fabs(std::ldexp(constraints[c].asked->value[at],
                                                              constraintRows_[c].exponent)));
         scales_.coordinates[at] = std::isfinite(largest) ? exponentOf(largest) : 0;
         for (std::size_t c = 0; c < constraints.size(); ++c)
             constraintRhs_.high[constraintRhs_.at(static_cast<int>(c), k)] =
                 std::isfinite(largest)
-                    ? std::ldexp(constraints[c].value[at],
+                    ? std::ldexp(constraints[c].asked->value[at],
                                  constraintRows_[c].exponent - scales_.coordinates[at])
                     : largest;
     }

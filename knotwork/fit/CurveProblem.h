@@ -7,19 +7,21 @@
 #include "knotwork/fit/ConstraintRow.h"
 #include "knotwork/fit/CurveFit.h"
 #include "knotwork/fit/CurveState.h"
+#include "knotwork/fit/PlacedConstraint.h"
 
 namespace knotwork {
 
 /// A curve fit in numbers of unit size: what was gathered of the samples, and the constraints.
 class CurveProblem {
   public:
-    CurveProblem(const CurveState& state, const std::vector<CurveConstraint>& constraints);
+    CurveProblem(const CurveState& state, const std::vector<PlacedConstraint>& constraints);
 
     const BsplineBasis& basis() const { return state_.basis(); }
     const BsplineBasis& scaledBasis() const { return state_.scaledBasis(); }
     const SampleScales& scales() const { return scales_; }
     double sampleCount() const { return static_cast<double>(state_.rows()); }
     const SpanTriangles& triangles() const { return triangles_; }
+    const BandOrder& order() const { return order_; }
     std::vector<char> spansWithData() const;  ///< a flag a span, as knots count them
 
     const std::vector<ConstraintRow>& constraintRows() const { return constraintRows_; }
@@ -46,9 +48,10 @@ class CurveProblem {
     double rmsFromTriangles(const NumberBlock& x) const;  ///< in the data's units
 
   private:
-    void chooseScales(const std::vector<CurveConstraint>& constraints);
+    void chooseScales(const std::vector<PlacedConstraint>& constraints);
 
     const CurveState& state_;
+    BandOrder order_;
     SampleScales scales_;
     std::vector<ConstraintRow> constraintRows_;
     NumberBlock constraintRhs_;

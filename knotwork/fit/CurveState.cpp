@@ -5,7 +5,6 @@
 #include <cmath>
 #include <utility>
 
-#include "knotwork/factor/RowStream.h"
 #include "knotwork/fit/Numbers.h"
 #include "knotwork/fit/ParameterRange.h"
 #include "knotwork/fit/ScaledRows.h"
@@ -148,8 +147,7 @@ std::string CurveState::add(const SampleStretch& stretch, const std::function<vo
 std::string CurveState::merge(const CurveState& other)
 {
     if (other.dimension() != dimension()) return "the points have another number of coordinates";
-    if (other.basis_.degree() != basis_.degree() || other.basis_.knots() != basis_.knots())
-        return "the basis is another one";
+    if (other.basis_ != basis_) return "the basis is another one";
     CurveState part(other);
     for (int k = 0; k < dimension(); ++k) {
         const auto at = static_cast<std::size_t>(k);
@@ -189,14 +187,18 @@ SpanTriangles CurveState::scaledTo(const std::vector<int>& exponents) const
     return scaled;
 }
 
-BandTriangle bandOf(const SpanTriangles& triangles)
+RowStream compressed(const SpanTriangles& triangles, const BandOrder& order, bool withRhs)
 {
-    RowStream stream(triangles.cols(), 0);
+    RowStream stream(order.unknowns(triangles.cols()), withRhs ? triangles.rhsWidth() : 0);
+    std::vector<double> scratch;
     for (int span = 0; span < triangles.spans(); ++span)
-        for (int i = 0; i < triangles.width(); ++i)
-            stream.add(span + i, triangles.row(span, i), triangles.width() - i, nullptr);
+        for (int i = 0; i < triangles.width(); ++i) {
+            const BandOrder::Placed row =
+                order.placed(span + i, triangles.row(span, i), triangles.width() - i, scratch);
+            stream.add(row.first, row.entries, row.count, triangles.rhs(span, i));
+        }
     stream.finish();
-    return stream.triangle();
+    return stream;
 }
 
 namespace {

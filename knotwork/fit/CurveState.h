@@ -6,8 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "knotwork/factor/BandTriangle.h"
+#include "knotwork/factor/RowStream.h"
 #include "knotwork/factor/SpanTriangles.h"
+#include "knotwork/fit/BandOrder.h"
 #include "knotwork/fit/BsplineBasis.h"
 #include "knotwork/fit/FitRows.h"
 #include "knotwork/fit/SampleRuns.h"
@@ -64,8 +65,9 @@ class CurveState {
 /// Makes the state that gave the bytes. Returns what is wrong with them, or nothing.
 std::string readState(const std::vector<unsigned char>& bytes, std::unique_ptr<CurveState>& state);
 
-/// R of all the rows.
-BandTriangle bandOf(const SpanTriangles& triangles);
+/// All rows compressed once more, to one triangle with the unknowns in a band's order; with their
+/// right-hand sides if asked to.
+RowStream compressed(const SpanTriangles& triangles, const BandOrder& order, bool withRhs);
 
 /// The triangles as rows of a fit; they have to live on. What compressing did to them, some eps, is
 /// not undone by any precision.

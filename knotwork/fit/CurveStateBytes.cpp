@@ -12,7 +12,8 @@ namespace {
 
 // "KNOTSUMS", then the version of what follows.
 constexpr std::uint64_t kMagic = 0x534D5553544F4E4BU;
-constexpr std::uint64_t kVersion = 1;
+constexpr std::uint64_t kVersion = 1;        // of those of an open curve
+constexpr std::uint64_t kClosedVersion = 2;  // the same with periodic knots
 constexpr std::uint64_t kMostDimension = 1U << 20;
 
 /// FNV-1a, by Fowler, Noll and Vo.
@@ -50,6 +51,17 @@ class Writer {
   private:
     std::vector<unsigned char> bytes_;
 };
+
+/// The periodic basis of the same knots; not valid where they do not repeat.
+BsplineBasis periodicOver(const BsplineBasis& open)
+{
+    const std::ptrdiff_t p = open.degree();
+    const std::vector<double>& knots = open.knots();
+    if (static_cast<std::ptrdiff_t>(knots.size()) < 2 * p + 2) return BsplineBasis();
+    const BsplineBasis periodic = BsplineBasis::periodic(
+        open.degree(), std::vector<double>(knots.begin() + p, knots.end() - p));
+    return periodic.knots() == knots ? periodic : BsplineBasis();
+}
 
 class Reader {
   public:
@@ -90,7 +102,7 @@ std::vector<unsigned char> CurveState::bytes() const
 {
     Writer to;
     to.word(kMagic);
-    to.word(kVersion);
+    to.word(basis_.closed() ? kClosedVersion : kVersion);
     to.integer(basis_.degree());
     to.integer(dimension());
     to.integer(static_cast<long long>(basis_.knots().size()));
@@ -115,7 +127,8 @@ std::string readState(const std::vector<unsigned char>& bytes, std::unique_ptr<C
     Reader from(bytes);
     if (bytes.size() % 8 != 0 || from.wordsLeft() < kHead) return kCut;
     if (from.word() != kMagic) return "the bytes are not those of an accumulator";
-    if (from.word() != kVersion) return "the bytes are of another version";
+    const std::uint64_t version = from.word();
+    if (version != kVersion && version != kClosedVersion) return "the bytes are of another version";
     Reader last(bytes);
     for (std::size_t i = 0; i + 8 < bytes.size(); i += 8) last.word();
     if (last.word() != checksum(bytes.data(), bytes.size() - 8)) return kCut;
@@ -129,7 +142,8 @@ std::string readState(const std::vector<unsigned char>& bytes, std::unique_ptr<C
     if (!plausible) return kCut;
     std::vector<double> knots(static_cast<std::size_t>(knotCount));
     from.numbers(knots);
-    const BsplineBasis basis(static_cast<int>(degree), std::move(knots));
+    BsplineBasis basis(static_cast<int>(degree), std::move(knots));
+    if (version == kClosedVersion) basis = periodicOver(basis);
     if (!from.finite() || !basis.valid()) return "degree and knots do not make a basis";
 
     const auto d = static_cast<std::size_t>(dimension);

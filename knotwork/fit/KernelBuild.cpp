@@ -8,6 +8,8 @@ namespace knotwork {
 
 namespace {
 
+constexpr int kPeriodicForm = 2;  // as the records spell it
+
 DoubleVec numbersOf(const std::vector<double>& values)
 {
     return DoubleVec(values.data(), static_cast<unsigned>(values.size()));
@@ -24,7 +26,8 @@ std::shared_ptr<AP_SPLINE> makeSpline(const BsplineBasis& basis, int dimension,
                                       const std::vector<double>& controlPoints)
 {
     const std::unique_ptr<nk_spline, void (*)(nk_spline*)> record(
-        nk_bld_bs(dimension, nullptr, nullptr, 0, basis.degree(), spansOf(basis), 0, 0),
+        nk_bld_bs(dimension, nullptr, nullptr, 0, basis.degree(), spansOf(basis), 0,
+                  basis.closed() ? kPeriodicForm : 0),
         nk_free_bs);
     if (record == nullptr) return nullptr;
     const bool filled =

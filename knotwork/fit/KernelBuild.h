@@ -12,7 +12,9 @@
 namespace knotwork {
 
 /// The curve of a basis and its control points (point after point, `dimension` numbers each), made
-/// through a kernel record, which is the only way that knots get into one.
+/// through a kernel record, which is the only way that knots get into one. A periodic basis makes
+/// the periodic form, whose outermost knots, which shape nothing, count as 1 beyond their
+/// neighbours.
 KNOTWORK_EXPORT std::shared_ptr<AP_SPLINE> makeSpline(const BsplineBasis& basis, int dimension,
                                                       const std::vector<double>& controlPoints);
 

@@ -15,7 +15,7 @@ Refinement::Refinement(const BandFit& fit, const NumberBlock& constraintRhs, int
       constraintRhs_(constraintRhs),
       width_(width),
       dimension_(dimension),
-      x_(fit.triangle_.size(), width, true),
+      x_(fit.order_.functions(fit.triangle_.size()), width, true),
       multipliers_(NumberBlock::size(held(), width), 0.0),
       rightSizes_(sizesOf(constraintRhs.high))
 {
@@ -48,6 +48,7 @@ void Refinement::correctBy(ResidualSums sums)
     if (fit_.fitted_) addFittedConstraints(sums);
     squares_ = std::move(sums.squares);
     subtractMultipliers(sums.gradient);
+    fit_.order_.fold(sums.gradient);
     moved_.assign(static_cast<std::size_t>(dimension_), 0.0);
     for (int first = 0; first < width_;) {
         const int left = width_ - first;
@@ -105,14 +106,14 @@ void Refinement::correctLanes(const NumberBlock& gradient, int first, int count)
     for (int j = 0; j < cols; ++j)
         for (int c = 0; c < count; ++c) {
             const DoubleDouble sum = gradient.number(j, first + c);
-            lane(g, j, c) = sum.high + sum.low;
+            lane(g, fit_.order_.place(j), c) = sum.high + sum.low;
         }
     for (int i = 0; i < held(); ++i)
         for (int c = 0; c < count; ++c) lane(e, i, c) = residual(i, first + c).high;
     fit_.factors_->correct<Lanes>(g.data(), e.data(), dx.data(), dl.data());
-    for (int j = 0; j < cols; ++j)
+    for (int j = 0; j < fit_.order_.functions(cols); ++j)
         for (int c = 0; c < count; ++c) {
-            const double change = lane(dx, j, c);
+            const double change = lane(dx, fit_.order_.place(j), c);
             x_.add(j, first + c, DoubleDouble(change));
             double& moved = moved_[static_cast<std::size_t>((first + c) % dimension_)];
             if (!(std::fabs(change) <= moved)) moved = std::fabs(change);

@@ -60,7 +60,8 @@ bool SampleRuns::findSpans(const double* parameters, int count)
     int before = 0;
     for (int i = 0; i < count; ++i) {
         const auto at = static_cast<std::size_t>(i);
-        parameters_[at] = std::min(std::max(parameters[i], first), last);
+        parameters_[at] = basis_.closed() ? basis_.wrapped(parameters[i])
+                                          : std::min(std::max(parameters[i], first), last);
         spans_[at] = spanOf(parameters_[at]);
         ascending &= spans_[at] >= before;
         before = spans_[at];

@@ -26,7 +26,7 @@ BsplineBasis scaledBasis(const BsplineBasis& basis, int exponent)
 {
     std::vector<double> knots = basis.knots();
     for (double& knot : knots) knot = std::ldexp(knot, -exponent);
-    return BsplineBasis(basis.degree(), std::move(knots));
+    return basis.withKnots(std::move(knots));
 }
 
 ScaledRows::ScaledRows(const BsplineBasis& basis)

@@ -26,16 +26,23 @@ double valueOn(const LineConstraint& line, int sample, int dimension, int k)
     return line.values[static_cast<std::size_t>(sample * dimension + k)];
 }
 
-ConstraintRow rowOf(const LineConstraint& line, const ScaledRows& rows, const ParameterRange& range)
+std::vector<ConstraintRow> rowsOf(const std::vector<LineConstraint>& lines, const ScaledRows& rows,
+                                  const ParameterRange& range)
 {
-    const double t = std::ldexp(range.clamped(line.parameter), -rows.exponent());
-    return constraintRow(rows.basis(), rows.exponent(), t, line.derivative);
+    std::vector<ConstraintRow> all;
+    for (const LineConstraint& line : lines) {
+        const double t = std::ldexp(range.inside(line.parameter), -rows.exponent());
+        const auto number = static_cast<int>(all.size());
+        all.push_back(constraintRow(rows.basis(), rows.exponent(), t, line.derivative));
+        all.back().number = number;
+    }
+    return all;
 }
 
 void addSamples(const DoubleVec& parameters, const ParameterRange& range, ScaledRows& rows)
 {
     for (int i = 0, n = static_cast<int>(parameters.length()); i < n; ++i)
-        rows.add(range.clamped(parameters(i)));
+        rows.add(range.inside(parameters(i)));
 }
 
 /// Of the numbers that are coordinate k of a point.
@@ -114,26 +121,24 @@ void ScaledSurface::fillLines(const SurfaceData& data, const std::vector<LineCon
                               const std::vector<LineConstraint>& acrossV)
 {
     const int d = dimension_;
-    int row = data.points.rows();
-    for (const LineConstraint& line : acrossU) {
-        constraintsU_.push_back(rowOf(line, u_, ParameterRange(data.u)));
-        for (int j = 0; j < data.points.cols(); ++j)
+    constraintsU_ = rowsOf(acrossU, u_, ParameterRange(data.u));
+    constraintsV_ = rowsOf(acrossV, v_, ParameterRange(data.v));
+    const int rows = data.points.rows();
+    const int columns = data.points.cols();
+    for (std::size_t a = 0; a < acrossU.size(); ++a)
+        for (int j = 0; j < columns; ++j)
             for (int k = 0; k < d; ++k)
-                right(row, j, k) =
-                    std::ldexp(valueOn(line, j, d, k), constraintsU_.back().exponent);
-        ++row;
-    }
-    int column = data.points.cols();
-    for (const LineConstraint& line : acrossV) {
-        constraintsV_.push_back(rowOf(line, v_, ParameterRange(data.v)));
-        const int exponent = constraintsV_.back().exponent;
-        for (int i = 0; i < data.points.rows(); ++i)
+                right(rows + static_cast<int>(a), j, k) =
+                    std::ldexp(valueOn(acrossU[a], j, d, k), constraintsU_[a].exponent);
+    for (std::size_t c = 0; c < acrossV.size(); ++c) {
+        const int column = columns + static_cast<int>(c);
+        const int exponent = constraintsV_[c].exponent;
+        for (int i = 0; i < rows; ++i)
             for (int k = 0; k < d; ++k)
-                right(i, column, k) = std::ldexp(valueOn(line, i, d, k), exponent);
+                right(i, column, k) = std::ldexp(valueOn(acrossV[c], i, d, k), exponent);
         for (std::size_t a = 0; a < acrossU.size(); ++a)
-            fillCrossing(data, acrossU[a], data.points.rows() + static_cast<int>(a), line, column,
+            fillCrossing(data, acrossU[a], rows + static_cast<int>(a), acrossV[c], column,
                          constraintsU_[a].exponent + exponent);
-        ++column;
     }
 }
 

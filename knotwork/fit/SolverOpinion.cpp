@@ -7,7 +7,6 @@
 #include <memory>
 #include <new>
 
-#include "knotwork/factor/RowStream.h"
 #include "knotwork/geometry/TtupleVector.h"
 #include "knotwork/linalg/DoubleGenMat.h"
 #include "knotwork/solvers/Thouseholder.h"
@@ -30,7 +29,7 @@ std::unique_ptr<TsolveConstrainedLsq> solverOf(FitMethod method, TsolverReporter
 }
 
 DoubleGenMat denseSystem(const BandTriangle& triangle, const std::vector<ConstraintRow>& rows,
-                         double factor)
+                         double factor, const BandOrder& order)
 {
     const int cols = triangle.size();
     if ((cols + static_cast<double>(rows.size())) * cols > std::numeric_limits<int>::max())
@@ -41,7 +40,7 @@ DoubleGenMat denseSystem(const BandTriangle& triangle, const std::vector<Constra
         for (int k = 0; k < triangle.count(j); ++k) matrix(j, j + k) = triangle.row(j)[k];
     for (std::size_t c = 0; c < rows.size(); ++c)
         for (std::size_t k = 0; k < rows[c].entries.size(); ++k)
-            matrix(cols + static_cast<int>(c), rows[c].first + static_cast<int>(k)) =
+            matrix(cols + static_cast<int>(c), order.place(rows[c].first + static_cast<int>(k))) +=
                 factor * rows[c].entries[k].high;
     return matrix;
 }
@@ -77,15 +76,11 @@ SolverOpinion askSolver(const CurveProblem& problem, FitMethod method, double ze
                         bool estimateCutoff, TsolverReporter& reporter)
 {
     const SpanTriangles& gathered = problem.triangles();
-    const int cols = gathered.cols();
+    const BandOrder& order = problem.order();
+    const int cols = order.unknowns(gathered.cols());
     const int d = gathered.rhsWidth();
     const int constraints = static_cast<int>(problem.constraintRows().size());
-    RowStream stream(cols, d);
-    for (int span = 0; span < gathered.spans(); ++span)
-        for (int i = 0; i < gathered.width(); ++i)
-            stream.add(span + i, gathered.row(span, i), gathered.width() - i,
-                       gathered.rhs(span, i));
-    stream.finish();
+    const RowStream stream = compressed(gathered, order, true);
 
     const double factor = constraintFactor(method, problem.constraintWeight());
     TtupleVector b(d, cols + constraints, 0.0);
@@ -95,14 +90,14 @@ SolverOpinion askSolver(const CurveProblem& problem, FitMethod method, double ze
     const std::unique_ptr<TsolveConstrainedLsq> solver(solverOf(method, reporter, zero));
     SolverOpinion opinion;
     opinion.solvable =
-        solver->setMatrix(denseSystem(stream.triangle(), problem.constraintRows(), factor),
+        solver->setMatrix(denseSystem(stream.triangle(), problem.constraintRows(), factor, order),
                           constraints, false, false, estimateCutoff) == 0;
     opinion.zero = solver->tolerance();
     if (!opinion.solvable) return opinion;
     TtupleVector x(d, cols, 0.0);
     opinion.solvable = solver->solve(b, &x, false) == kSolved;
-    const double* numbers = x.numbers().data();
-    opinion.x.assign(numbers, numbers + x.numbers().length());
+    for (int f = 0; f < gathered.cols(); ++f)
+        for (int k = 0; k < d; ++k) opinion.x.push_back(x.numbers()(order.place(f) * d + k));
     return opinion;
 }
 

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "knotwork/factor/BandTriangle.h"
+#include "knotwork/fit/BandOrder.h"
 #include "knotwork/fit/CurveProblem.h"
 #include "knotwork/fit/FitReport.h"
 #include "knotwork/linalg/DoubleGenMat.h"
@@ -17,7 +18,7 @@ namespace knotwork {
 struct SolverOpinion {
     bool solvable = false;
     double zero = 0.0;      ///< as used
-    std::vector<double> x;  ///< rows of as many numbers as the right-hand sides have
+    std::vector<double> x;  ///< a row a function, of as many numbers as the right-hand sides have
 
     /// Whether it differs from an answer by next to nothing of its or the data's size, for each of
     /// the `dimension` numbers of a point.
@@ -39,7 +40,7 @@ SolverOpinion askSolver(const CurveProblem& problem, FitMethod method, double ze
 std::unique_ptr<TsolveConstrainedLsq> solverOf(FitMethod method, TsolverReporter& reporter,
                                                double tolerance);
 DoubleGenMat denseSystem(const BandTriangle& triangle, const std::vector<ConstraintRow>& rows,
-                         double factor);
+                         double factor, const BandOrder& order = BandOrder());
 /// The factor: a constraint's weight counts where it is fitted.
 double constraintFactor(FitMethod method, double weight);
 

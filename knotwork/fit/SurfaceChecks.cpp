@@ -18,6 +18,7 @@ std::string directionFault(const char* name, const DoubleVec& parameters, int sa
     if (parameters.length() != static_cast<unsigned>(samples))
         return "there must be one parameter a line of samples" + direction;
     if (!basis.valid()) return "degree and knots do not make a basis" + direction;
+    if (basis.closed()) return "the basis is periodic" + direction;
     const std::string fault = parameterFault(parameters, basis);
     return fault.empty() ? "" : fault + direction;
 }

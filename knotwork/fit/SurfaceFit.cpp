@@ -141,8 +141,7 @@ bool determined(const char* name, const BandFit& fit, const ScaledRows& rows,
         if (rows.counts(i)) counted.push_back(parameters(i));
     const std::string why = whyUndetermined(basis, std::move(counted));
     if (state == BandFit::State::kDependentConstraints)
-        refuse(fitted, FitVerdict::kDependentConstraints,
-               where + whyDependent(fit.constraints(), basis.count()));
+        refuse(fitted, FitVerdict::kDependentConstraints, where + whyDependent(fit));
     else if (lines < basis.count())
         refuse(fitted, FitVerdict::kUndetermined,
                where + std::to_string(basis.count()) + " unknowns are more than " +
