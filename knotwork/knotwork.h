@@ -55,6 +55,7 @@
 #include "knotwork/fit/BsplineBasis.h"
 #include "knotwork/fit/ClosedSamples.h"
 #include "knotwork/fit/CurveAccumulator.h"
+#include "knotwork/fit/CurveConstraints.h"
 #include "knotwork/fit/CurveFit.h"
 #include "knotwork/fit/CurveSamples.h"
 #include "knotwork/fit/FitReport.h"

@@ -15,6 +15,15 @@ BandOrder::BandOrder(const BsplineBasis& basis)
     }
 }
 
+BandOrder BandOrder::interleaved(int dimension) const
+{
+    BandOrder numbers;
+    numbers.unknowns_ = unknowns_ * dimension;
+    for (const int place : places_)
+        for (int k = 0; k < dimension; ++k) numbers.places_.push_back(place * dimension + k);
+    return numbers;
+}
+
 BandOrder::Placed BandOrder::placed(int first, const double* entries, int count,
                                     std::vector<double>& row) const
 {

@@ -17,6 +17,9 @@ class BandOrder {
     BandOrder() = default;  ///< as they come, however many there are
     explicit BandOrder(const BsplineBasis& basis);
 
+    /// The same for control points of `dimension` numbers, each an unknown.
+    BandOrder interleaved(int dimension) const;
+
     bool folded() const { return !places_.empty(); }
     int unknowns(int functions) const { return folded() ? unknowns_ : functions; }
     int functions(int unknowns) const

@@ -14,7 +14,7 @@ constexpr int kFixed = 1;
 std::vector<ConstraintRow> unitRows(const std::vector<int>& held)
 {
     std::vector<ConstraintRow> rows;
-    for (const int column : held) rows.push_back({column, {DoubleDouble(1.0)}, 0, column});
+    for (const int column : held) rows.push_back({column, {DoubleDouble(1.0)}});
     return rows;
 }
 

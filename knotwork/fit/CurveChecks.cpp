@@ -16,6 +16,16 @@ std::string numbered(const char* noun, int number)
     return std::string(noun) + " " + std::to_string(number);
 }
 
+std::string placeFault(const std::string& which, double parameter, int derivative,
+                       const BsplineBasis& basis)
+{
+    if (!ParameterRange(basis).takes(parameter, ParameterRange::kConstraintSteps))
+        return which + ", at " + shortestText(parameter) + ", lies outside the knots";
+    if (derivative < 0 || derivative > basis.degree())
+        return which + " asks for a derivative that the degree does not have";
+    return "";
+}
+
 }  // namespace
 
 std::string parameterFault(const DoubleVec& parameters, const BsplineBasis& basis)
@@ -33,19 +43,62 @@ std::string parameterFault(const DoubleVec& parameters, const BsplineBasis& basi
 
 std::string constraintFault(int c, double parameter, int derivative, const BsplineBasis& basis)
 {
-    const std::string which = numbered("constraint", c);
-    if (!ParameterRange(basis).takes(parameter, ParameterRange::kConstraintSteps))
-        return which + ", at " + shortestText(parameter) + ", lies outside the knots";
-    if (derivative < 0 || derivative > basis.degree())
-        return which + " asks for a derivative that the degree does not have";
+    return placeFault(numbered("constraint", c), parameter, derivative, basis);
+}
+
+namespace {
+
+std::string valueFault(const std::string& which, const std::vector<double>& value,
+                       const std::vector<char>& mask, std::size_t dimension)
+{
+    if (value.size() != dimension) return which + " needs one number a coordinate";
+    if (!mask.empty() && mask.size() != dimension)
+        return "the mask of " + which + " needs one flag a coordinate";
+    if (!mask.empty() && std::count(mask.begin(), mask.end(), 0) == std::ptrdiff_t(dimension))
+        return "the mask of " + which + " leaves all coordinates free";
+    for (std::size_t k = 0; k < dimension; ++k)
+        if ((mask.empty() || mask[k] != 0) && !std::isfinite(value[k]))
+            return "the value of " + which + " is no finite number";
     return "";
 }
+
+std::string linearFault(const std::string& which, const LinearConstraint& asked,
+                        const BsplineBasis& basis, std::size_t dimension)
+{
+    if (asked.terms.empty()) return which + " has no terms";
+    bool any = false;
+    for (const LinearConstraint::Term& term : asked.terms) {
+        const std::string fault = placeFault(which, term.parameter, term.derivative, basis);
+        if (!fault.empty()) return fault;
+        if (!std::isfinite(term.factor)) return "a factor of " + which + " is no finite number";
+        any = any || term.factor != 0.0;
+    }
+    if (!any) return "all factors of " + which + " are 0";
+    return valueFault(which, asked.value, asked.mask, dimension);
+}
+
+std::string directionFault(const std::string& which, const DirectionConstraint& asked,
+                           const BsplineBasis& basis, std::size_t dimension)
+{
+    const std::string fault = placeFault(which, asked.parameter, 1, basis);
+    if (!fault.empty()) return fault;
+    if (dimension < 2) return which + " asks for nothing: the points have one coordinate";
+    if (asked.direction.size() != dimension) return which + " needs one number a coordinate";
+    if (!std::all_of(asked.direction.begin(), asked.direction.end(),
+                     [](double x) { return std::isfinite(x); }))
+        return which + " is no finite vector";
+    if (std::all_of(asked.direction.begin(), asked.direction.end(),
+                    [](double x) { return x == 0.0; }))
+        return which + " has length 0";
+    return "";
+}
+
+}  // namespace
 
 std::string zeroFault(double zero)
 {
     return zero >= 0.0 && zero <= 1.0 ? "" : "what counts as zero is no number from 0 to 1";
 }
-
 std::string arrayFault(const TtupleVector& points, const DoubleVec& parameters,
                        const DoubleVec& weights)
 {
@@ -68,18 +121,31 @@ std::string requestFault(int dimension, const BsplineBasis& basis,
     if (dimension < 1) return "points need a coordinate";
     const std::string zero = zeroFault(options.zero);
     if (!zero.empty()) return zero;
-    for (std::size_t c = 0; c < constraints.size(); ++c) {
-        const CurveConstraint& asked = constraints[c];
-        const int number = static_cast<int>(c);
-        const std::string fault = constraintFault(number, asked.parameter, asked.derivative, basis);
-        if (!fault.empty()) return fault;
-        if (asked.value.size() != static_cast<std::size_t>(dimension))
-            return numbered("constraint", number) + " needs one number a coordinate";
-        if (!std::all_of(asked.value.begin(), asked.value.end(),
-                         [](double v) { return std::isfinite(v); }))
-            return "the value of " + numbered("constraint", number) + " is no finite number";
+    const auto d = static_cast<std::size_t>(dimension);
+    std::string fault;
+    int number = 0;
+    for (const CurveConstraint& c : constraints) {
+        const std::string which = numbered("constraint", number++);
+        if (fault.empty()) fault = placeFault(which, c.parameter, c.derivative, basis);
+        if (fault.empty()) fault = valueFault(which, c.value, c.mask, d);
     }
-    return "";
+    number = 0;
+    for (const LinearConstraint& c : options.linear)
+        if (fault.empty())
+            fault = linearFault(numbered("linear constraint", number++), c, basis, d);
+    number = 0;
+    for (const DirectionConstraint& c : options.directions)
+        if (fault.empty()) fault = directionFault(numbered("direction", number++), c, basis, d);
+    number = 0;
+    for (const HeldControlPoint& c : options.held) {
+        const std::string which = numbered("held control point", number++);
+        if (fault.empty() && (c.number < 0 || c.number >= basis.unknowns()))
+            fault = which + " is no control point: number " + std::to_string(c.number);
+        if (fault.empty()) fault = valueFault(which, c.value, c.mask, d);
+    }
+    if (fault.empty() && !options.directions.empty() && options.method == FitMethod::kQr)
+        return "a direction holds exactly: the method that fits constraints is not for it";
+    return fault;
 }
 
 }  // namespace knotwork

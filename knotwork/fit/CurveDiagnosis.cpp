@@ -3,7 +3,11 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
+#include <string_view>
 #include <utility>
+
+#include "knotwork/fit/NumberText.h"
 
 namespace knotwork {
 
@@ -83,14 +87,15 @@ class ConstraintCombination {
     }
 
     bool vanishes() const { return std::fabs(entries_[pivot_].high) <= kVanishing * size_; }
-    std::vector<int> parts() const  ///< the constraints that take part
+    /// A factor a constraint, of those that take part; 0 for others.
+    std::vector<DoubleDouble> parts() const
     {
         double most = 0.0;
         for (const DoubleDouble& f : factors_) most = std::max(most, std::fabs(f.high));
-        std::vector<int> numbers;
-        for (std::size_t c = 0; c < factors_.size(); ++c)
-            if (std::fabs(factors_[c].high) > kPart * most) numbers.push_back(static_cast<int>(c));
-        return numbers;
+        std::vector<DoubleDouble> parts = factors_;
+        for (DoubleDouble& f : parts)
+            if (!(std::fabs(f.high) > kPart * most)) f = 0.0;
+        return parts;
     }
 
   private:
@@ -134,6 +139,79 @@ std::vector<int> unmatchedControlPoints(const BsplineBasis& basis,
     return unmatched;
 }
 
+const std::string kDependOnEachOther = "the constraints depend on each other";
+
+/// Factors of constraints whose rows add up to nothing.
+using Vanishing = std::vector<DoubleDouble>;
+
+/// The first constraint that is a combination of others before it, with those.
+std::optional<Vanishing> vanishingCombination(const BandFit& fit)
+{
+    constexpr std::size_t kMostCombined = 1000;  // each keeps as many numbers as there are unknowns
+    const std::vector<ConstraintRow>& rows = fit.constraints();
+    std::vector<ConstraintCombination> kept;
+    for (std::size_t c = 0; c < std::min(rows.size(), kMostCombined); ++c) {
+        ConstraintCombination next(rows[c], c, fit.order(), fit.triangle().size());
+        for (const ConstraintCombination& earlier : kept) next.eliminate(earlier);
+        if (next.vanishes()) return next.parts();
+        kept.push_back(std::move(next));
+    }
+    return std::nullopt;
+}
+
+/// "constraints 0 and 2 to 4, direction 1": those that take part, kind after kind.
+std::string namesOf(const BandFit& fit, const Vanishing& parts)
+{
+    std::vector<std::pair<const char*, std::vector<int>>> kinds;
+    for (std::size_t c = 0; c < parts.size(); ++c) {
+        if (parts[c].high == 0.0) continue;
+        const ConstraintRow& row = fit.constraints()[c];
+        if (kinds.empty() || std::string_view(kinds.back().first) != row.noun)
+            kinds.push_back({row.noun, {}});
+        std::vector<int>& numbers = kinds.back().second;
+        if (numbers.empty() || numbers.back() != row.number) numbers.push_back(row.number);
+    }
+    std::string names;
+    for (const auto& [noun, numbers] : kinds)
+        names += (names.empty() ? "" : ", ") + listed(noun, numbers);
+    return names;
+}
+
+/// By how much the last of them would have to be another for all to hold; 0 but for rounding: 0.
+double contradiction(const BandFit& fit, const Vanishing& parts, const CurveSystem& system,
+                     const std::vector<int>& exponents)
+{
+    constexpr double kConsistent = 1e-11;  // of the numbers that are added up
+    const auto last = static_cast<int>(parts.size()) - 1;
+    const ConstraintRow& row = fit.constraints()[static_cast<std::size_t>(last)];
+    double worst = 0.0;
+    for (int c = 0; c < system.rhs.width; ++c) {
+        DoubleDouble sum;
+        double size = 0.0;
+        for (std::size_t i = 0; i < parts.size(); ++i) {
+            const DoubleDouble term = parts[i] * system.rhs.number(static_cast<int>(i), c);
+            sum += term;
+            size += std::fabs(term.high);
+        }
+        if (std::fabs(sum.high) <= kConsistent * size) continue;
+        const int k = system.coordinateOf(last, c);
+        const double gap = std::fabs(sum.high / parts.back().high);
+        worst =
+            std::max(worst, std::ldexp(gap, exponents[static_cast<std::size_t>(k)] - row.exponent));
+    }
+    return worst;
+}
+
+std::string weakControlPoints(const BandFit& fit, int numbers)
+{
+    std::vector<int> points;
+    for (const int unknown : fit.weakUnknowns())
+        if (points.empty() || points.back() != unknown / numbers)
+            points.push_back(unknown / numbers);
+    return listed("control point", points) + " of " +
+           std::to_string(fit.triangle().size() / numbers);
+}
+
 }  // namespace
 
 std::string whyUndetermined(const BsplineBasis& basis, const std::vector<char>& holdsData)
@@ -163,40 +241,34 @@ std::string whyUndetermined(const BsplineBasis& basis, std::vector<double> param
     return "";
 }
 
-std::string whyNotFixed(const BandFit& fit)
+std::string whyNotFixed(const BandFit& fit, int numbers)
 {
-    return "data and constraints together do not fix " +
-           listed("control point", fit.weakUnknowns()) + " of " +
-           std::to_string(fit.triangle().size());
+    return "data and constraints together do not fix " + weakControlPoints(fit, numbers);
 }
 
-std::string whyTooClose(const BandFit& fit)
+std::string whyTooClose(const BandFit& fit, int numbers)
 {
     const std::string why = kTooCloseToDependent;
     if (fit.constraintCondition() > fit.condition())
         return why + ": the constraints hardly differ from some that depend on each other";
-    return why + ": it hardly fixes " + listed("control point", fit.weakUnknowns()) + " of " +
-           std::to_string(fit.triangle().size());
+    return why + ": it hardly fixes " + weakControlPoints(fit, numbers);
 }
 
 std::string whyDependent(const BandFit& fit)
 {
-    const std::vector<ConstraintRow>& constraints = fit.constraints();
-    constexpr std::size_t kMostCombined = 1000;  // each keeps as many numbers as there are unknowns
-    std::vector<ConstraintCombination> kept;
-    std::string why = "the constraints depend on each other";
-    for (std::size_t c = 0; c < std::min(constraints.size(), kMostCombined); ++c) {
-        ConstraintCombination next(constraints[c], c, fit.order(), fit.triangle().size());
-        for (const ConstraintCombination& earlier : kept) next.eliminate(earlier);
-        if (next.vanishes()) {
-            std::vector<int> numbers;
-            for (const int part : next.parts())
-                numbers.push_back(constraints[static_cast<std::size_t>(part)].number);
-            return why + ": " + listed("constraint", numbers);
-        }
-        kept.push_back(std::move(next));
-    }
-    return why;
+    const std::optional<Vanishing> found = vanishingCombination(fit);
+    return kDependOnEachOther + (found ? ": " + namesOf(fit, *found) : "");
+}
+
+std::string whyDependent(const BandFit& fit, const CurveSystem& system,
+                         const std::vector<int>& exponents)
+{
+    const std::optional<Vanishing> found = vanishingCombination(fit);
+    if (!found) return kDependOnEachOther;
+    const double gap = contradiction(fit, *found, system, exponents);
+    return kDependOnEachOther + ": " + namesOf(fit, *found) +
+           (gap == 0.0 ? ", which repeat each other"
+                       : ", which contradict each other by " + generalText(gap, 3));
 }
 
 }  // namespace knotwork

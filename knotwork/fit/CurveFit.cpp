@@ -5,14 +5,16 @@
 #include <cmath>
 #include <limits>
 #include <new>
+#include <optional>
 #include <utility>
 
 #include "knotwork/fit/BandFit.h"
 #include "knotwork/fit/CurveChecks.h"
+#include "knotwork/fit/CurveConditions.h"
 #include "knotwork/fit/CurveDiagnosis.h"
 #include "knotwork/fit/CurveProblem.h"
 #include "knotwork/fit/KernelBuild.h"
-#include "knotwork/fit/PlacedConstraint.h"
+#include "knotwork/fit/Numbers.h"
 #include "knotwork/fit/SampleRows.h"
 #include "knotwork/fit/SolverOpinion.h"
 #include "knotwork/fit/WithinMemory.h"
@@ -24,12 +26,13 @@ namespace {
 
 constexpr double kBelievable = 1e-9;      // largest error, of the answer's or the data's size
 constexpr double kConstraintMet = 1e-10;  // largest constraint residual, of the same size
+constexpr double kVanishing = 1e-9;       // a tangent's length, of the control polygon's steps
 constexpr double kSettled = 0x1p-48;      // a correction that figures need not be told of
 
 /// What a fit is asked for. reader: null where the samples are gone.
 struct Task {
     const SampleReader& reader;
-    const std::vector<PlacedConstraint> constraints;
+    const std::vector<CurveCondition> conditions;
     const CurveFitOptions& options;
 
     bool asksSolver() const { return options.zero > 0.0 || options.estimateCutoff; }
@@ -74,23 +77,25 @@ std::string whyDataLeaveItOpen(const Task& task, const CurveProblem& problem)
 }
 
 /// Refuses what data and constraints do not fix, or hardly.
-bool determined(const BandFit& fit, const CurveProblem& problem, const Task& task,
-                FittedCurve& curve)
+bool determined(const BandFit& fit, const CurveSystem& system, const CurveProblem& problem,
+                const Task& task, FittedCurve& curve)
 {
+    const int numbers = system.coupled ? system.dimension : 1;
     switch (fit.state()) {
         case BandFit::State::kSolvable:
             return true;
         case BandFit::State::kDependentConstraints:
-            refuse(curve, FitVerdict::kDependentConstraints, whyDependent(fit));
+            refuse(curve, FitVerdict::kDependentConstraints,
+                   whyDependent(fit, system, problem.scales().coordinates));
             return false;
         case BandFit::State::kTooClose:
-            refuse(curve, FitVerdict::kInaccurate, whyTooClose(fit));
+            refuse(curve, FitVerdict::kInaccurate, whyTooClose(fit, numbers));
             return false;
         case BandFit::State::kUndetermined:
             break;
     }
     const std::string why = whyDataLeaveItOpen(task, problem);
-    refuse(curve, FitVerdict::kUndetermined, why.empty() ? whyNotFixed(fit) : why);
+    refuse(curve, FitVerdict::kUndetermined, why.empty() ? whyNotFixed(fit, numbers) : why);
     return false;
 }
 
@@ -132,6 +137,69 @@ void handOut(const CurveProblem& problem, bool samples, FittedCurve& curve)
     curve.spline = makeSpline(problem.basis(), curve.dimension, curve.controlPoints);
 }
 
+/// Says so where the tangent has no direction or the opposite one.
+void noteTangent(const CurveCondition& condition, FittedCurve& curve)
+{
+    const double t = condition.terms.front().parameter;
+    const std::vector<double> tangent = curve.at(t, 1);
+    double along = 0.0;
+    double longest = 0.0;
+    for (std::size_t k = 0; k < tangent.size(); ++k) {
+        const double length =
+            *std::max_element(condition.value.begin(), condition.value.end(),
+                              [](double a, double b) { return std::fabs(a) < std::fabs(b); });
+        along += tangent[k] * (condition.value[k] / std::fabs(length));
+    }
+    for (std::size_t i = static_cast<std::size_t>(curve.dimension); i < curve.controlPoints.size();
+         ++i)
+        longest = std::max(
+            longest, std::fabs(curve.controlPoints[i] -
+                               curve.controlPoints[i - static_cast<std::size_t>(curve.dimension)]));
+    const std::string where = "the tangent at " + shortestText(condition.askedAt);
+    if (!(std::fabs(along) * curve.basis.period() > kVanishing * longest))
+        curve.report.remarks.push_back(where + " vanishes");
+    else if (along < 0.0)
+        curve.report.remarks.push_back(where + " points against its direction");
+}
+
+/// One system of a problem, from its triangle to its part of the solution. Returns the last
+/// correction, or nothing where it is refused.
+std::optional<double> solveSystem(const CurveSystem& system, const BandTriangle& triangle,
+                                  const CurveProblem& problem, const Task& task,
+                                  const FitRows& rows, const FitRows& triangles, NumberBlock& x,
+                                  FittedCurve& curve)
+{
+    CurveFitReport& report = curve.report;
+    const BandFit fit(system.triangle(triangle), system.rows, report.method,
+                      problem.constraintWeight(), system.order(problem.order()));
+    TsolverReporter quiet(true);
+    SolverOpinion opinion;
+    if (task.asksSolver()) {
+        opinion = askSolver(problem, system, report.method, task.options.zero,
+                            task.options.estimateCutoff,
+                            task.options.reporter != nullptr ? *task.options.reporter : quiet);
+        report.zero = std::max(report.zero, opinion.zero);
+    }
+    if (!determined(fit, system, problem, task, curve)) return std::nullopt;
+    report.columnsUsed = report.unknowns;
+    const auto refuseZero = [&] {
+        refuse(curve, FitVerdict::kInaccurate, whyZeroIsTooCoarse(task.options.zero, report.zero));
+        return std::nullopt;
+    };
+    if (task.asksSolver() && !opinion.solvable) return refuseZero();
+    const SystemRows own(rows, system);
+    const SystemRows start(triangles, system);
+    const BandFit::Answer answer = fit.solve(own, system.rhs, system.kinds(), kBelievable,
+                                             task.hasSamples() ? &start : nullptr);
+    if (!(answer.error <= kBelievable)) {
+        refuse(curve, FitVerdict::kInaccurate, kTooCloseToDependent);
+        return std::nullopt;
+    }
+    if (task.asksSolver() && !opinion.sharedBy(answer.x, system.kinds())) return refuseZero();
+    system.place(answer.x, x);
+    return system.whole() ? answer.moved : 1.0;
+}
+
 /// Solves a problem whose samples are compressed.
 void solveProblem(const CurveProblem& problem, const Task& task, WorkMeter& work,
                   FittedCurve& curve)
@@ -140,49 +208,37 @@ void solveProblem(const CurveProblem& problem, const Task& task, WorkMeter& work
     if (!problem.finite())
         return refuse(curve, FitVerdict::kBadInput,
                       "a constraint's value leaves the range of numbers");
-    const BandFit fit(compressed(problem.triangles(), problem.order(), false).triangle(),
-                      problem.constraintRows(), report.method, problem.constraintWeight(),
-                      problem.order());
-    TsolverReporter quiet(true);
-    SolverOpinion opinion;
-    if (task.asksSolver()) {
-        opinion = askSolver(problem, report.method, task.options.zero, task.options.estimateCutoff,
-                            task.options.reporter != nullptr ? *task.options.reporter : quiet);
-        report.zero = opinion.zero;
-    }
-    if (!determined(fit, problem, task, curve)) return;
-    report.columnsUsed = report.unknowns;
-    if (task.asksSolver() && !opinion.solvable)
-        return refuse(curve, FitVerdict::kInaccurate,
-                      whyZeroIsTooCoarse(task.options.zero, report.zero));
-
     const TriangleRows triangles(problem.triangles(), problem.sampleCount());
     const SampleRows samples(task.reader, problem.scaledBasis(), problem.scales(),
                              problem.sampleCount(), problem.figureFactors(),
                              [&work](int n) { work.add(kPassCost * n); });
-    const BandFit::Answer answer =
-        task.hasSamples()
-            ? fit.solve(samples, problem.constraintRhs(), curve.dimension, kBelievable, &triangles)
-            : fit.solve(triangles, problem.constraintRhs(), curve.dimension, kBelievable);
-    work.add(kSolutionCost * report.unknowns);
-    if (!(answer.error <= kBelievable))
-        return refuse(curve, FitVerdict::kInaccurate, kTooCloseToDependent);
-    if (task.asksSolver() && !opinion.sharedBy(answer.x, curve.dimension))
-        return refuse(curve, FitVerdict::kInaccurate,
-                      whyZeroIsTooCoarse(task.options.zero, report.zero));
+    const FitRows& rows = task.hasSamples() ? static_cast<const FitRows&>(samples) : triangles;
+    const BandTriangle triangle =
+        compressed(problem.triangles(), problem.order(), false).triangle();
+    NumberBlock x(problem.basis().count(), curve.dimension, true);
+    double moved = 0.0;
+    for (const CurveSystem& system : problem.systems()) {
+        const std::optional<double> correction =
+            solveSystem(system, triangle, problem, task, rows, triangles, x, curve);
+        if (!correction) return;
+        moved = std::max(moved, *correction);
+        work.add(kSolutionCost * report.unknowns);
+    }
     if (task.hasSamples() && static_cast<double>(samples.figures().count) != problem.sampleCount())
         return refuse(curve, FitVerdict::kBadInput, "the samples changed while they were read");
 
-    curve.controlPoints = problem.controlPoints(answer.x);
+    curve.controlPoints = problem.controlPoints(x);
     measureConstraints(problem, curve);
     if (task.hasSamples()) {
-        measureSamples(problem, samples, answer.moved, curve);
+        measureSamples(problem, samples, moved, curve);
     } else {
         report.rms = problem.rmsFromTriangles(problem.scaled(curve.controlPoints));
         report.maxResidual = std::numeric_limits<double>::quiet_NaN();
         report.maxResidualAt = std::numeric_limits<double>::quiet_NaN();
     }
     handOut(problem, task.hasSamples(), curve);
+    for (const CurveCondition& condition : task.conditions)
+        if (condition.isDirection && curve.fits()) noteTangent(condition, curve);
 }
 
 void start(const BsplineBasis& basis, int dimension, const Task& task, FittedCurve& curve)
@@ -192,20 +248,29 @@ void start(const BsplineBasis& basis, int dimension, const Task& task, FittedCur
     curve.dimension = dimension;
     report.method = task.options.method;
     report.unknowns = basis.unknowns();
-    report.constraints = static_cast<int>(task.constraints.size());
+    report.constraints = static_cast<int>(task.conditions.size());
     report.zero = task.options.zero;
     // What the curve object is made through counts in ints.
     if (static_cast<double>(basis.count()) * dimension > std::numeric_limits<int>::max())
         throw std::bad_alloc();
 }
 
+/// Beside the samples' own, for the coordinate that has the fewest.
+long long fewestEquations(const Task& task, int dimension)
+{
+    std::vector<long long> counts(static_cast<std::size_t>(dimension), 0);
+    for (const CurveCondition& condition : task.conditions)
+        for (std::size_t k = 0; k < counts.size(); ++k) counts[k] += condition.mask[k] != 0 ? 1 : 0;
+    return *std::min_element(counts.begin(), counts.end());
+}
+
 /// Whether there are samples, with weights, and equations enough; counts them.
-bool countsSuffice(const CurveState& state, FittedCurve& curve)
+bool countsSuffice(const CurveState& state, const Task& task, FittedCurve& curve)
 {
     constexpr long long kMost = std::numeric_limits<int>::max();
     CurveFitReport& report = curve.report;
     report.dataPoints = static_cast<int>(std::min(state.rows(), kMost));
-    const long long equations = state.rows() + report.constraints;
+    const long long equations = state.rows() + fewestEquations(task, curve.dimension);
     if (state.rows() < 1)
         refuse(curve, FitVerdict::kBadInput, "there are no points");
     else if (state.weights() == 0.0)
@@ -234,8 +299,8 @@ void fitSamples(const BsplineBasis& basis, int dimension, const Task& task, doub
     });
     if (!fault.empty())
         refuse(curve, FitVerdict::kBadInput, fault);
-    else if (countsSuffice(state, curve))
-        solveProblem(CurveProblem(state, task.constraints), task, work, curve);
+    else if (countsSuffice(state, task, curve))
+        solveProblem(CurveProblem(state, task.conditions), task, work, curve);
     work.finish();
 }
 
@@ -282,7 +347,8 @@ FittedCurve fitCurve(const TtupleVector& points, const DoubleVec& parameters,
                              contiguousOr(points.numbers(), copies[1]), nullptr};
         if (options.weights.length() > 0) all.weights = contiguousOr(options.weights, copies[2]);
         const SampleReader reader = [&all](const auto& take) { take(all); };
-        fitSamples(basis, points.size(), {reader, placedConstraints(basis, constraints), options},
+        fitSamples(basis, points.size(),
+                   {reader, conditionsOf(basis, points.size(), constraints, options), options},
                    all.count, curve);
     });
 }
@@ -297,7 +363,8 @@ FittedCurve fitCurve(const SampleReader& reader, int dimension, const BsplineBas
         return requestFault(dimension, basis, constraints, options);
     };
     return checkedFit(options, fault, [&](FittedCurve& curve) {
-        fitSamples(basis, dimension, {reader, placedConstraints(basis, constraints), options}, 0.0,
+        fitSamples(basis, dimension,
+                   {reader, conditionsOf(basis, dimension, constraints, options), options}, 0.0,
                    curve);
     });
 }
@@ -313,11 +380,12 @@ FittedCurve fitCurve(const CurveAccumulator& gathered,
     return checkedFit(options, fault, [&](FittedCurve& curve) {
         const SampleReader none;
         const BsplineBasis& basis = gathered.basis();
-        const Task task = {none, placedConstraints(basis, constraints), options};
+        const Task task = {none, conditionsOf(basis, gathered.dimension(), constraints, options),
+                           options};
         start(basis, gathered.dimension(), task, curve);
-        if (!countsSuffice(gathered.state(), curve)) return;
+        if (!countsSuffice(gathered.state(), task, curve)) return;
         WorkMeter work(options.progress, kSolutionCost * curve.report.unknowns);
-        solveProblem(CurveProblem(gathered.state(), task.constraints), task, work, curve);
+        solveProblem(CurveProblem(gathered.state(), task.conditions), task, work, curve);
         work.finish();
     });
 }

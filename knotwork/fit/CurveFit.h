@@ -9,6 +9,7 @@
 #include "knotwork/export.h"
 #include "knotwork/fit/BsplineBasis.h"
 #include "knotwork/fit/CurveAccumulator.h"
+#include "knotwork/fit/CurveConstraints.h"
 #include "knotwork/fit/CurveSamples.h"
 #include "knotwork/fit/FitReport.h"
 #include "knotwork/geometry/TtupleVector.h"
@@ -16,13 +17,6 @@
 #include "knotwork/solvers/TsolverReporter.h"
 
 namespace knotwork {
-
-/// What a curve must meet: its value, or a derivative, at a parameter.
-struct CurveConstraint {
-    double parameter;
-    int derivative;             ///< 0: the value; k: the k-th derivative by the parameter
-    std::vector<double> value;  ///< one number a coordinate, in the data's units
-};
 
 /// What to fit with.
 struct CurveFitOptions {
@@ -35,10 +29,17 @@ struct CurveFitOptions {
     /// Hears what share of the work is done, ascending to 1, at most a hundred times; may be null.
     std::function<void(double)> progress;
     FitMethod method = FitMethod::kHouseholder;
+    // More to meet than values and derivatives. Directions are for kHouseholder.
+    std::vector<LinearConstraint> linear;
+    std::vector<DirectionConstraint> directions;
+    std::vector<HeldControlPoint> held;
 };
 
 struct CurveFitReport : FitReport {
     double maxResidualAt = 0.0;  ///< the parameter of the largest residual
+    /// What else is to be known of the curve, sentences' ends: a tangent that was to have a
+    /// direction and vanishes, or points the other way.
+    std::vector<std::string> remarks;
 };
 
 /// A fitted curve with its report; without control points unless that says there is a fit.

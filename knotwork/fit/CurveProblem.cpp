@@ -3,48 +3,167 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
+#include <utility>
 
 #include "knotwork/fit/ScaledRows.h"
 
 namespace knotwork {
 
-CurveProblem::CurveProblem(const CurveState& state,
-                           const std::vector<PlacedConstraint>& constraints)
-    : state_(state),
-      order_(state.basis()),
-      scales_(state.scales()),
-      constraintRhs_(static_cast<int>(constraints.size()), state.dimension(), false),
-      triangles_(state.triangles())
+namespace {
+
+ConstraintRow rowOf(const CurveCondition& condition, const BsplineBasis& basis, int exponent)
 {
-    for (const PlacedConstraint& constraint : constraints) {
-        const double t = std::ldexp(constraint.parameter, -scales_.parameter);
-        constraintRows_.push_back(
-            constraintRow(scaledBasis(), scales_.parameter, t, constraint.asked->derivative));
-        constraintRows_.back().number = constraint.number;
+    ConstraintRow row;
+    if (condition.terms.empty()) {
+        row.first = condition.function;
+        row.entries = {DoubleDouble(1.0)};
+    } else if (condition.terms.size() == 1 && condition.terms.front().factor == 1.0) {
+        const LinearConstraint::Term& term = condition.terms.front();
+        row =
+            constraintRow(basis, exponent, std::ldexp(term.parameter, -exponent), term.derivative);
+    } else {
+        row = sumOfTerms(basis, exponent, condition.terms);
     }
-    chooseScales(constraints);
+    row.noun = condition.noun;
+    row.number = condition.number;
+    return row;
+}
+
+/// A row over control points as one over their numbers, for coordinate k of d.
+ConstraintRow spread(const ConstraintRow& row, int d, int k)
+{
+    ConstraintRow wide = row;
+    wide.first = row.first * d;
+    wide.entries.assign(row.entries.size() * static_cast<std::size_t>(d), DoubleDouble());
+    for (std::size_t i = 0; i < row.entries.size(); ++i)
+        wide.entries[i * static_cast<std::size_t>(d) + static_cast<std::size_t>(k)] =
+            row.entries[i];
+    return wide;
+}
+
+}  // namespace
+
+CurveProblem::CurveProblem(const CurveState& state, const std::vector<CurveCondition>& conditions)
+    : state_(state), order_(state.basis()), scales_(state.scales()), triangles_(state.triangles())
+{
+    std::vector<Equation> equations;
+    bool coupled = false;
+    for (const CurveCondition& condition : conditions) {
+        equations.push_back({&condition, rowOf(condition, scaledBasis(), scales_.parameter), {}});
+        coupled = coupled || condition.isDirection;
+    }
+    chooseScales(equations);
     triangles_ = state.scaledTo(scales_.coordinates);
     figureExponent_ = *std::max_element(scales_.coordinates.begin(), scales_.coordinates.end());
     for (const int exponent : scales_.coordinates)
         figureFactors_.push_back(std::ldexp(1.0, exponent - figureExponent_));
+    if (coupled)
+        couple(equations);
+    else
+        separate(equations);
 }
 
 /// Each coordinate by the larger of its samples and what constraints ask of it.
-void CurveProblem::chooseScales(const std::vector<PlacedConstraint>& constraints)
+void CurveProblem::chooseScales(std::vector<Equation>& equations)
 {
     for (int k = 0; k < state_.dimension(); ++k) {
         const auto at = static_cast<std::size_t>(k);
         double largest = state_.largest(k);
-        for (std::size_t c = 0; c < constraints.size(); ++c)
-            largest = std::max(largest, std::fabs(std::ldexp(constraints[c].asked->value[at],
-                                                             constraintRows_[c].exponent)));
+        for (const Equation& e : equations)
+            if (!e.condition->isDirection && e.condition->mask[at] != 0)
+                largest = std::max(largest,
+                                   std::fabs(std::ldexp(e.condition->value[at], e.row.exponent)));
         scales_.coordinates[at] = std::isfinite(largest) ? exponentOf(largest) : 0;
-        for (std::size_t c = 0; c < constraints.size(); ++c)
-            constraintRhs_.high[constraintRhs_.at(static_cast<int>(c), k)] =
-                std::isfinite(largest)
-                    ? std::ldexp(constraints[c].asked->value[at],
-                                 constraintRows_[c].exponent - scales_.coordinates[at])
-                    : largest;
+        for (Equation& e : equations) {
+            const bool asked = !e.condition->isDirection && e.condition->mask[at] != 0;
+            const double right =
+                asked ? std::ldexp(e.condition->value[at], e.row.exponent - scales_.coordinates[at])
+                      : 0.0;
+            e.right.push_back(std::isfinite(largest) ? right : largest);
+        }
+    }
+}
+
+/// A system for each set of coordinates that share their constraints.
+void CurveProblem::separate(const std::vector<Equation>& equations)
+{
+    const int d = state_.dimension();
+    std::map<std::vector<char>, std::vector<int>> groups;
+    for (int k = 0; k < d; ++k) {
+        std::vector<char> holds;
+        for (const Equation& e : equations)
+            holds.push_back(e.condition->mask[static_cast<std::size_t>(k)] != 0 ? 1 : 0);
+        groups[holds].push_back(k);
+    }
+    for (const auto& [holds, coordinates] : groups) {
+        CurveSystem system{d, coordinates};
+        std::vector<double> right;
+        for (std::size_t i = 0; i < equations.size(); ++i) {
+            if (holds[i] == 0) continue;
+            system.rows.push_back(equations[i].row);
+            for (const int k : coordinates)
+                right.push_back(equations[i].right[static_cast<std::size_t>(k)]);
+        }
+        system.rhs = NumberBlock(system.equations(), static_cast<int>(coordinates.size()), false);
+        system.rhs.high = std::move(right);
+        systems_.push_back(std::move(system));
+    }
+}
+
+/// One system of all coordinates, whose rows have an entry for each of a control point's numbers.
+void CurveProblem::couple(const std::vector<Equation>& equations)
+{
+    const int d = state_.dimension();
+    CurveSystem system{d, {}};
+    system.coupled = true;
+    for (int k = 0; k < d; ++k) system.coordinates.push_back(k);
+    system.rhs = NumberBlock(0, 1, false);
+    for (const Equation& e : equations) {
+        if (e.condition->isDirection) {
+            addDirection(e, system);
+            continue;
+        }
+        for (int k = 0; k < d; ++k) {
+            if (e.condition->mask[static_cast<std::size_t>(k)] == 0) continue;
+            system.rows.push_back(spread(e.row, d, k));
+            system.rowCoordinates.push_back(k);
+            system.rhs.high.push_back(e.right[static_cast<std::size_t>(k)]);
+        }
+    }
+    systems_.push_back(std::move(system));
+}
+
+/// Every coordinate of the tangent but the one where the direction is largest is that one's times a
+/// ratio of at most 1, in scaled coordinates.
+void CurveProblem::addDirection(const Equation& equation, CurveSystem& system) const
+{
+    const std::vector<double>& direction = equation.condition->value;
+    const auto scaled = [&](int k) {
+        const auto at = static_cast<std::size_t>(k);
+        const int size = direction[at] == 0.0 ? 0 : std::ilogb(direction[at]);
+        return std::pair(size - scales_.coordinates[at], std::scalbn(direction[at], -size));
+    };
+    int main = 0;
+    for (int k = 1; k < system.dimension; ++k)
+        if (scaled(k).second != 0.0 &&
+            (scaled(main).second == 0.0 ||
+             std::pair(scaled(k).first, std::fabs(scaled(k).second)) >
+                 std::pair(scaled(main).first, std::fabs(scaled(main).second))))
+            main = k;
+    for (int k = 0; k < system.dimension; ++k) {
+        if (k == main) continue;
+        const DoubleDouble ratio = DoubleDouble(scaled(k).second) / scaled(main).second;
+        const int shift = scaled(k).first - scaled(main).first;
+        ConstraintRow row = spread(equation.row, system.dimension, k);
+        const ConstraintRow other = spread(equation.row, system.dimension, main);
+        for (std::size_t i = 0; i < other.entries.size(); ++i) {
+            const DoubleDouble x = other.entries[i] * ratio;
+            row.entries[i] += -DoubleDouble(std::ldexp(x.high, shift), std::ldexp(x.low, shift));
+        }
+        system.rows.push_back(std::move(row));
+        system.rowCoordinates.push_back(k);
+        system.rhs.high.push_back(0.0);
     }
 }
 
@@ -63,8 +182,11 @@ double CurveProblem::constraintWeight() const
 
 bool CurveProblem::finite() const
 {
-    return std::all_of(constraintRhs_.high.begin(), constraintRhs_.high.end(),
-                       [](double x) { return std::isfinite(x); });
+    for (const CurveSystem& system : systems_)
+        if (!std::all_of(system.rhs.high.begin(), system.rhs.high.end(),
+                         [](double x) { return std::isfinite(x); }))
+            return false;
+    return true;
 }
 
 std::vector<double> CurveProblem::controlPoints(const NumberBlock& x) const
@@ -90,15 +212,14 @@ CurveProblem::Deviation CurveProblem::constraintDeviation(const NumberBlock& x) 
     for (std::size_t i = 0; i < x.high.size(); ++i)
         sizes[i % sizes.size()] = std::max(sizes[i % sizes.size()], std::fabs(x.high[i]));
     Deviation worst;
-    for (int c = 0; c < static_cast<int>(constraintRows_.size()); ++c)
-        for (int k = 0; k < x.width; ++k) {
-            const auto at = static_cast<std::size_t>(k);
-            const double left = std::fabs(residualOf(constraintRows_[static_cast<std::size_t>(c)],
-                                                     constraintRhs_.number(c, k), x, k)
-                                              .high);
-            worst.share = std::max(worst.share, left / sizes[at]);
-            worst.inUnits = std::max(worst.inUnits, std::ldexp(left, scales_.coordinates[at]));
-        }
+    for (const CurveSystem& system : systems_)
+        for (int row = 0; row < system.equations(); ++row)
+            for (int c = 0; c < system.rhs.width; ++c) {
+                const auto at = static_cast<std::size_t>(system.coordinateOf(row, c));
+                const double left = std::fabs(system.residual(row, c, x).high);
+                worst.share = std::max(worst.share, left / sizes[at]);
+                worst.inUnits = std::max(worst.inUnits, std::ldexp(left, scales_.coordinates[at]));
+            }
     return worst;
 }
 

@@ -5,16 +5,17 @@
 
 #include "knotwork/factor/SpanTriangles.h"
 #include "knotwork/fit/ConstraintRow.h"
+#include "knotwork/fit/CurveConditions.h"
 #include "knotwork/fit/CurveFit.h"
 #include "knotwork/fit/CurveState.h"
-#include "knotwork/fit/PlacedConstraint.h"
+#include "knotwork/fit/CurveSystem.h"
 
 namespace knotwork {
 
 /// A curve fit in numbers of unit size: what was gathered of the samples, and the constraints.
 class CurveProblem {
   public:
-    CurveProblem(const CurveState& state, const std::vector<PlacedConstraint>& constraints);
+    CurveProblem(const CurveState& state, const std::vector<CurveCondition>& conditions);
 
     const BsplineBasis& basis() const { return state_.basis(); }
     const BsplineBasis& scaledBasis() const { return state_.scaledBasis(); }
@@ -24,8 +25,7 @@ class CurveProblem {
     const BandOrder& order() const { return order_; }
     std::vector<char> spansWithData() const;  ///< a flag a span, as knots count them
 
-    const std::vector<ConstraintRow>& constraintRows() const { return constraintRows_; }
-    const NumberBlock& constraintRhs() const { return constraintRhs_; }
+    const std::vector<CurveSystem>& systems() const { return systems_; }
     double constraintWeight() const;  ///< where they are fitted: that of a sample of weight 1
     bool finite() const;              ///< whether all right-hand sides are
 
@@ -48,13 +48,21 @@ class CurveProblem {
     double rmsFromTriangles(const NumberBlock& x) const;  ///< in the data's units
 
   private:
-    void chooseScales(const std::vector<PlacedConstraint>& constraints);
+    /// A condition's row over the control points, and the right-hand sides, scaled.
+    struct Equation {
+        const CurveCondition* condition;
+        ConstraintRow row;
+        std::vector<double> right;
+    };
+    void chooseScales(std::vector<Equation>& equations);
+    void separate(const std::vector<Equation>& equations);
+    void couple(const std::vector<Equation>& equations);
+    void addDirection(const Equation& equation, CurveSystem& system) const;
 
     const CurveState& state_;
     BandOrder order_;
     SampleScales scales_;
-    std::vector<ConstraintRow> constraintRows_;
-    NumberBlock constraintRhs_;
+    std::vector<CurveSystem> systems_;
     SpanTriangles triangles_;
     std::vector<double> figureFactors_;
     int figureExponent_ = 0;

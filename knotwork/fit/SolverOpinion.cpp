@@ -72,31 +72,32 @@ const char* whyZeroIsTooCoarse(double asked, double used)
                         : "what counts as zero is too coarse for this system";
 }
 
-SolverOpinion askSolver(const CurveProblem& problem, FitMethod method, double zero,
-                        bool estimateCutoff, TsolverReporter& reporter)
+SolverOpinion askSolver(const CurveProblem& problem, const CurveSystem& system, FitMethod method,
+                        double zero, bool estimateCutoff, TsolverReporter& reporter)
 {
-    const SpanTriangles& gathered = problem.triangles();
-    const BandOrder& order = problem.order();
-    const int cols = order.unknowns(gathered.cols());
-    const int d = gathered.rhsWidth();
-    const int constraints = static_cast<int>(problem.constraintRows().size());
-    const RowStream stream = compressed(gathered, order, true);
-
+    const RowStream stream = compressed(problem.triangles(), problem.order(), true);
+    const int columns = stream.triangle().size();
+    std::vector<double> sides;
+    for (int j = 0; j < columns; ++j)
+        sides.insert(sides.end(), stream.rhs(j), stream.rhs(j) + system.dimension);
+    sides = system.rightSides(sides);
     const double factor = constraintFactor(method, problem.constraintWeight());
-    TtupleVector b(d, cols + constraints, 0.0);
-    double* to = b.data().data();
-    for (int j = 0; j < cols; ++j, to += d) std::copy_n(stream.rhs(j), d, to);
-    for (const double right : problem.constraintRhs().high) *to++ = factor * right;
+    for (const double right : system.rhs.high) sides.push_back(factor * right);
+
+    const int d = system.kinds();
+    const int cols = system.unknowns(columns);
+    const TtupleVector b(d, cols + system.equations(), sides.data());
+    const BandOrder order = system.order(problem.order());
     const std::unique_ptr<TsolveConstrainedLsq> solver(solverOf(method, reporter, zero));
     SolverOpinion opinion;
-    opinion.solvable =
-        solver->setMatrix(denseSystem(stream.triangle(), problem.constraintRows(), factor, order),
-                          constraints, false, false, estimateCutoff) == 0;
+    opinion.solvable = solver->setMatrix(denseSystem(system.triangle(stream.triangle()),
+                                                     system.rows, factor, order),
+                                         system.equations(), false, false, estimateCutoff) == 0;
     opinion.zero = solver->tolerance();
     if (!opinion.solvable) return opinion;
     TtupleVector x(d, cols, 0.0);
     opinion.solvable = solver->solve(b, &x, false) == kSolved;
-    for (int f = 0; f < gathered.cols(); ++f)
+    for (int f = 0; f < order.functions(cols); ++f)
         for (int k = 0; k < d; ++k) opinion.x.push_back(x.numbers()(order.place(f) * d + k));
     return opinion;
 }
