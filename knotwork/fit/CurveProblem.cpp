@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <map>
 #include <utility>
 
@@ -53,7 +54,7 @@ CurveProblem::CurveProblem(const CurveState& state, const std::vector<CurveCondi
         equations.push_back({&condition, rowOf(condition, scaledBasis(), scales_.parameter), {}});
         coupled = coupled || condition.isDirection;
     }
-    chooseScales(equations);
+    chooseScales(equations, coupled);
     triangles_ = state.scaledTo(scales_.coordinates);
     figureExponent_ = *std::max_element(scales_.coordinates.begin(), scales_.coordinates.end());
     for (const int exponent : scales_.coordinates)
@@ -64,25 +65,32 @@ CurveProblem::CurveProblem(const CurveState& state, const std::vector<CurveCondi
         separate(equations);
 }
 
-/// Each coordinate by the larger of its samples and what constraints ask of it.
-void CurveProblem::chooseScales(std::vector<Equation>& equations)
+/// Each coordinate by the larger of its samples and what constraints ask of it; all by the largest
+/// where they are one system, whose residuals add up.
+void CurveProblem::chooseScales(std::vector<Equation>& equations, bool coupled)
 {
-    for (int k = 0; k < state_.dimension(); ++k) {
-        const auto at = static_cast<std::size_t>(k);
-        double largest = state_.largest(k);
+    const auto asks = [](const Equation& e, std::size_t k) {
+        return !e.condition->isDirection && e.condition->mask[k] != 0;
+    };
+    bool finite = true;
+    for (std::size_t k = 0; k < scales_.coordinates.size(); ++k) {
+        double largest = state_.largest(static_cast<int>(k));
         for (const Equation& e : equations)
-            if (!e.condition->isDirection && e.condition->mask[at] != 0)
-                largest = std::max(largest,
-                                   std::fabs(std::ldexp(e.condition->value[at], e.row.exponent)));
-        scales_.coordinates[at] = std::isfinite(largest) ? exponentOf(largest) : 0;
-        for (Equation& e : equations) {
-            const bool asked = !e.condition->isDirection && e.condition->mask[at] != 0;
-            const double right =
-                asked ? std::ldexp(e.condition->value[at], e.row.exponent - scales_.coordinates[at])
-                      : 0.0;
-            e.right.push_back(std::isfinite(largest) ? right : largest);
-        }
+            if (asks(e, k))
+                largest =
+                    std::max(largest, std::fabs(std::ldexp(e.condition->value[k], e.row.exponent)));
+        finite = finite && std::isfinite(largest);
+        scales_.coordinates[k] = std::isfinite(largest) ? exponentOf(largest) : 0;
     }
+    if (coupled)
+        std::fill(scales_.coordinates.begin(), scales_.coordinates.end(),
+                  *std::max_element(scales_.coordinates.begin(), scales_.coordinates.end()));
+    for (Equation& e : equations)
+        for (std::size_t k = 0; k < scales_.coordinates.size(); ++k)
+            e.right.push_back(!finite      ? std::numeric_limits<double>::infinity()
+                              : asks(e, k) ? std::ldexp(e.condition->value[k],
+                                                        e.row.exponent - scales_.coordinates[k])
+                                           : 0.0);
 }
 
 /// A system for each set of coordinates that share their constraints.
@@ -135,33 +143,25 @@ void CurveProblem::couple(const std::vector<Equation>& equations)
 }
 
 /// Every coordinate of the tangent but the one where the direction is largest is that one's times a
-/// ratio of at most 1, in scaled coordinates.
-void CurveProblem::addDirection(const Equation& equation, CurveSystem& system) const
+/// ratio of at most 1; coordinates have one scale here.
+void CurveProblem::addDirection(const Equation& equation, CurveSystem& system)
 {
     const std::vector<double>& direction = equation.condition->value;
+    const int main = static_cast<int>(
+        std::max_element(direction.begin(), direction.end(),
+                         [](double a, double b) { return std::fabs(a) < std::fabs(b); }) -
+        direction.begin());
+    const int size = std::ilogb(direction[static_cast<std::size_t>(main)]);
     const auto scaled = [&](int k) {
-        const auto at = static_cast<std::size_t>(k);
-        const int size = direction[at] == 0.0 ? 0 : std::ilogb(direction[at]);
-        return std::pair(size - scales_.coordinates[at], std::scalbn(direction[at], -size));
+        return DoubleDouble(std::scalbn(direction[static_cast<std::size_t>(k)], -size));
     };
-    int main = 0;
-    for (int k = 1; k < system.dimension; ++k)
-        if (scaled(k).second != 0.0 &&
-            (scaled(main).second == 0.0 ||
-             std::pair(scaled(k).first, std::fabs(scaled(k).second)) >
-                 std::pair(scaled(main).first, std::fabs(scaled(main).second))))
-            main = k;
+    const ConstraintRow other = spread(equation.row, system.dimension, main);
     for (int k = 0; k < system.dimension; ++k) {
         if (k == main) continue;
-        const DoubleDouble ratio = DoubleDouble(scaled(k).second) / scaled(main).second;
-        const int shift = scaled(k).first - scaled(main).first;
-        ConstraintRow row = spread(equation.row, system.dimension, k);
-        const ConstraintRow other = spread(equation.row, system.dimension, main);
-        for (std::size_t i = 0; i < other.entries.size(); ++i) {
-            const DoubleDouble x = other.entries[i] * ratio;
-            row.entries[i] += -DoubleDouble(std::ldexp(x.high, shift), std::ldexp(x.low, shift));
-        }
-        system.rows.push_back(std::move(row));
+        const DoubleDouble ratio = scaled(k) / scaled(main);
+        system.rows.push_back(spread(equation.row, system.dimension, k));
+        for (std::size_t i = 0; i < other.entries.size(); ++i)
+            system.rows.back().entries[i] += -(other.entries[i] * ratio);
         system.rowCoordinates.push_back(k);
         system.rhs.high.push_back(0.0);
     }

@@ -54,10 +54,10 @@ class CurveProblem {
         ConstraintRow row;
         std::vector<double> right;
     };
-    void chooseScales(std::vector<Equation>& equations);
+    void chooseScales(std::vector<Equation>& equations, bool coupled);
     void separate(const std::vector<Equation>& equations);
     void couple(const std::vector<Equation>& equations);
-    void addDirection(const Equation& equation, CurveSystem& system) const;
+    static void addDirection(const Equation& equation, CurveSystem& system);
 
     const CurveState& state_;
     BandOrder order_;

@@ -65,30 +65,34 @@ class CurveVerdictTest : public testing::TestWithParam<VerdictCase> {};
 
 const VerdictCase kVerdictCases[] = {
     VerdictCase{"Plain", [](FitProblem&) {}, FitVerdict::kFitted, ""},
-    VerdictCase{"DoubledConstraint",
-                [](FitProblem& p) {
-                    p.constraints = {{2, 0, {1}}, {2, 0, {1}}};
-                },
-                FitVerdict::kDependentConstraints,
-                "the constraints depend on each other: constraints 0 to 1"},
+    VerdictCase{
+        "DoubledConstraint",
+        [](FitProblem& p) {
+            p.constraints = {{2, 0, {1}}, {2, 0, {1}}};
+        },
+        FitVerdict::kDependentConstraints,
+        "the constraints depend on each other: constraints 0 to 1, which repeat each other"},
     VerdictCase{"ContradictingConstraints",
                 [](FitProblem& p) {
                     p.constraints = {{3, 0, {1}}, {2, 1, {1}}, {5, 0, {1}}, {2, 1, {2}}};
                 },
                 FitVerdict::kDependentConstraints,
-                "the constraints depend on each other: constraints 1 and 3"},
-    VerdictCase{"FiveConstraintsOnACubic",
-                [](FitProblem& p) {
-                    for (int i = 1; i <= 5; ++i) p.constraints.push_back({i / 6.0, 0, {1}});
-                },
-                FitVerdict::kDependentConstraints,
-                "the constraints depend on each other: constraints 0 to 4"},
-    VerdictCase{"MoreConstraintsThanUnknowns",
-                [](FitProblem& p) {
-                    for (int i = 0; i < 12; ++i) p.constraints.push_back({i / 1.5, 0, {1}});
-                },
-                FitVerdict::kDependentConstraints,
-                "the constraints depend on each other: constraints 0 to 9"},
+                "the constraints depend on each other: constraints 1 and 3, which contradict each "
+                "other by 1"},
+    VerdictCase{
+        "FiveConstraintsOnACubic",
+        [](FitProblem& p) {
+            for (int i = 1; i <= 5; ++i) p.constraints.push_back({i / 6.0, 0, {1}});
+        },
+        FitVerdict::kDependentConstraints,
+        "the constraints depend on each other: constraints 0 to 4, which repeat each other"},
+    VerdictCase{
+        "MoreConstraintsThanUnknowns",
+        [](FitProblem& p) {
+            for (int i = 0; i < 12; ++i) p.constraints.push_back({i / 1.5, 0, {1}});
+        },
+        FitVerdict::kDependentConstraints,
+        "the constraints depend on each other: constraints 0 to 9, which repeat each other"},
     VerdictCase{"AsManyConstraintsAsUnknowns",
                 [](FitProblem& p) {
                     for (int i = 0; i < 11; ++i) p.constraints.push_back({i / 1.25, 0, {1}});
