@@ -13,21 +13,19 @@
 #include "knotwork/fit/CurveConditions.h"
 #include "knotwork/fit/CurveDiagnosis.h"
 #include "knotwork/fit/CurveProblem.h"
+#include "knotwork/fit/FitFrame.h"
 #include "knotwork/fit/KernelBuild.h"
 #include "knotwork/fit/Numbers.h"
 #include "knotwork/fit/SampleRows.h"
 #include "knotwork/fit/SolverOpinion.h"
-#include "knotwork/fit/WithinMemory.h"
 #include "knotwork/fit/WorkMeter.h"
 
 namespace knotwork {
 
 namespace {
 
-constexpr double kBelievable = 1e-9;      // largest error, of the answer's or the data's size
-constexpr double kConstraintMet = 1e-10;  // largest constraint residual, of the same size
-constexpr double kVanishing = 1e-9;       // a tangent's length, of the control polygon's steps
-constexpr double kSettled = 0x1p-48;      // a correction that figures need not be told of
+constexpr double kVanishing = 1e-9;   // a tangent's length, of the control polygon's steps
+constexpr double kSettled = 0x1p-48;  // a correction that figures need not be told of
 
 /// What a fit is asked for. reader: null where the samples are gone.
 struct Task {
@@ -35,7 +33,6 @@ struct Task {
     const std::vector<CurveCondition> conditions;
     const CurveFitOptions& options;
 
-    bool asksSolver() const { return options.zero > 0.0 || options.estimateCutoff; }
     bool hasSamples() const { return reader != nullptr; }
 };
 
@@ -43,25 +40,6 @@ struct Task {
 constexpr double kCompressionCost = 1.5;
 constexpr double kPassCost = 1.0;
 constexpr double kSolutionCost = 100.0;
-
-void refuse(FittedCurve& curve, FitVerdict verdict, const std::string& reason)
-{
-    curve.controlPoints.clear();
-    curve.spline.reset();
-    curve.report.verdict = verdict;
-    curve.report.reason = reason;
-}
-
-/// Points close to the largest number can have control points, or residuals, beyond it. Where there
-/// are no samples the largest residual is not known.
-bool isFinite(const FittedCurve& curve, bool samples)
-{
-    return std::isfinite(curve.report.rms) &&
-           (!samples || std::isfinite(curve.report.maxResidual)) &&
-           std::isfinite(curve.report.constraintResidual) &&
-           std::all_of(curve.controlPoints.begin(), curve.controlPoints.end(),
-                       [](double x) { return std::isfinite(x); });
-}
 
 std::string whyDataLeaveItOpen(const Task& task, const CurveProblem& problem)
 {
@@ -120,18 +98,12 @@ void measureConstraints(const CurveProblem& problem, FittedCurve& curve)
     const CurveProblem::Deviation deviation =
         problem.constraintDeviation(problem.scaled(curve.controlPoints));
     report.constraintResidual = deviation.inUnits;
-    if (report.constraints == 0)
-        report.verdict = FitVerdict::kFitted;
-    else if (deviation.share <= kConstraintMet)
-        report.verdict = FitVerdict::kMet;
-    else
-        report.verdict =
-            report.method == FitMethod::kQr ? FitVerdict::kCompromise : FitVerdict::kInaccurate;
+    report.verdict = verdictOf(report, deviation.share <= kConstraintMet);
 }
 
 void handOut(const CurveProblem& problem, bool samples, FittedCurve& curve)
 {
-    if (!isFinite(curve, samples))
+    if (!isFinite(curve.controlPoints, curve.report, samples))
         return refuse(curve, FitVerdict::kInaccurate, "the curve leaves the range of numbers");
     if (!curve.report.fits()) return refuse(curve, FitVerdict::kInaccurate, kTooCloseToDependent);
     curve.spline = makeSpline(problem.basis(), curve.dimension, curve.controlPoints);
@@ -172,12 +144,9 @@ std::optional<double> solveSystem(const CurveSystem& system, const BandTriangle&
     CurveFitReport& report = curve.report;
     const BandFit fit(system.triangle(triangle), system.rows, report.method,
                       problem.constraintWeight(), system.order(problem.order()));
-    TsolverReporter quiet(true);
     SolverOpinion opinion;
-    if (task.asksSolver()) {
-        opinion = askSolver(problem, system, report.method, task.options.zero,
-                            task.options.estimateCutoff,
-                            task.options.reporter != nullptr ? *task.options.reporter : quiet);
+    if (task.options.asksSolver()) {
+        opinion = askSolver(problem, system, task.options);
         report.zero = std::max(report.zero, opinion.zero);
     }
     if (!determined(fit, system, problem, task, curve)) return std::nullopt;
@@ -186,7 +155,7 @@ std::optional<double> solveSystem(const CurveSystem& system, const BandTriangle&
         refuse(curve, FitVerdict::kInaccurate, whyZeroIsTooCoarse(task.options.zero, report.zero));
         return std::nullopt;
     };
-    if (task.asksSolver() && !opinion.solvable) return refuseZero();
+    if (task.options.asksSolver() && !opinion.solvable) return refuseZero();
     const SystemRows own(rows, system);
     const SystemRows start(triangles, system);
     const BandFit::Answer answer = fit.solve(own, system.rhs, system.kinds(), kBelievable,
@@ -195,7 +164,8 @@ std::optional<double> solveSystem(const CurveSystem& system, const BandTriangle&
         refuse(curve, FitVerdict::kInaccurate, kTooCloseToDependent);
         return std::nullopt;
     }
-    if (task.asksSolver() && !opinion.sharedBy(answer.x, system.kinds())) return refuseZero();
+    if (task.options.asksSolver() && !opinion.sharedBy(answer.x, system.kinds()))
+        return refuseZero();
     system.place(answer.x, x);
     return system.whole() ? answer.moved : 1.0;
 }
@@ -205,9 +175,7 @@ void solveProblem(const CurveProblem& problem, const Task& task, WorkMeter& work
                   FittedCurve& curve)
 {
     CurveFitReport& report = curve.report;
-    if (!problem.finite())
-        return refuse(curve, FitVerdict::kBadInput,
-                      "a constraint's value leaves the range of numbers");
+    if (!problem.finite()) return refuse(curve, FitVerdict::kBadInput, kValueOutOfRange);
     const TriangleRows triangles(problem.triangles(), problem.sampleCount());
     const SampleRows samples(task.reader, problem.scaledBasis(), problem.scales(),
                              problem.sampleCount(), problem.figureFactors(),
@@ -277,8 +245,7 @@ bool countsSuffice(const CurveState& state, const Task& task, FittedCurve& curve
         refuse(curve, FitVerdict::kBadInput, "all weights are 0");
     else if (equations < report.unknowns)
         refuse(curve, FitVerdict::kUndetermined,
-               std::to_string(report.unknowns) + " unknowns are more than " +
-                   std::to_string(equations) + " equations can fix");
+               tooFewEquations(report.unknowns, equations, "equations"));
     else
         return true;
     return false;
@@ -304,26 +271,6 @@ void fitSamples(const BsplineBasis& basis, int dimension, const Task& task, doub
     work.finish();
 }
 
-/// A fit with its request checked; lack of memory is a verdict.
-template <class Fault, class Fit>
-FittedCurve checkedFit(const CurveFitOptions& options, Fault fault, Fit fit)
-{
-    FittedCurve curve;
-    curve.report.method = options.method;
-    withinMemory(
-        curve.report,
-        [&] {
-            const std::string found = fault();
-            if (!found.empty()) return refuse(curve, FitVerdict::kBadInput, found);
-            fit(curve);
-        },
-        [&curve] {
-            curve.controlPoints.clear();
-            curve.spline.reset();
-        });
-    return curve;
-}
-
 const double* contiguousOr(const DoubleVec& v, std::vector<double>& copy)
 {
     if (v.stride() == 1 || v.length() < 2) return v.data();
@@ -341,7 +288,7 @@ FittedCurve fitCurve(const TtupleVector& points, const DoubleVec& parameters,
         const std::string found = arrayFault(points, parameters, options.weights);
         return found.empty() ? requestFault(points.size(), basis, constraints, options) : found;
     };
-    return checkedFit(options, fault, [&](FittedCurve& curve) {
+    return checkedFit<FittedCurve>(options.method, fault, [&](FittedCurve& curve) {
         std::vector<double> copies[3];
         SampleStretch all = {points.points(), contiguousOr(parameters, copies[0]),
                              contiguousOr(points.numbers(), copies[1]), nullptr};
@@ -362,7 +309,7 @@ FittedCurve fitCurve(const SampleReader& reader, int dimension, const BsplineBas
         if (options.weights.length() > 0) return "weights come with the samples";
         return requestFault(dimension, basis, constraints, options);
     };
-    return checkedFit(options, fault, [&](FittedCurve& curve) {
+    return checkedFit<FittedCurve>(options.method, fault, [&](FittedCurve& curve) {
         fitSamples(basis, dimension,
                    {reader, conditionsOf(basis, dimension, constraints, options), options}, 0.0,
                    curve);
@@ -377,7 +324,7 @@ FittedCurve fitCurve(const CurveAccumulator& gathered,
         if (options.weights.length() > 0) return "weights come with the samples";
         return requestFault(gathered.dimension(), gathered.basis(), constraints, options);
     };
-    return checkedFit(options, fault, [&](FittedCurve& curve) {
+    return checkedFit<FittedCurve>(options.method, fault, [&](FittedCurve& curve) {
         const SampleReader none;
         const BsplineBasis& basis = gathered.basis();
         const Task task = {none, conditionsOf(basis, gathered.dimension(), constraints, options),
@@ -388,6 +335,12 @@ FittedCurve fitCurve(const CurveAccumulator& gathered,
         solveProblem(CurveProblem(gathered.state(), task.conditions), task, work, curve);
         work.finish();
     });
+}
+
+void FittedCurve::forget()
+{
+    controlPoints.clear();
+    spline.reset();
 }
 
 std::vector<double> FittedCurve::at(double t, int derivative) const

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <functional>
 #include <memory>
 #include <vector>
 
@@ -11,24 +10,16 @@
 #include "knotwork/fit/CurveAccumulator.h"
 #include "knotwork/fit/CurveConstraints.h"
 #include "knotwork/fit/CurveSamples.h"
+#include "knotwork/fit/FitOptions.h"
 #include "knotwork/fit/FitReport.h"
 #include "knotwork/geometry/TtupleVector.h"
 #include "knotwork/linalg/DoubleVec.h"
-#include "knotwork/solvers/TsolverReporter.h"
 
 namespace knotwork {
 
 /// What to fit with.
-struct CurveFitOptions {
-    /// What counts as zero in the problem scaled to unit size, 0 to 1. Above 0 a fit is refused
-    /// unless the solver of the method, with this as its tolerance, finds the same.
-    double zero = 0.0;
+struct CurveFitOptions : FitOptions {
     DoubleVec weights;  ///< of the squared residuals, one a point, 0 or more; empty: all are 1
-    bool estimateCutoff = false;          ///< raises that to a gap in the singular values
-    TsolverReporter* reporter = nullptr;  ///< hears the solver; null: nobody does
-    /// Hears what share of the work is done, ascending to 1, at most a hundred times; may be null.
-    std::function<void(double)> progress;
-    FitMethod method = FitMethod::kHouseholder;
     // More to meet than values and derivatives. Directions are for kHouseholder.
     std::vector<LinearConstraint> linear;
     std::vector<DirectionConstraint> directions;
@@ -52,6 +43,7 @@ struct KNOTWORK_EXPORT FittedCurve {
 
     bool met() const { return report.verdict == FitVerdict::kMet; }
     bool fits() const { return report.fits(); }  ///< met, fitted, or a compromise
+    void forget();                               ///< the control points and the spline
     /// The curve at t, or a derivative; one number a coordinate. Empty without a curve.
     std::vector<double> at(double t, int derivative = 0) const;
 };

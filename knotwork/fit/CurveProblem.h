@@ -6,7 +6,6 @@
 #include "knotwork/factor/SpanTriangles.h"
 #include "knotwork/fit/ConstraintRow.h"
 #include "knotwork/fit/CurveConditions.h"
-#include "knotwork/fit/CurveFit.h"
 #include "knotwork/fit/CurveState.h"
 #include "knotwork/fit/CurveSystem.h"
 

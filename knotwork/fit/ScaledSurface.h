@@ -10,20 +10,9 @@
 #include "knotwork/fit/BandFit.h"
 #include "knotwork/fit/BasisRecurrence.h"
 #include "knotwork/fit/ScaledRows.h"
-#include "knotwork/fit/SurfaceFit.h"
+#include "knotwork/fit/SurfaceData.h"
 
 namespace knotwork {
-
-/// What a surface is fitted to and with.
-struct SurfaceData {
-    const TtupleMatrix& points;
-    const DoubleVec& uParameters;
-    const DoubleVec& vParameters;
-    const BsplineBasis& u;
-    const BsplineBasis& v;
-    const DoubleVec& uWeights;  // none: all are 1
-    const DoubleVec& vWeights;
-};
 
 /// How far a solution lies from the lines of constraints.
 struct LineDeviations {

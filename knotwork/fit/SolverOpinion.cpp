@@ -20,12 +20,12 @@ constexpr double kAgreement = 1e-8;  // of an answer with small numbers taken fo
 
 }  // namespace
 
-std::unique_ptr<TsolveConstrainedLsq> solverOf(FitMethod method, TsolverReporter& reporter,
-                                               double tolerance)
+std::unique_ptr<TsolveConstrainedLsq> solverOf(const FitOptions& options, TsolverReporter& quiet)
 {
-    if (method == FitMethod::kQr)
-        return std::make_unique<TsolveConstrainedLsqQR>(reporter, tolerance, false);
-    return std::make_unique<Thouseholder>(reporter, tolerance, 0, false);
+    TsolverReporter& reporter = options.reporter != nullptr ? *options.reporter : quiet;
+    if (options.method == FitMethod::kQr)
+        return std::make_unique<TsolveConstrainedLsqQR>(reporter, options.zero, false);
+    return std::make_unique<Thouseholder>(reporter, options.zero, 0, false);
 }
 
 DoubleGenMat denseSystem(const BandTriangle& triangle, const std::vector<ConstraintRow>& rows,
@@ -72,8 +72,8 @@ const char* whyZeroIsTooCoarse(double asked, double used)
                         : "what counts as zero is too coarse for this system";
 }
 
-SolverOpinion askSolver(const CurveProblem& problem, const CurveSystem& system, FitMethod method,
-                        double zero, bool estimateCutoff, TsolverReporter& reporter)
+SolverOpinion askSolver(const CurveProblem& problem, const CurveSystem& system,
+                        const FitOptions& options)
 {
     const RowStream stream = compressed(problem.triangles(), problem.order(), true);
     const int columns = stream.triangle().size();
@@ -81,18 +81,20 @@ SolverOpinion askSolver(const CurveProblem& problem, const CurveSystem& system, 
     for (int j = 0; j < columns; ++j)
         sides.insert(sides.end(), stream.rhs(j), stream.rhs(j) + system.dimension);
     sides = system.rightSides(sides);
-    const double factor = constraintFactor(method, problem.constraintWeight());
+    const double factor = constraintFactor(options.method, problem.constraintWeight());
     for (const double right : system.rhs.high) sides.push_back(factor * right);
 
     const int d = system.kinds();
     const int cols = system.unknowns(columns);
     const TtupleVector b(d, cols + system.equations(), sides.data());
     const BandOrder order = system.order(problem.order());
-    const std::unique_ptr<TsolveConstrainedLsq> solver(solverOf(method, reporter, zero));
+    TsolverReporter quiet(true);
+    const std::unique_ptr<TsolveConstrainedLsq> solver(solverOf(options, quiet));
     SolverOpinion opinion;
-    opinion.solvable = solver->setMatrix(denseSystem(system.triangle(stream.triangle()),
-                                                     system.rows, factor, order),
-                                         system.equations(), false, false, estimateCutoff) == 0;
+    opinion.solvable =
+        solver->setMatrix(
+            denseSystem(system.triangle(stream.triangle()), system.rows, factor, order),
+            system.equations(), false, false, options.estimateCutoff) == 0;
     opinion.zero = solver->tolerance();
     if (!opinion.solvable) return opinion;
     TtupleVector x(d, cols, 0.0);

@@ -7,7 +7,7 @@
 #include "knotwork/factor/BandTriangle.h"
 #include "knotwork/fit/BandOrder.h"
 #include "knotwork/fit/CurveProblem.h"
-#include "knotwork/fit/FitReport.h"
+#include "knotwork/fit/FitOptions.h"
 #include "knotwork/linalg/DoubleGenMat.h"
 #include "knotwork/solvers/TsolveConstrainedLsq.h"
 #include "knotwork/solvers/TsolverReporter.h"
@@ -29,17 +29,16 @@ struct SolverOpinion {
 /// a cut-off raised it.
 const char* whyZeroIsTooCoarse(double asked, double used);
 
-/// Asks the solver of a method, Thouseholder or TsolveConstrainedLsqQR, about a system of a curve.
-/// zero: its tolerance;
-/// estimateCutoff: may raise that to a gap in the singular values. Throws std::bad_alloc where the
-/// dense system finds no room.
-SolverOpinion askSolver(const CurveProblem& problem, const CurveSystem& system, FitMethod method,
-                        double zero, bool estimateCutoff, TsolverReporter& reporter);
+/// Asks the solver of the method, Thouseholder or TsolveConstrainedLsqQR, about a system of a
+/// curve, with `zero` for its tolerance. Throws std::bad_alloc where the dense system finds no
+/// room.
+SolverOpinion askSolver(const CurveProblem& problem, const CurveSystem& system,
+                        const FitOptions& options);
 
 /// What a question to a solver is made of: itself, and the data rows as a triangle, the constraint
-/// rows, times a factor, behind them. Throws std::bad_alloc.
-std::unique_ptr<TsolveConstrainedLsq> solverOf(FitMethod method, TsolverReporter& reporter,
-                                               double tolerance);
+/// rows, times a factor, behind them. quiet: hears it where the options name nobody. Throws
+/// std::bad_alloc.
+std::unique_ptr<TsolveConstrainedLsq> solverOf(const FitOptions& options, TsolverReporter& quiet);
 DoubleGenMat denseSystem(const BandTriangle& triangle, const std::vector<ConstraintRow>& rows,
                          double factor, const BandOrder& order = BandOrder());
 /// The factor: a constraint's weight counts where it is fitted.

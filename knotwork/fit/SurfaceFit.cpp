@@ -11,20 +11,18 @@
 #include "knotwork/fit/BandFit.h"
 #include "knotwork/fit/ColumnFits.h"
 #include "knotwork/fit/CurveDiagnosis.h"
+#include "knotwork/fit/FitFrame.h"
 #include "knotwork/fit/KernelBuild.h"
 #include "knotwork/fit/ResidualTally.h"
 #include "knotwork/fit/ScaledSurface.h"
 #include "knotwork/fit/SurfaceChecks.h"
 #include "knotwork/fit/SurfaceOpinion.h"
-#include "knotwork/fit/WithinMemory.h"
 #include "knotwork/fit/WorkMeter.h"
 
 namespace knotwork {
 
 namespace {
 
-constexpr double kBelievable = 1e-9;      // largest error, of the answer's or the data's size
-constexpr double kConstraintMet = 1e-10;  // largest constraint residual, of the same size
 constexpr double kFirstShare = 1.0 / 16;  // of that, the first direction's: x can be smaller
                                           // than what it is made of
 constexpr int kFixed = 1;
@@ -42,11 +40,6 @@ double numbersIn(const SurfaceData& data)
     return static_cast<double>(data.points.rows()) * data.points.cols() * data.points.size();
 }
 
-bool asksSolvers(const SurfaceFitOptions& options)
-{
-    return options.zero > 0.0 || options.estimateCutoff;
-}
-
 /// In all. around: held points.
 double workOf(const SurfaceData& data, const SurfaceFitOptions& options, bool around)
 {
@@ -54,20 +47,12 @@ double workOf(const SurfaceData& data, const SurfaceFitOptions& options, bool ar
     const double alongV = d * data.points.rows() * data.v.count();
     const double net = static_cast<double>(data.u.count()) * data.v.count();
     const double perSample = kSetUpCost + (around ? kHeldCost : 0.0) + 2.0 +
-                             (asksSolvers(options) ? kOpinionCost : 0.0) + 1.0;
+                             (options.asksSolver() ? kOpinionCost : 0.0) + 1.0;
     return perSample * numbersIn(data) + (2.0 + kSolutionCost) * alongV + kSolutionCost * d * net +
            kControlPointCost * net;
 }
 
 constexpr const char* kFreeNotFixed = "the data do not fix every free control point";
-
-void refuse(FittedSurface& surface, FitVerdict verdict, const std::string& reason)
-{
-    surface.controlPoints.clear();
-    surface.surface.reset();
-    surface.report.verdict = verdict;
-    surface.report.reason = reason;
-}
 
 std::vector<double> toStandard(const DoubleVec& v)
 {
@@ -118,12 +103,7 @@ void finish(const SurfaceData& data, const ScaledSurface& problem, FitVerdict ve
     measureData(data, problem, problem.scaled(fitted.controlPoints), fitted);
     work.add(numbersIn(data));
     fitted.report.verdict = verdict;
-    const bool finite = std::isfinite(fitted.report.rms) &&
-                        std::isfinite(fitted.report.maxResidual) &&
-                        std::isfinite(fitted.report.constraintResidual) &&
-                        std::all_of(fitted.controlPoints.begin(), fitted.controlPoints.end(),
-                                    [](double x0) { return std::isfinite(x0); });
-    if (!finite)
+    if (!isFinite(fitted.controlPoints, fitted.report))
         return refuse(fitted, FitVerdict::kInaccurate, "the surface leaves the range of numbers");
     fitted.surface = makeSurface(fitted.u, fitted.v, fitted.dimension, fitted.controlPoints);
 }
@@ -144,8 +124,7 @@ bool determined(const char* name, const BandFit& fit, const ScaledRows& rows,
         refuse(fitted, FitVerdict::kDependentConstraints, where + whyDependent(fit));
     else if (lines < basis.count())
         refuse(fitted, FitVerdict::kUndetermined,
-               where + std::to_string(basis.count()) + " unknowns are more than " +
-                   std::to_string(lines) + " lines can fix");
+               where + tooFewEquations(basis.count(), lines, "lines"));
     else if (state == BandFit::State::kUndetermined)
         refuse(fitted, FitVerdict::kUndetermined, where + (why.empty() ? whyNotFixed(fit) : why));
     else
@@ -204,7 +183,7 @@ double carriedOver(double error, const NumberBlock& from, double growth, const N
 bool confirmed(const ScaledSurface& problem, const SurfaceFitOptions& options,
                const HeldPoints* held, const NumberBlock& x, FittedSurface& fitted)
 {
-    if (!asksSolvers(options)) return true;
+    if (!options.asksSolver()) return true;
     const SolverOpinion opinion = askSolvers(problem, options, held);
     fitted.report.zero = opinion.zero;
     if (opinion.solvable && opinion.sharedBy(x, problem.dimension())) return true;
@@ -219,8 +198,7 @@ void fitFreely(const SurfaceData& data, const SurfaceFitOptions& options, WorkMe
     const ScaledSurface problem(data, options.acrossU, options.acrossV);
     if (!problem.fault().empty()) return refuse(fitted, FitVerdict::kBadInput, problem.fault());
     if (!std::isfinite(largestNumber(problem.rhs())))
-        return refuse(fitted, FitVerdict::kBadInput,
-                      "a constraint's value leaves the range of numbers");
+        return refuse(fitted, FitVerdict::kBadInput, kValueOutOfRange);
     const auto linesU = static_cast<int>(options.acrossU.size());
     const auto linesV = static_cast<int>(options.acrossV.size());
     report.constraints = linesU * data.v.count() + linesV * data.u.count() - linesU * linesV;
@@ -253,12 +231,9 @@ void fitFreely(const SurfaceData& data, const SurfaceFitOptions& options, WorkMe
         !(met || options.method == FitMethod::kQr))
         return refuse(fitted, FitVerdict::kInaccurate, kTooCloseToDependent);
     if (!confirmed(problem, options, nullptr, x, fitted)) return;
-    if (asksSolvers(options)) work.add(kOpinionCost * numbersIn(data));
+    if (options.asksSolver()) work.add(kOpinionCost * numbersIn(data));
     report.constraintResidual = deviations.inUnits;
-    const FitVerdict verdict = report.constraints == 0 ? FitVerdict::kFitted
-                               : met                   ? FitVerdict::kMet
-                                                       : FitVerdict::kCompromise;
-    finish(data, problem, verdict, work, fitted);
+    finish(data, problem, verdictOf(report, met), work, fitted);
 }
 
 /// The held control points, zeros for the others.
@@ -324,7 +299,7 @@ void fitAround(const SurfaceData& data, const IntGenMat& mask, const TtupleMatri
             fitted.controlPoints[n] = found[n];
     const HeldPoints given = {mask, fixed};
     if (!confirmed(problem, options, &given, problem.scaled(fitted.controlPoints), fitted)) return;
-    if (asksSolvers(options)) work.add(kOpinionCost * numbersIn(data));
+    if (options.asksSolver()) work.add(kOpinionCost * numbersIn(data));
     fitted.report.constraints = columns.held();
     fitted.report.columnsUsed = fitted.report.unknowns - columns.held();
     finish(data, problem, columns.held() > 0 ? FitVerdict::kMet : FitVerdict::kFitted, work,
@@ -343,29 +318,18 @@ std::pair<int, int> endsOf(const DoubleVec& parameters)
     return {minIndex(parameters), maxIndex(parameters)};
 }
 
-/// A fit with its request checked; lack of memory is a verdict. total: the work that it will be.
+/// A fit with its request checked. total: the work that it will be.
 template <class Fault, class Fit>
 FittedSurface checkedFit(const SurfaceData& data, const SurfaceFitOptions& options, double total,
                          Fault fault, Fit fit)
 {
-    FittedSurface fitted;
-    fitted.report.method = options.method;
-    withinMemory(
-        fitted.report,
-        [&] {
-            const std::string found = fault();
-            if (!found.empty()) return refuse(fitted, FitVerdict::kBadInput, found);
-            requireCounts(data, options);
-            start(data, options, fitted);
-            WorkMeter work(options.progress, total);
-            fit(work, fitted);
-            work.finish();
-        },
-        [&fitted] {
-            fitted.controlPoints.clear();
-            fitted.surface.reset();
-        });
-    return fitted;
+    return checkedFit<FittedSurface>(options.method, fault, [&](FittedSurface& fitted) {
+        requireCounts(data, options);
+        start(data, options, fitted);
+        WorkMeter work(options.progress, total);
+        fit(work, fitted);
+        work.finish();
+    });
 }
 
 }  // namespace
@@ -418,6 +382,12 @@ FittedSurface fitSurfaceAround(const TtupleMatrix& points, const DoubleVec& uPar
                       [&](WorkMeter& work, FittedSurface& fitted) {
                           fitAround(data, mask, held, options, work, fitted);
                       });
+}
+
+void FittedSurface::forget()
+{
+    controlPoints.clear();
+    surface.reset();
 }
 
 std::vector<double> FittedSurface::at(double atU, double atV, int derivativeU,

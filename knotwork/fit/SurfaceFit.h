@@ -1,45 +1,29 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <functional>
 #include <memory>
 #include <vector>
 
 #include "knotwork/approx/AP_SURFACE.h"
 #include "knotwork/export.h"
 #include "knotwork/fit/BsplineBasis.h"
+#include "knotwork/fit/FitOptions.h"
 #include "knotwork/fit/FitReport.h"
+#include "knotwork/fit/LineConstraint.h"
 #include "knotwork/geometry/TtupleMatrix.h"
 #include "knotwork/linalg/DoubleVec.h"
 #include "knotwork/linalg/IntGenMat.h"
-#include "knotwork/solvers/TsolverReporter.h"
 
 namespace knotwork {
 
-/// What a surface must meet along a whole line: its value, or a derivative across the line, at one
-/// parameter of the line's own direction.
-struct LineConstraint {
-    double parameter;
-    int derivative;              ///< 0: the value; k: the k-th derivative by this parameter
-    std::vector<double> values;  ///< a point for each sample along the line, in the data's units
-};
-
 /// What to fit with.
-struct SurfaceFitOptions {
+struct SurfaceFitOptions : FitOptions {
     std::vector<LineConstraint> acrossU;  ///< lines of constant u; values run along v
     std::vector<LineConstraint> acrossV;  ///< lines of constant v; values run along u
-    TsolverReporter* reporter = nullptr;  ///< hears the solvers; null: nobody does
-    FitMethod method = FitMethod::kHouseholder;
     /// Of the squared residuals, one a row and one a column of points, 0 or more; a point's is the
     /// product of the two. None: all are 1. A line of weight 0 is left out.
     DoubleVec uWeights;
     DoubleVec vWeights;
-    /// What counts as zero in the problem scaled to unit size, 0 to 1. Above 0 a fit is refused
-    /// unless the solvers of the method, with this as their tolerance, find the same.
-    double zero = 0.0;
-    bool estimateCutoff = false;  ///< raises that to a gap in a direction's singular values
-    /// Hears what share of the work is done, ascending to 1, about a hundred times; may be null.
-    std::function<void(double)> progress;
 };
 
 struct SurfaceFitReport : FitReport {
@@ -58,6 +42,7 @@ struct KNOTWORK_EXPORT FittedSurface {
 
     bool met() const { return report.verdict == FitVerdict::kMet; }
     bool fits() const { return report.fits(); }  ///< met, fitted, or a compromise
+    void forget();                               ///< the control points and the surface
     /// The surface at (u, v), or a partial derivative; one number a coordinate. Empty without one.
     std::vector<double> at(double u, double v, int derivativeU = 0, int derivativeV = 0) const;
 };

@@ -58,7 +58,7 @@ TtupleMatrix gridOf(const NumberBlock& block, int dimension)
 
 }  // namespace
 
-SolverOpinion askSolvers(const ScaledSurface& problem, const SurfaceFitOptions& options,
+SolverOpinion askSolvers(const ScaledSurface& problem, const FitOptions& options,
                          const HeldPoints* held)
 {
     const int d = problem.dimension();
@@ -76,9 +76,8 @@ SolverOpinion askSolvers(const ScaledSurface& problem, const SurfaceFitOptions& 
     const TtupleMatrix b(gridOf(transposed(u.rhs, nu + linesU, d), d));
 
     TsolverReporter quiet(true);
-    TsolverReporter& reporter = options.reporter != nullptr ? *options.reporter : quiet;
-    const auto solverU = solverOf(options.method, reporter, options.zero);
-    const auto solverV = solverOf(options.method, reporter, options.zero);
+    const auto solverU = solverOf(options, quiet);
+    const auto solverV = solverOf(options, quiet);
     TsolveTensorProductLsq solver(*solverU, *solverV);
     SolverOpinion opinion;
     // With held points this is for the cut-offs only: the solvers are set anew around those.

@@ -15,7 +15,7 @@ struct HeldPoints {
 /// Asks the tensor-product solver with two solvers of the method, a dense matrix a direction, as
 /// askSolver() does for curves. held: null where no control points are given. Its zero is the
 /// larger one of both directions. Throws std::bad_alloc where a dense system finds no room.
-SolverOpinion askSolvers(const ScaledSurface& problem, const SurfaceFitOptions& options,
+SolverOpinion askSolvers(const ScaledSurface& problem, const FitOptions& options,
                          const HeldPoints* held);
 
 }  // namespace knotwork
