@@ -1,17 +1,18 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
 #include <cstdlib>
 #include <new>
 
 #include "knotwork/approx/AP_EVAL_CONST_PARM.h"
 #include "knotwork/approx/AP_EVAL_NORM_CONST_PARM.h"
 #include "tests/approx/Oracle.h"
+#include "tests/support/Testing.h"
 
 // The address sanitizer keeps its own operators, which see more.
 #ifndef __SANITIZE_ADDRESS__
 
 namespace {
+
+using namespace knotwork_test;
 
 int allocations = 0;
 

@@ -1,18 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "knotwork/approx/AP_SPLINE.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <csignal>
 #include <exception>
 
 #include "tests/approx/Oracle.h"
+#include "tests/support/Testing.h"
 
 namespace {
 
-using testing::ElementsAre;
-using testing::ElementsAreArray;
+using namespace knotwork_test;
 
 constexpr double kTolerance = 1e-13;  // times the largest control point, for whole curves
 
@@ -72,25 +69,6 @@ TEST(CurveTest, ClampedEndsAndEqualWeightsAndEqualPointsAreExact)
 
         const Numbers constant(points.size(), 0.7);
         EXPECT_THAT(at(makeCurve(1, along, constant, false), t, 2), ElementsAre(0.7, 0.0, 0.0));
-    }
-}
-
-TEST(CurveTest, AffineMapsCommuteWithEvaluation)
-{
-    Generator random(4);
-    for (int round = 0; round < 300; ++round) {
-        const Direction along = random.direction(1 + round % 9);
-        const Numbers points = random.points(along.count(), 2, false);
-        Numbers mapped;
-        for (std::size_t i = 0; i < points.size(); i += 2) {
-            mapped.push_back(2.0 * points[i] - 3.0 * points[i + 1] + 7.0);
-            mapped.push_back(0.5 * points[i] + points[i + 1] - 1.0);
-        }
-        const double t = random.real(along.knot(0), along.knot(along.spans()));
-        const Numbers p = at(makeCurve(2, along, points, false), t, 0);
-        const Numbers q = at(makeCurve(2, along, mapped, false), t, 0);
-        EXPECT_NEAR(q[0], 2.0 * p[0] - 3.0 * p[1] + 7.0, 57.0 * kTolerance);
-        EXPECT_NEAR(q[1], 0.5 * p[0] + p[1] - 1.0, 16.0 * kTolerance);
     }
 }
 

@@ -1,25 +1,16 @@
 // SPDX-License-Identifier: MIT
 #include "knotwork/fit/CurvePicture.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <cmath>
 #include <cstdio>
-#include <ostream>
 #include <sstream>
-#include <string>
-#include <vector>
 
 #include "tests/fit/Problems.h"
-#include "tests/support/CaseName.h"
+#include "tests/support/Testing.h"
 #include "tests/support/XmlCheck.h"
 
 namespace {
 
-using knotwork_test::FitProblem;
-using knotwork_test::xmlFault;
-using testing::HasSubstr;
+using namespace knotwork_test;
 
 std::string pictureOf(const FitProblem& p, const std::string& title)
 {
@@ -43,8 +34,8 @@ std::size_t count(const std::string& text, const std::string& what)
 FitProblem wave(int dimension, const std::vector<double>& coordinates, double parameter,
                 double offset)
 {
-    knotwork_test::Dice dice(20270116);
-    FitProblem p = knotwork_test::noisyProblem(3, 4, dimension, dice);
+    knotwork_measures::Dice dice(20270116);
+    FitProblem p = noisyProblem(3, 4, dimension, dice);
     const auto d = static_cast<std::size_t>(dimension);
     p.constraints = {{0.25, 0, std::vector<double>(d, 1.0)},
                      {0.75, 1, std::vector<double>(d, 2.0)}};
@@ -95,7 +86,7 @@ INSTANTIATE_TEST_SUITE_P(Curves, CurvePictureTest,
                                          PictureCase{"HugePlane", 2, {1e306, -5e306}, 1, 0},
                                          PictureCase{"LongAgo", 1, {1}, 600, 1.7e9},
                                          PictureCase{"FlatAndWide", 2, {1e-200, 1}, 1, 0}),
-                         knotwork_test::CaseName());
+                         CaseName());
 
 TEST(CurvePictureTest, FlatCurvesKeepRoomAroundThem)
 {

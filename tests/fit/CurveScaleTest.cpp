@@ -1,24 +1,16 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <ostream>
-#include <string>
-#include <vector>
-
 #include "tests/fit/Problems.h"
-#include "tests/support/CaseName.h"
+#include "tests/support/Testing.h"
 
 namespace {
 
 using knotwork::FittedCurve;
-using knotwork_test::FitProblem;
-using Numbers = std::vector<double>;
+using namespace knotwork_test;
 
 FitProblem constrainedProblem()
 {
-    knotwork_test::Dice dice(20270114);
-    FitProblem p = knotwork_test::noisyProblem(4, 7, 3, dice);
+    knotwork_measures::Dice dice(20270114);
+    FitProblem p = noisyProblem(4, 7, 3, dice);
     addConstraints(p, 6, dice);
     return p;
 }
@@ -42,7 +34,7 @@ TEST_P(CurveScaleTest, SameFitInOtherUnits)
     const FitProblem p = scaled(constrainedProblem(), c.coordinates, c.parameter, c.offset);
     const FittedCurve curve = p.fit();
     ASSERT_TRUE(curve.met()) << curve.report.reason;
-    EXPECT_LE(knotwork_test::deviationFromReference(p, curve), kControlBound);
+    EXPECT_LE(deviationFromReference(p, curve), kControlBound);
     double size = 0.0;
     for (const double x : p.points) size = std::max(size, std::fabs(x));
     EXPECT_LE(curve.report.constraintResidual, 1e-13 * size);
@@ -64,7 +56,7 @@ INSTANTIATE_TEST_SUITE_P(Units, CurveScaleTest,
                                          ScaleCase{"SecondsOfAnEpoch", {1}, 600, 1.7e9},
                                          ScaleCase{"MillisecondsOfAnEpoch", {1}, 0.5, 1.7e9},
                                          ScaleCase{"BelowZero", {1}, 3, -1e6}),
-                         knotwork_test::CaseName());
+                         CaseName());
 
 TEST(CurveScaleTest, PowersOfTwoGiveTheSameBits)
 {
@@ -115,7 +107,7 @@ TEST(CurveScaleTest, NothingOverflowsUnderAGoodVerdict)
         EXPECT_TRUE(std::isfinite(curve.report.rms));
         EXPECT_TRUE(std::isfinite(curve.report.maxResidual));
         if (factor > 1e-300) {
-            EXPECT_LE(knotwork_test::deviationFromReference(p, curve), 1e-12);
+            EXPECT_LE(deviationFromReference(p, curve), 1e-12);
         }
     }
 }

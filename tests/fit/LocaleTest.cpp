@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 // Pictures and meshes are the same bytes under every locale of the process and of the stream.
-#include <gtest/gtest.h>
 
 #include <stdlib.h>
 
@@ -8,14 +7,13 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <locale>
 #include <sstream>
-#include <string>
 
 #include "knotwork/fit/CurvePicture.h"
 #include "knotwork/fit/SurfaceMesh.h"
 #include "knotwork/fit/SurfacePicture.h"
+#include "tests/support/Testing.h"
 
 namespace {
 

@@ -1,27 +1,17 @@
 // SPDX-License-Identifier: MIT
 #include "knotwork/fit/SurfacePicture.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
 #include <regex>
 #include <sstream>
 
 #include "tests/fit/HandMadeSurface.h"
-#include "tests/support/CaseName.h"
-#include "tests/support/Dice.h"
+#include "tests/support/Testing.h"
 #include "tests/support/XmlCheck.h"
 
 namespace {
 
-using knotwork::BsplineBasis;
-using knotwork::FittedSurface;
-using knotwork_test::count;
-using knotwork_test::handMade;
-using knotwork_test::xmlFault;
-using testing::HasSubstr;
+using namespace knotwork;
+using namespace knotwork_test;
 
 constexpr double kWidth = 1200.0;
 constexpr double kHeight = 640.0;
@@ -49,7 +39,7 @@ std::string pictureOf(const FittedSurface& surface, Samples s, const std::string
 /// The surface's own points with noise.
 Samples noisy(const FittedSurface& surface, int perU, int perV, double noise)
 {
-    knotwork_test::Dice dice(20270117);
+    knotwork_measures::Dice dice(20270117);
     Samples s;
     const auto along = [](const BsplineBasis& b, int k, int n) {
         return b.first() + (b.last() - b.first()) * k / (n - 1);
@@ -193,7 +183,7 @@ INSTANTIATE_TEST_SUITE_P(Surfaces, SurfacePictureTest,
                                          PictureCase{"HugeHeights", 1, 5e307, 1e60, 0},
                                          PictureCase{"HugeSpace", 3, 5e307, 1, 0},
                                          PictureCase{"LongAgo", 1, 1, 600, 1.7e9}),
-                         knotwork_test::CaseName());
+                         CaseName());
 
 TEST(SurfacePictureTest, NearFacesCoverFarOnes)
 {

@@ -2,30 +2,17 @@
 // What only vectors of double have, and where rounding, NaN and the sign of zero count.
 #include "knotwork/linalg/DoubleVec.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <cfloat>
 #include <climits>
-#include <cmath>
 #include <csignal>
-#include <functional>
-#include <limits>
-#include <string>
-#include <vector>
 
 #include "knotwork/linalg/detail/DoubleVecExtras.h"
 #include "tests/support/Arrays.h"
-#include "tests/support/CaseName.h"
+#include "tests/support/Testing.h"
 
 namespace {
 
 using namespace knotwork_test;
-using testing::ElementsAre;
-using testing::IsEmpty;
-
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-constexpr double kInf = std::numeric_limits<double>::infinity();
 
 template <class A, class B, class = void>
 struct CanSubtract : std::false_type {

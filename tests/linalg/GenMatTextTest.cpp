@@ -1,22 +1,16 @@
 // SPDX-License-Identifier: MIT
 // Matrices as text: row by row, while storage is column by column.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include <cmath>
 #include <iomanip>
-#include <limits>
 #include <sstream>
-#include <string>
 
 #include "tests/support/Arrays.h"
-#include "tests/support/CaseName.h"
 #include "tests/support/RecordingHandler.h"
+#include "tests/support/Testing.h"
 
 namespace {
 
 using namespace knotwork_test;
-using testing::ElementsAre;
 
 template <class Mat>
 std::string printed(const Mat& m, int width = 0)

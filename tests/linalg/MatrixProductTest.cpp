@@ -1,20 +1,12 @@
 // SPDX-License-Identifier: MIT
 // Every element of a product has the bits of one plain sum over k, whatever tiles and packing do.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <cstddef>
-#include <limits>
-#include <type_traits>
-#include <vector>
 
 #include "tests/support/Arrays.h"
-#include "tests/support/CaseName.h"
+#include "tests/support/Testing.h"
 
 namespace {
 
 using namespace knotwork_test;
-using testing::ElementsAre;
 
 /// A matrix of its own, element (i, j) at values[rows j + i].
 template <class T>

@@ -1,19 +1,14 @@
 // SPDX-License-Identifier: MIT
 // Reading vectors from text.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include <cmath>
 #include <sstream>
-#include <string>
 
 #include "tests/support/Arrays.h"
-#include "tests/support/CaseName.h"
+#include "tests/support/Testing.h"
 
 namespace {
 
 using namespace knotwork_test;
-using testing::ElementsAre;
 
 enum After { kGood, kFailed };
 

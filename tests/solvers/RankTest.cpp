@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
 #include "tests/solvers/RoadProbe.h"
+#include "tests/support/Testing.h"
 
-using knotwork_test::mat;
-using knotwork_test::RoadProbe;
+using namespace knotwork_test;
 
 namespace {
 
