@@ -157,10 +157,7 @@ struct FaultCase {
     const char* name;
     Change change;
     const char* reason;
-    friend void PrintTo(const FaultCase& c, std::ostream* os) { *os << c.name; }
 };
-
-class SurfaceFaultTest : public testing::TestWithParam<FaultCase> {};
 
 Change acrossU(const std::vector<LineConstraint>& lines)
 {
@@ -180,60 +177,57 @@ Change weighted(const Numbers& inU, const Numbers& inV)
 const Numbers kAlongU(18, 0.0);
 const Numbers kAlongV(14, 0.0);
 
+const FaultCase kFaults[] = {
+    {"NoSamples", [](SurfaceProblem& p) { p.uParameters.clear(), p.points.clear(); },
+     "there are no points"},
+    {"FewerNumbers", [](SurfaceProblem& p) { p.points.pop_back(); },
+     "there are fewer numbers than points"},
+    {"PointNaN", [](SurfaceProblem& p) { p.points[5] = kNaN; }, "a coordinate is no finite number"},
+    {"NoBasisInU", [](SurfaceProblem& p) { p.u = BsplineBasis(); },
+     "degree and knots do not make a basis in u"},
+    {"NoBasisInV", [](SurfaceProblem& p) { p.v = BsplineBasis(); },
+     "degree and knots do not make a basis in v"},
+    {"ParameterBelow", [](SurfaceProblem& p) { p.uParameters[0] = -1e-9; },
+     "parameter 0, -1e-09, lies outside the knots in u"},
+    {"ParameterAbove", [](SurfaceProblem& p) { p.vParameters[6] = 6.5; },
+     "parameter 6, 6.5, lies outside the knots in v"},
+    {"ParameterInfinite", [](SurfaceProblem& p) { p.vParameters[2] = INFINITY; },
+     "parameter 2 is no finite number in v"},
+    {"TooFewWeights", weighted(Numbers(7, 1.0), {}),
+     "there must be one weight a line of samples in u"},
+    {"WeightNegative", weighted({1, 1, 1, -1e-300, 1, 1, 1, 1, -1}, {}),
+     "weight 3 in u is negative"},
+    {"WeightNaN", weighted({}, {1, 1, 1, 1, 1, 1, kNaN}), "weight 6 in v is no finite number"},
+    {"WeightInfinite", weighted({}, {kInf, 1, 1, 1, 1, 1, 1}), "weight 0 in v is no finite number"},
+    {"NoWeight", weighted({}, Numbers(7, 0.0)), "all weights are 0 in v"},
+    {"LineBelow", acrossU({{-0.5, 0, kAlongV}}),
+     "constraint 0, at -0.5, lies outside the knots in u"},
+    {"LineAbove", acrossV({{6, 0, kAlongU}, {7, 0, kAlongU}}),
+     "constraint 1, at 7, lies outside the knots in v"},
+    {"LineDerivative", acrossV({{0, 3, kAlongU}}),
+     "constraint 0 asks for a derivative that the degree does not have in v"},
+    {"LineLength", acrossU({{0, 0, kAlongU}}),
+     "constraint 0 in u needs a point for each sample along its line"},
+    {"LineNaN", acrossV({{0, 0, Numbers(18, kNaN)}}),
+     "a value of constraint 0 in v is no finite number"},
+    {"LineOverflows",
+     [](SurfaceProblem& p) {
+         p.u = BsplineBasis::uniform(3, 0, 8e200, 3);
+         p.acrossU = {{0, 1, Numbers(14, 1e200)}};
+     },
+     "a constraint's value leaves the range of numbers"}};
+
 }  // namespace
 
-TEST_P(SurfaceFaultTest, IsNamed)
+TEST(SurfaceFaultTest, IsNamed)
 {
-    SurfaceProblem p = noisySheet();
-    GetParam().change(p);
-    const FittedSurface surface = fitOf(p);
-    EXPECT_EQ(surface.report.verdict, FitVerdict::kBadInput);
-    EXPECT_EQ(surface.report.reason, GetParam().reason);
-    EXPECT_TRUE(surface.controlPoints.empty() && surface.surface == nullptr);
+    for (const FaultCase& c : kFaults) {
+        SCOPED_TRACE(c.name);
+        SurfaceProblem p = noisySheet();
+        c.change(p);
+        const FittedSurface surface = fitOf(p);
+        EXPECT_EQ(surface.report.verdict, FitVerdict::kBadInput);
+        EXPECT_EQ(surface.report.reason, c.reason);
+        EXPECT_TRUE(surface.controlPoints.empty() && surface.surface == nullptr);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Inputs, SurfaceFaultTest,
-    testing::Values(
-        FaultCase{"NoSamples", [](SurfaceProblem& p) { p.uParameters.clear(), p.points.clear(); },
-                  "there are no points"},
-        FaultCase{"FewerNumbers", [](SurfaceProblem& p) { p.points.pop_back(); },
-                  "there are fewer numbers than points"},
-        FaultCase{"PointNaN", [](SurfaceProblem& p) { p.points[5] = kNaN; },
-                  "a coordinate is no finite number"},
-        FaultCase{"NoBasisInU", [](SurfaceProblem& p) { p.u = BsplineBasis(); },
-                  "degree and knots do not make a basis in u"},
-        FaultCase{"NoBasisInV", [](SurfaceProblem& p) { p.v = BsplineBasis(); },
-                  "degree and knots do not make a basis in v"},
-        FaultCase{"ParameterBelow", [](SurfaceProblem& p) { p.uParameters[0] = -1e-9; },
-                  "parameter 0, -1e-09, lies outside the knots in u"},
-        FaultCase{"ParameterAbove", [](SurfaceProblem& p) { p.vParameters[6] = 6.5; },
-                  "parameter 6, 6.5, lies outside the knots in v"},
-        FaultCase{"ParameterInfinite", [](SurfaceProblem& p) { p.vParameters[2] = INFINITY; },
-                  "parameter 2 is no finite number in v"},
-        FaultCase{"TooFewWeights", weighted(Numbers(7, 1.0), {}),
-                  "there must be one weight a line of samples in u"},
-        FaultCase{"WeightNegative", weighted({1, 1, 1, -1e-300, 1, 1, 1, 1, -1}, {}),
-                  "weight 3 in u is negative"},
-        FaultCase{"WeightNaN", weighted({}, {1, 1, 1, 1, 1, 1, kNaN}),
-                  "weight 6 in v is no finite number"},
-        FaultCase{"WeightInfinite", weighted({}, {kInf, 1, 1, 1, 1, 1, 1}),
-                  "weight 0 in v is no finite number"},
-        FaultCase{"NoWeight", weighted({}, Numbers(7, 0.0)), "all weights are 0 in v"},
-        FaultCase{"LineBelow", acrossU({{-0.5, 0, kAlongV}}),
-                  "constraint 0, at -0.5, lies outside the knots in u"},
-        FaultCase{"LineAbove", acrossV({{6, 0, kAlongU}, {7, 0, kAlongU}}),
-                  "constraint 1, at 7, lies outside the knots in v"},
-        FaultCase{"LineDerivative", acrossV({{0, 3, kAlongU}}),
-                  "constraint 0 asks for a derivative that the degree does not have in v"},
-        FaultCase{"LineLength", acrossU({{0, 0, kAlongU}}),
-                  "constraint 0 in u needs a point for each sample along its line"},
-        FaultCase{"LineNaN", acrossV({{0, 0, Numbers(18, kNaN)}}),
-                  "a value of constraint 0 in v is no finite number"},
-        FaultCase{"LineOverflows",
-                  [](SurfaceProblem& p) {
-                      p.u = BsplineBasis::uniform(3, 0, 8e200, 3);
-                      p.acrossU = {{0, 1, Numbers(14, 1e200)}};
-                  },
-                  "a constraint's value leaves the range of numbers"}),
-    CaseName());

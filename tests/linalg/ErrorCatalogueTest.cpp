@@ -138,7 +138,6 @@ struct DefaultOutcome {
     const char* name;
     void (*raise)();
     const char* output;
-    friend void PrintTo(const DefaultOutcome& c, std::ostream* os) { *os << c.name; }
 };
 
 const DefaultOutcome kContinuing[] = {
@@ -168,26 +167,24 @@ const DefaultOutcome kTerminating[] = {
      "** [ZEROSD: Some]: Series has zero standard deviation.\n** Processing terminated.\n"},
 };
 
-class DefaultHandlerTest : public testing::TestWithParam<DefaultOutcome> {};
-
-TEST_P(DefaultHandlerTest, WarnsInThreeTextsAndGoesOn)
+TEST(DefaultHandlerTest, WarnsInThreeTextsAndGoesOn)
 {
-    testing::internal::CaptureStdout();
-    testing::internal::CaptureStderr();
-    GetParam().raise();
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), GetParam().output);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    for (const DefaultOutcome& c : kContinuing) {
+        SCOPED_TRACE(c.name);
+        testing::internal::CaptureStdout();
+        testing::internal::CaptureStderr();
+        c.raise();
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), c.output);
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    }
 }
-INSTANTIATE_TEST_SUITE_P(Continuing, DefaultHandlerTest, testing::ValuesIn(kContinuing),
-                         CaseName());
 
-class DefaultHandlerDeathTest : public testing::TestWithParam<DefaultOutcome> {};
-
-TEST_P(DefaultHandlerDeathTest, NamesTheFaultAndAborts)
+TEST(DefaultHandlerDeathTest, NamesTheFaultAndAborts)
 {
-    EXPECT_EXIT(GetParam().raise(), KilledBySignal(SIGABRT), Eq(GetParam().output));
+    for (const DefaultOutcome& c : kTerminating) {
+        SCOPED_TRACE(c.name);
+        EXPECT_EXIT(c.raise(), KilledBySignal(SIGABRT), Eq(c.output));
+    }
 }
-INSTANTIATE_TEST_SUITE_P(Terminating, DefaultHandlerDeathTest, testing::ValuesIn(kTerminating),
-                         CaseName());
 
 }  // namespace
