@@ -17,21 +17,21 @@
 #include "knotwork/fit/SecondPass.h"
 #include "knotwork/solvers/Thouseholder.h"
 #include "knotwork/solvers/TsolveConstrainedLsqQR.h"
-#include "tests/factor/LeastSquaresChecks.h"
-#include "tests/factor/LuChecks.h"
-#include "tests/factor/MatrixFamilies.h"
-#include "tests/factor/QrChecks.h"
-#include "tests/factor/SvdChecks.h"
+#include "measures/LeastSquaresChecks.h"
+#include "measures/LuChecks.h"
+#include "measures/MatrixFamilies.h"
+#include "measures/QrChecks.h"
+#include "measures/SvdChecks.h"
 
 namespace {
 
-using checks::kMatrices;
-using checks::kTrials;
-using checks::permuted;
-using checks::Worst;
 using knotwork_bench::Driver;
 using knotwork_bench::KnownSolution;
 using knotwork_bench::lapackLeastSquares;
+using knotwork_measures::kMatrices;
+using knotwork_measures::kTrials;
+using knotwork_measures::permuted;
+using knotwork_measures::Worst;
 
 /// A row of the table; what LAPACK was not asked for has seen nothing.
 void printRow(const char* title, const Worst& ours, const Worst* lapack, const char* peer)
@@ -54,17 +54,18 @@ void printRows(const char* title, const Ratios& ours, const Ratios& lapack, cons
 
 void measureQr()
 {
-    checks::QrRatios ours;
-    checks::QrRatios lapack;
-    for (const checks::Family& family : checks::kScaleFreeFamilies)
+    knotwork_measures::QrRatios ours;
+    knotwork_measures::QrRatios lapack;
+    for (const knotwork_measures::Family& family : knotwork_measures::kScaleFreeFamilies)
         for (unsigned seed = 0; seed < kMatrices; ++seed) {
-            checks::Sample sample(family, seed);
+            knotwork_measures::Sample sample(family, seed);
             const DoubleGenMat& a = sample.a;
-            const checks::QrFactors f(a, 1);
+            const knotwork_measures::QrFactors f(a, 1);
             ours.seeFactors(permuted(a, f.jpvt), f.q(), f.r(), seed);
             ours.seeOrder(f.r(), 0, f.p, seed);
             const int k = std::uniform_int_distribution<int>(0, f.size)(sample.generator);
-            const DoubleVec y = checks::randomMatrix(a.rows(), 1, sample.generator).col(0);
+            const DoubleVec y =
+                knotwork_measures::randomMatrix(a.rows(), 1, sample.generator).col(0);
             ours.seeProjections(f, y, k, seed);
             if (f.size == 0) continue;
             const knotwork_bench::LapackQr peer(a);
@@ -76,11 +77,11 @@ void measureQr()
 
 void measureSvd()
 {
-    checks::SvdRatios ours;
-    checks::SvdRatios lapack;
-    const auto measure = [&](const checks::Family& family) {
+    knotwork_measures::SvdRatios ours;
+    knotwork_measures::SvdRatios lapack;
+    const auto measure = [&](const knotwork_measures::Family& family) {
         for (unsigned seed = 0; seed < kMatrices; ++seed) {
-            const DoubleGenMat a = checks::Sample(family, seed).a;
+            const DoubleGenMat a = knotwork_measures::Sample(family, seed).a;
             if (a.rows() == 0 || a.cols() == 0) continue;
             const DoubleSVDecomp d(a);
             const DoubleVec values = knotwork_bench::LapackSvd::values(a);
@@ -91,21 +92,24 @@ void measureSvd()
             lapack.seeValues(a, peer.s, values, seed);
         }
     };
-    for (const checks::Family& family : checks::kScaleFreeFamilies) measure(family);
-    for (const checks::Family& family : checks::kExtremeFamilies) measure(family);
+    for (const knotwork_measures::Family& family : knotwork_measures::kScaleFreeFamilies)
+        measure(family);
+    for (const knotwork_measures::Family& family : knotwork_measures::kExtremeFamilies)
+        measure(family);
     printRows("SVD", ours, lapack, "`dgesdd`");
 }
 
 void measureLu()
 {
-    checks::LuRatios ours;
-    checks::LuRatios lapack;
-    for (const checks::Family& family : checks::kScaleFreeFamilies)
+    knotwork_measures::LuRatios ours;
+    knotwork_measures::LuRatios lapack;
+    for (const knotwork_measures::Family& family : knotwork_measures::kScaleFreeFamilies)
         for (unsigned seed = 0; seed < kMatrices; ++seed) {
-            checks::Sample sample(family, seed, checks::squareShape);
+            knotwork_measures::Sample sample(family, seed, knotwork_measures::squareShape);
             const DoubleGenMat& a = sample.a;
-            const DoubleVec b = checks::randomMatrix(a.rows(), 1, sample.generator).col(0);
-            checks::LuFactors factors(a);
+            const DoubleVec b =
+                knotwork_measures::randomMatrix(a.rows(), 1, sample.generator).col(0);
+            knotwork_measures::LuFactors factors(a);
             ours.seeFactors(a, factors, seed);
             if (a.rows() == 0) continue;
             const DoubleGenFact f(a, 1);
@@ -125,17 +129,17 @@ void measureLu()
 
 void measureCholesky()
 {
-    checks::CholeskyRatios ours;
-    checks::CholeskyRatios lapack;
-    checks::UpdateRatios changes;
+    knotwork_measures::CholeskyRatios ours;
+    knotwork_measures::CholeskyRatios lapack;
+    knotwork_measures::UpdateRatios changes;
     for (unsigned trial = 0; trial < kTrials; ++trial) {
         changes.see(trial);
-        const checks::CholeskyProblem problem(trial);
+        const knotwork_measures::CholeskyProblem problem(trial);
         const DoubleGenMat& a = problem.a;
-        checks::CholeskyFactors f(a, std::vector<int>(a.rows(), 0), 1);
+        knotwork_measures::CholeskyFactors f(a, std::vector<int>(a.rows(), 0), 1);
         for (int& column : f.jpvt) --column;
-        const bool indefinite = problem.kind == checks::Kind::kIndefinite;
-        const double size = checks::frobeniusNorm(a);
+        const bool indefinite = problem.kind == knotwork_measures::Kind::kIndefinite;
+        const double size = knotwork_measures::frobeniusNorm(a);
         const DoubleVec rhs(a.rows(), size);
         const DoubleGenMat product = f.product();
         ours.seeFactors(a, f.jpvt, product, indefinite ? f.size() : size, trial);
@@ -150,18 +154,18 @@ void measureCholesky()
         if (peer.rank == peer.n) lapack.seeSolution(peer.product, rhs, peer.solve(rhs), trial);
     }
     printRows("Cholesky, pivoted", ours, lapack, "`dpstrf`, `dpotrs`");
-    printRows("Cholesky, changed", changes, checks::UpdateRatios(), "");
+    printRows("Cholesky, changed", changes, knotwork_measures::UpdateRatios(), "");
 }
 
 void measureLeastSquares()
 {
-    checks::LeastSquaresRatios ours;
+    knotwork_measures::LeastSquaresRatios ours;
     Worst lapack("");
     for (unsigned trial = 0; trial < kTrials; ++trial) {
-        const checks::Equations e(trial);
+        const knotwork_measures::TallSystem e(trial);
         ours.see(e, trial);
         const DoubleVec x = lapackLeastSquares(Driver::kDgels, e.x, e.y);
-        lapack.see(checks::normalResidual(e.x, e.y, x), trial);
+        lapack.see(knotwork_measures::normalResidual(e.x, e.y, x), trial);
     }
     const auto rows = ours.all();
     for (std::size_t i = 0; i < rows.size(); ++i)  // the solutions, then what dgels does not do
@@ -198,7 +202,7 @@ DoubleVec bySingularValues(const DoubleGenMat& a, const DoubleVec& b)
     const DoubleVec s = d.singularValues();
     DoubleVec x(a.cols(), 0.0);
     for (int k = 0; k < static_cast<int>(s.length()); ++k)
-        if (s(k) > checks::kEps * s(0))
+        if (s(k) > knotwork_measures::kEps * s(0))
             x += d.rightVecs().col(k) * (dot(d.leftVecs().col(k), b) / s(k));
     return x;
 }

@@ -3,12 +3,12 @@
 
 #include <algorithm>
 #include <cmath>
-#include <memory>
 #include <vector>
 
 #include "bench/Answers.h"
 #include "knotwork/approx/AP_SPLINE.h"
 #include "knotwork/approx/AP_SURFACE.h"
+#include "measures/KernelRecords.h"
 
 namespace knotwork_bench {
 
@@ -99,31 +99,18 @@ struct SurfaceData {
 
 inline AP_SPLINE makeCurve(const CurveData& data)
 {
-    const std::unique_ptr<nk_spline, decltype(&nk_free_bs)> record(
-        nk_bld_bs(kDim, data.knots.data(), data.points.data(), 0, data.degree, data.spans,
-                  data.rational ? 1 : 0, 0),
-        nk_free_bs);
+    const knotwork_measures::SplineRecord record(nk_bld_bs(kDim, data.knots.data(),
+                                                           data.points.data(), 0, data.degree,
+                                                           data.spans, data.rational ? 1 : 0, 0));
     return AP_SPLINE(record.get());
 }
 
 inline AP_SURFACE makeSurface(const SurfaceData& data)
 {
-    const std::unique_ptr<nk_surface, decltype(&nk_free_srf)> record(
-        nk_bld_srf(kDim, 0, data.degree, data.degree, data.spans, data.spans, 0, 0, 0, 0),
-        nk_free_srf);
-    const double* point = data.points.data();
-    const double* vKnot = data.knotsV.data();
-    for (nk_srf_node* row = NKI_getFirstSurfaceNode(record.get()); row != nullptr;
-         row = row->nextV, ++vKnot) {
-        const double* uKnot = data.knotsU.data();
-        for (nk_srf_node* node = row; node != nullptr; node = node->nextU) {
-            *node->uKnot = *uKnot++;
-            *node->vKnot = *vKnot;
-            if (node->point == nullptr) continue;
-            nk_V_copy(kDim, point, node->point);
-            point += kDim;
-        }
-    }
+    const knotwork_measures::SurfaceRecord record(
+        nk_bld_srf(kDim, 0, data.degree, data.degree, data.spans, data.spans, 0, 0, 0, 0));
+    knotwork_measures::fillRecord(record.get(), data.knotsU.data(), data.knotsV.data(),
+                                  data.points.data(), kDim);
     return AP_SURFACE(record.get(), 0);
 }
 

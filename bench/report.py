@@ -6,6 +6,7 @@ Usage: report.py BUILD_FOLDER MARKDOWN_FILE [TABLES]
 Reads the tables, or else the benchmarks' results.json in the build folder; replaces what stands between the marker
 lines of the Markdown file.
 """
+import ctypes
 import datetime
 import json
 import os
@@ -68,6 +69,17 @@ def found(pattern, text):
     return match.group(1).strip() if match else "unknown"
 
 
+def instruction_set(library):
+    """What OpenBLAS has chosen, or was told to choose; other providers do not say."""
+    try:
+        core = ctypes.CDLL(library).openblas_get_corename
+    except (OSError, AttributeError):
+        return "instruction set unknown"
+    core.restype = ctypes.c_char_p
+    told = ", as OPENBLAS_CORETYPE says" if "OPENBLAS_CORETYPE" in os.environ else ", its own choice"
+    return f"instruction set {core().decode()}{told}"
+
+
 def machine(build, program):
     """CPU, compiler and BLAS provider, a list item each."""
     cpu = output("lscpu")
@@ -82,8 +94,7 @@ def machine(build, program):
         f"model {found(r'^Model:(.+)$', cpu)}, {found(r'^CPU.s.:(.+)$', cpu)} logical CPUs, "
         f"vectors: {', '.join(vectors) or 'baseline'}",
         f"- Compiler: {compiler[0] if compiler else 'unknown'}",
-        f"- BLAS and LAPACK: {package} {version}, "
-        f"OPENBLAS_CORETYPE={os.environ.get('OPENBLAS_CORETYPE', 'not set')}",
+        f"- BLAS and LAPACK: {package} {version}, {instruction_set(blas)}",
     ]
 
 

@@ -73,12 +73,6 @@ void readMatrix(const std::string& input)
 
 }  // namespace
 
-extern "C" int LLVMFuzzerInitialize(int*, char***)
-{
-    setLXErrHandler(knotwork_fuzz::throwUnlessWarning);
-    return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     const std::string input(reinterpret_cast<const char*>(data), size);

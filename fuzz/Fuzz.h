@@ -4,9 +4,8 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <limits>
+#include <stdexcept>
 
 #include "knotwork/linalg/LXError.h"
 
@@ -49,12 +48,10 @@ class Bytes {
     std::size_t left_;
 };
 
-/// Ends the run as a finding when what must hold does not.
+/// Throws what nobody expects, so that the run ends as a finding, when what must hold does not.
 inline void require(bool holds, const char* sentence)
 {
-    if (holds) return;
-    std::fprintf(stderr, "Does not hold: %s\n", sentence);
-    std::abort();
+    if (!holds) throw std::logic_error(sentence);
 }
 
 /// Thrown in place of ending the process for a catalogued error.
@@ -80,6 +77,15 @@ unsigned codeRaisedBy(F f)
         return raised.code;
     }
     return 0;
+}
+
+/// Whether it fits; what does not raises the error, and nothing else does.
+template <class F>
+bool raisesUnless(bool fits, unsigned error, F f)
+{
+    require(codeRaisedBy(f) == (fits ? 0 : error),
+            "what does not fit is an error, all else is none");
+    return fits;
 }
 
 /// The same number: NaN counts as equal to itself, the signs of zeros count.

@@ -2,25 +2,26 @@
 // Kernel records, sound and spoilt, through the bridge and the curve and surface objects. What a
 // sound record says has to come back to the bit, and inserting a knot must not move the shape.
 #include <algorithm>
-#include <memory>
+#include <functional>
 #include <vector>
 
 #include "fuzz/Fuzz.h"
 #include "knotwork/approx/AP_SPLINE.h"
 #include "knotwork/approx/AP_SURFACE.h"
 #include "knotwork/geometry/TnkRw.h"
+#include "measures/KernelRecords.h"
+#include "measures/Numbers.h"
 
 using knotwork_fuzz::Bytes;
 using knotwork_fuzz::require;
 using knotwork_fuzz::same;
+using knotwork_measures::kEps;
+using knotwork_measures::SplineRecord;
+using knotwork_measures::SurfaceRecord;
 
 namespace {
 
 using Numbers = std::vector<double>;
-using Curve = std::unique_ptr<nk_spline, void (*)(nk_spline*)>;
-using Surface = std::unique_ptr<nk_surface, void (*)(nk_surface*)>;
-
-constexpr double kEps = std::numeric_limits<double>::epsilon();
 
 struct Direction {
     int degree;
@@ -103,22 +104,18 @@ void spoil(Bytes& bytes, nk_spline* record, bool keepsCells)
 {
     nk_node* node = NKI_getFirstNode(record);
     for (int steps = bytes.below(8); steps > 0 && node->next != nullptr; --steps) node = node->next;
-    switch (bytes.below(5)) {
-        case 0:
-            node->next = nullptr;
-            break;
-        case 1:
-            node->point = nullptr;
-            break;
-        case 2:
+    const std::function<void()> faults[] = {
+        [&] { node->next = nullptr; },
+        [&] { node->point = nullptr; },
+        [&] {
             if (node->next != nullptr) node->next->knot = node->knot;
-            break;
-        case 3:
-            record->spans = std::max(1, record->spans + bytes.between(-2, 2));
-            break;
-        default:
+        },
+        [&] { record->spans = std::max(1, record->spans + bytes.between(-2, 2)); },
+        [&] {
             if (!keepsCells) node->knot = nullptr;
-    }
+        },
+    };
+    faults[bytes.below(5)]();
 }
 
 void spoil(Bytes& bytes, nk_surface* record, bool keepsCells)
@@ -128,24 +125,26 @@ void spoil(Bytes& bytes, nk_surface* record, bool keepsCells)
         node = node->nextU;
     for (int steps = bytes.below(5); steps > 0 && node->nextV != nullptr; --steps)
         node = node->nextV;
-    switch (bytes.below(6)) {
-        case 0:
-            node->nextU = nullptr;
-            break;
-        case 1:
-            node->nextV = nullptr;
-            break;
-        case 2:
-            node->point = nullptr;
-            break;
-        case 3:
-            record->spansU = std::max(1, record->spansU + bytes.between(-2, 2));
-            break;
-        case 4:
-            record->spansV = std::max(1, record->spansV + bytes.between(-2, 2));
-            break;
-        default:
+    const std::function<void()> faults[] = {
+        [&] { node->nextU = nullptr; },
+        [&] { node->nextV = nullptr; },
+        [&] { node->point = nullptr; },
+        [&] { record->spansU = std::max(1, record->spansU + bytes.between(-2, 2)); },
+        [&] { record->spansV = std::max(1, record->spansV + bytes.between(-2, 2)); },
+        [&] {
             if (!keepsCells) node->uKnot = nullptr;
+        },
+    };
+    faults[bytes.below(6)]();
+}
+
+/// The one that the bridge gets loses cells too.
+template <class Record>
+void spoilBoth(Bytes& bytes, Record* bridged, Record* read)
+{
+    for (int n = bytes.below(4); n > 0; --n) {
+        spoil(bytes, bridged, false);
+        spoil(bytes, read, true);
     }
 }
 
@@ -173,18 +172,17 @@ struct Shape {
     int coords() const { return dimension + (rational ? 1 : 0); }
 };
 
-Curve buildCurve(const Direction& along, const Numbers& net, Shape shape)
+SplineRecord buildCurve(const Direction& along, const Numbers& net, Shape shape)
 {
-    return {nk_bld_bs(shape.dimension, along.knots.data(), net.data(), 3, along.degree, along.spans,
-                      shape.rational ? 1 : 0, 1),
-            nk_free_bs};
+    return SplineRecord(nk_bld_bs(shape.dimension, along.knots.data(), net.data(), 3, along.degree,
+                                  along.spans, shape.rational ? 1 : 0, 1));
 }
 
 void checkCurve(Bytes& bytes, const Direction& along, const Numbers& net, Shape shape)
 {
-    const Curve record = buildCurve(along, net, shape);
+    const SplineRecord record = buildCurve(along, net, shape);
     AP_SPLINE curve(record.get());
-    const Curve back(curve.NKLIB(), nk_free_bs);
+    const SplineRecord back(curve.NKLIB());
     requireSame(curve.CV(), net.data(), net.size(), "a curve has its record's points");
     DoubleVec knots(static_cast<unsigned>(along.knots.size()) + 2u);
     require(TnkRw::knotsToDv(back.get(), knots), "a sound record has knots");
@@ -214,33 +212,21 @@ void checkCurve(Bytes& bytes, const Direction& along, const Numbers& net, Shape 
     }
 }
 
-Surface buildSurface(const Direction& u, const Direction& v, const Numbers& net, Shape shape)
+SurfaceRecord buildSurface(const Direction& u, const Direction& v, const Numbers& net, Shape shape)
 {
-    Surface record(nk_bld_srf(shape.dimension, 7, u.degree, v.degree, u.spans, v.spans,
-                              shape.rational ? 1 : 0, 0, 1, 0),
-                   nk_free_srf);
-    const double* next = net.data();
-    const double* vKnot = v.knots.data();
-    for (nk_srf_node* row = NKI_getFirstSurfaceNode(record.get()); row != nullptr;
-         row = row->nextV, ++vKnot) {
-        const double* uKnot = u.knots.data();
-        for (nk_srf_node* node = row; node != nullptr; node = node->nextU) {
-            *node->uKnot = *uKnot++;
-            *node->vKnot = *vKnot;
-            if (node->point == nullptr) continue;
-            std::copy_n(next, shape.coords(), node->point);
-            next += shape.coords();
-        }
-    }
+    SurfaceRecord record(nk_bld_srf(shape.dimension, 7, u.degree, v.degree, u.spans, v.spans,
+                                    shape.rational ? 1 : 0, 0, 1, 0));
+    knotwork_measures::fillRecord(record.get(), u.knots.data(), v.knots.data(), net.data(),
+                                  shape.coords());
     return record;
 }
 
 void checkSurface(Bytes& bytes, const Direction& u, const Direction& v, const Numbers& net,
                   Shape shape)
 {
-    const Surface record = buildSurface(u, v, net, shape);
+    const SurfaceRecord record = buildSurface(u, v, net, shape);
     AP_SURFACE surface(record.get(), 0);
-    const Surface back(surface.NKLIB(), nk_free_srf);
+    const SurfaceRecord back(surface.NKLIB());
     requireSame(surface.CV(), net.data(), net.size(), "a surface has its record's points");
     DoubleVec uKnots(static_cast<unsigned>(u.knots.size()) + 2u);
     DoubleVec vKnots(static_cast<unsigned>(v.knots.size()) + 2u);
@@ -274,12 +260,9 @@ void checkSurface(Bytes& bytes, const Direction& u, const Direction& v, const Nu
 
 void runSpoiltCurve(Bytes& bytes, const Direction& along, const Numbers& net, Shape shape)
 {
-    const Curve bridged = buildCurve(along, net, shape);
-    const Curve read = buildCurve(along, net, shape);
-    for (int n = bytes.below(4); n > 0; --n) {
-        spoil(bytes, bridged.get(), false);
-        spoil(bytes, read.get(), true);
-    }
+    const SplineRecord bridged = buildCurve(along, net, shape);
+    const SplineRecord read = buildCurve(along, net, shape);
+    spoilBoth(bytes, bridged.get(), read.get());
     crossBridge(bridged.get(), along, shape.coords());
     AP_SPLINE curve(read.get());
     const int order = bytes.below(4);
@@ -289,19 +272,16 @@ void runSpoiltCurve(Bytes& bytes, const Direction& along, const Numbers& net, Sh
     rows.resize(static_cast<std::size_t>(curve.WorkspaceSize(order)));
     curve.eval(rows.data(), bytes.anyDouble(), order);
     curve.Box(1);
-    const Curve back(curve.NKLIB(), nk_free_bs);
+    const SplineRecord back(curve.NKLIB());
     require(back != nullptr, "a curve makes a record");
 }
 
 void runSpoiltSurface(Bytes& bytes, const Direction& u, const Direction& v, const Numbers& net,
                       Shape shape)
 {
-    const Surface bridged = buildSurface(u, v, net, shape);
-    const Surface read = buildSurface(u, v, net, shape);
-    for (int n = bytes.below(4); n > 0; --n) {
-        spoil(bytes, bridged.get(), false);
-        spoil(bytes, read.get(), true);
-    }
+    const SurfaceRecord bridged = buildSurface(u, v, net, shape);
+    const SurfaceRecord read = buildSurface(u, v, net, shape);
+    spoilBoth(bytes, bridged.get(), read.get());
     crossBridge(bridged.get(), u, v, shape.coords());
     AP_SURFACE surface(read.get(), bytes.below(2));
     surface.uinsert(bytes.anyDouble(), bytes.below(3));
@@ -310,17 +290,11 @@ void runSpoiltSurface(Bytes& bytes, const Direction& u, const Direction& v, cons
     Numbers room(static_cast<std::size_t>(surface.WorkspaceSize(order)));
     surface.eval(room.data(), bytes.anyDouble(), bytes.anyDouble(), order);
     surface.Box(1);
-    const Surface back(surface.NKLIB(), nk_free_srf);
+    const SurfaceRecord back(surface.NKLIB());
     require(back != nullptr, "a surface makes a record");
 }
 
 }  // namespace
-
-extern "C" int LLVMFuzzerInitialize(int*, char***)
-{
-    setLXErrHandler(knotwork_fuzz::throwUnlessWarning);
-    return 0;
-}
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
@@ -331,20 +305,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const bool hostile = spoilt && (mode & 4) != 0;
     const Shape shape = {bytes.between(1, 4), bytes.flag()};
     const Direction u = direction(bytes, hostile);
-    if (!isSurface) {
-        const Numbers net = points(bytes, u.count(), shape.dimension, shape.rational, hostile);
-        if (spoilt)
-            runSpoiltCurve(bytes, u, net, shape);
-        else
-            checkCurve(bytes, u, net, shape);
-        return 0;
-    }
-    const Direction v = direction(bytes, hostile);
-    const Numbers net =
-        points(bytes, u.count() * v.count(), shape.dimension, shape.rational, hostile);
-    if (spoilt)
-        runSpoiltSurface(bytes, u, v, net, shape);
+    const Direction v = isSurface ? direction(bytes, hostile) : u;
+    const int count = u.count() * (isSurface ? v.count() : 1);
+    const Numbers net = points(bytes, count, shape.dimension, shape.rational, hostile);
+    if (isSurface)
+        (spoilt ? runSpoiltSurface : checkSurface)(bytes, u, v, net, shape);
     else
-        checkSurface(bytes, u, v, net, shape);
+        (spoilt ? runSpoiltCurve : checkCurve)(bytes, u, net, shape);
     return 0;
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <algorithm>
+#include <functional>
 
 #include "fuzz/ViewModel.h"
 #include "knotwork/linalg/IntVec.h"
@@ -26,59 +26,58 @@ class MatrixRun {
         const int m = bytes.below(kMostRows);
         const int n = bytes.below(kMostRows);
         const T x = static_cast<T>(bytes.between(-50, 50));
-        switch (bytes.below(12)) {
-            case 0:
-                become(a, fresh(m, n, x));
-                break;
-            case 1:
-                become(a, b);
-                break;
-            case 2: {
-                const unsigned code = codeRaisedBy([&] { a.real = b.real; });
-                const bool fits = a.rows == b.rows && a.cols == b.cols;
-                require(code == (fits ? 0u : 0x4004u), "another shape is an error");
-                if (fits) a.model.write(b.model.values());
-                break;
-            }
-            case 3:
-                resize(a, m, n);
-                break;
-            case 4:
+        const auto fill = [&](unsigned error, bool holds, auto line, auto inside) {
+            const auto set = [&] {
+                Vec view = line();
+                view = x;
+            };
+            if (!raisesUnless(holds, error, set)) return;
+            for (int j = 0; j < a.cols; ++j)
+                for (int i = 0; i < a.rows; ++i)
+                    if (inside(i, j)) a.at(i, j) = x;
+        };
+        const std::function<void()> steps[] = {
+            [&] { become(a, fresh(m, n, x)); },
+            [&] { become(a, b); },
+            [&] {
+                if (raisesUnless(a.rows == b.rows && a.cols == b.cols, 0x4004,
+                                 [&] { a.real = b.real; }))
+                    a.model.write(b.model.values());
+            },
+            [&] { resize(a, m, n); },
+            [&] {
                 a.real.deepenShallowCopy();
                 a.model = Model<T>::of(a.model.values());
-                break;
-            case 5: {
-                const unsigned code = codeRaisedBy([&] { a.real.bcset(m - 1, n - 1, x); });
-                const bool holds = m > 0 && m <= a.rows && n > 0 && n <= a.cols;
-                require(code == (holds ? 0u : 0x4005u), "an element outside is an error");
-                if (holds) a.at(m - 1, n - 1) = x;
-                break;
-            }
-            case 6:
-                fillLine(
-                    a, 0x4007, n < a.cols, [&] { return a.real.bccol(n); }, x,
+            },
+            [&] {
+                if (raisesUnless(m > 0 && m <= a.rows && n > 0 && n <= a.cols, 0x4005,
+                                 [&] { a.real.bcset(m - 1, n - 1, x); }))
+                    a.at(m - 1, n - 1) = x;
+            },
+            [&] {
+                fill(
+                    0x4007, n < a.cols, [&] { return a.real.bccol(n); },
                     [&](int, int j) { return j == n; });
-                break;
-            case 7:
-                fillLine(
-                    a, 0x4006, m < a.rows, [&] { return a.real.bcrow(m); }, x,
+            },
+            [&] {
+                fill(
+                    0x4006, m < a.rows, [&] { return a.real.bcrow(m); },
                     [&](int i, int) { return i == m; });
-                break;
-            case 8:
-                fillLine(
-                    a, 0x4008, n - m < a.cols && m - n < a.rows,
-                    [&] { return a.real.bcdiagonal(n - m); }, x,
+            },
+            [&] {
+                fill(
+                    0x4008, n - m < a.cols && m - n < a.rows,
+                    [&] { return a.real.bcdiagonal(n - m); },
                     [&](int i, int j) { return j - i == n - m; });
-                break;
-            case 9:
-                pick(bytes, a, b, x);
-                break;
-            case 10:
-                become(a, transposed(b));
-                break;
-            default:
-                multiply(a, b, any(bytes));
-        }
+            },
+            [&] { pick(bytes, a, b, x); },
+            [&] {
+                become(a, made(b.cols, b.rows, transpose(b.real),
+                               [&](int i, int j) { return b.at(j, i); }));
+            },
+            [&] { multiply(a, b, any(bytes)); },
+        };
+        steps[bytes.below(12)]();
         for (const Slot& slot : slots_) compare(slot);
     }
 
@@ -99,6 +98,17 @@ class MatrixRun {
         const std::vector<T> values(static_cast<std::size_t>(m * n), x);
         return {Mat(static_cast<unsigned>(m), static_cast<unsigned>(n), x), Model<T>::of(values), m,
                 n};
+    }
+
+    /// A matrix that holds what a function says.
+    template <class At>
+    static Slot made(int m, int n, const Mat& real, At at)
+    {
+        Slot result = fresh(m, n, T{0});
+        for (int j = 0; j < n; ++j)
+            for (int i = 0; i < m; ++i) result.at(i, j) = at(i, j);
+        result.real.reference(real);
+        return result;
     }
 
     Slot& any(Bytes& bytes) { return slots_[static_cast<std::size_t>(bytes.below(kSlots))]; }
@@ -126,26 +136,9 @@ class MatrixRun {
     {
         a.real.resize(static_cast<unsigned>(m), static_cast<unsigned>(n));
         if (m == a.rows && n == a.cols) return;
-        Slot grown = fresh(m, n, T{0});
-        for (int j = 0; j < std::min(n, a.cols); ++j)
-            for (int i = 0; i < std::min(m, a.rows); ++i) grown.at(i, j) = a.at(i, j);
-        a.model = grown.model;
-        a.rows = m;
-        a.cols = n;
-    }
-
-    template <class Line, class Inside>
-    static void fillLine(Slot& a, unsigned error, bool holds, Line line, T x, Inside inside)
-    {
-        const unsigned code = codeRaisedBy([&] {
-            Vec view = line();
-            view = x;
-        });
-        require(code == (holds ? 0u : error), "a line outside is an error");
-        if (!holds) return;
-        for (int j = 0; j < a.cols; ++j)
-            for (int i = 0; i < a.rows; ++i)
-                if (inside(i, j)) a.at(i, j) = x;
+        become(a, made(m, n, a.real, [old = a](int i, int j) {
+                   return i < old.rows && j < old.cols ? old.at(i, j) : T{0};
+               }));
     }
 
     static IntVec indices(Bytes& bytes, int below)
@@ -162,40 +155,28 @@ class MatrixRun {
         const IntVec cols = indices(bytes, b.cols);
         auto choice = b.real(rows, cols);
         const Mat gathered(choice);
-        Slot result = fresh(static_cast<int>(rows.length()), static_cast<int>(cols.length()), x);
-        for (int j = 0; j < result.cols; ++j)
-            for (int i = 0; i < result.rows; ++i) result.at(i, j) = b.at(rows(i), cols(j));
+        const int m = static_cast<int>(rows.length());
+        const int n = static_cast<int>(cols.length());
+        const Slot result =
+            made(m, n, gathered, [&](int i, int j) { return b.at(rows(i), cols(j)); });
         choice = x;
-        for (int j = 0; j < result.cols; ++j)
-            for (int i = 0; i < result.rows; ++i) b.at(rows(i), cols(j)) = x;
-        result.real.reference(gathered);
+        for (int j = 0; j < n; ++j)
+            for (int i = 0; i < m; ++i) b.at(rows(i), cols(j)) = x;
         become(a, result);
-    }
-
-    static Slot transposed(const Slot& b)
-    {
-        Slot result = fresh(b.cols, b.rows, T{0});
-        for (int j = 0; j < b.cols; ++j)
-            for (int i = 0; i < b.rows; ++i) result.at(j, i) = b.at(i, j);
-        result.real.reference(transpose(b.real));
-        return result;
     }
 
     static void multiply(Slot& target, const Slot& a, const Slot& b)
     {
         Mat real;
-        const unsigned code = codeRaisedBy([&] { real.reference(product(a.real, b.real)); });
-        require(code == (a.cols == b.rows ? 0u : 0x4016u), "shapes that do not fit are an error");
-        if (code != 0) return;
-        Slot result = fresh(a.rows, b.cols, T{0});
-        for (int j = 0; j < b.cols; ++j)
-            for (int i = 0; i < a.rows; ++i) {
-                T total{0};
-                for (int k = 0; k < a.cols; ++k) total = plus(total, times(a.at(i, k), b.at(k, j)));
-                result.at(i, j) = total;
-            }
-        result.real.reference(real);
-        become(target, result);
+        if (!raisesUnless(a.cols == b.rows, 0x4016,
+                          [&] { real.reference(product(a.real, b.real)); }))
+            return;
+        become(target, made(a.rows, b.cols, real, [&](int i, int j) {
+                   T total{0};
+                   for (int k = 0; k < a.cols; ++k)
+                       total = plus(total, times(a.at(i, k), b.at(k, j)));
+                   return total;
+               }));
     }
 
     std::vector<Slot> slots_;

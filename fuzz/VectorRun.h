@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <functional>
 
 #include "fuzz/ViewModel.h"
 #include "knotwork/linalg/IntVec.h"
@@ -13,6 +14,7 @@ template <class Vec>
 class VectorRun {
   public:
     using T = typename Vec::Element;
+    using Values = std::vector<T>;
 
     VectorRun()
     {
@@ -25,77 +27,57 @@ class VectorRun {
         Slot& b = any(bytes);
         const int n = bytes.below(kMostElements);
         const T x = number(bytes);
-        switch (bytes.below(17)) {
-            case 0:
-                a.real.reference(Vec(static_cast<unsigned>(n), x));
-                a.model = Model<T>::of(std::vector<T>(static_cast<std::size_t>(n), x));
-                break;
-            case 1:
-                a.real.reference(b.real);
-                a.model = b.model;
-                break;
-            case 2:
-                slice(bytes, a, b);
-                break;
-            case 3:
-                if (b.model.length() == 0) break;
-                a.real.reference(reverse(b.real));
-                a.model = b.model.slice(b.model.length() - 1, b.model.length(), -1);
-                break;
-            case 4:
-                assign(a, b);
-                break;
-            case 5:
+        const auto filled = [&](int length) {
+            return Model<T>::of(Values(std::size_t(length), x));
+        };
+        const std::function<void()> steps[] = {
+            [&] { become(a, Vec(static_cast<unsigned>(n), x), filled(n)); },
+            [&] { become(a, b.real, b.model); },
+            [&] { slice(bytes, a, b); },
+            [&] {
+                const int last = b.model.length() - 1;
+                if (last >= 0) become(a, reverse(b.real), b.model.slice(last, last + 1, -1));
+            },
+            [&] {
+                if (raisesUnless(a.model.length() == b.model.length(), 0x300F,
+                                 [&] { a.real = b.real; }))
+                    a.model.write(b.model.values());
+            },
+            [&] {
                 a.real = x;
-                a.model.write(std::vector<T>(a.model.places.size(), x));
-                break;
-            case 6:
-                resize(a, n);
-                break;
-            case 7:
+                a.model.write(Values(a.model.places.size(), x));
+            },
+            [&] { resize(a, n); },
+            [&] {
                 a.real.reshape(static_cast<unsigned>(n));
-                if (n != a.model.length())
-                    a.model = Model<T>::of(std::vector<T>(static_cast<std::size_t>(n)));
+                if (n != a.model.length()) a.model = filled(n);
                 a.real = x;
-                a.model.write(std::vector<T>(a.model.places.size(), x));
-                break;
-            case 8: {
-                const Vec copied = b.real.copy();
-                a.real.reference(copied);
-                a.model = Model<T>::of(b.model.values());
-                break;
-            }
-            case 9:
+                a.model.write(Values(a.model.places.size(), x));
+            },
+            [&] { become(a, b.real.copy(), Model<T>::of(b.model.values())); },
+            [&] {
                 a.real.deepenShallowCopy();
                 a.model = Model<T>::of(a.model.values());
                 require(a.real.stride() == 1, "a private copy is contiguous");
-                break;
-            case 10:
-                writeChecked(a, bytes.between(-3, kMostElements), x);
-                break;
-            case 11:
-                add(a, b);
-                break;
-            case 12: {
-                if (!apart(a, a)) break;
+            },
+            [&] {
+                const int i = bytes.between(-3, kMostElements);
+                if (raisesUnless(i >= 0 && i < a.model.length(), 0x3005, [&] { a.real[i] = x; }))
+                    a.model.at(i) = x;
+            },
+            [&] { add(a, b); },
+            [&] {
+                if (!apart(a, a)) return;
                 a.real += x;
-                std::vector<T> sums = a.model.values();
-                for (T& e : sums) e = plus(e, x);
-                a.model.write(sums);
-                break;
-            }
-            case 13:
-                scatter(bytes, a, b, x);
-                break;
-            case 14:
-                gather(bytes, a, b);
-                break;
-            case 15:
-                accumulate(a, b);
-                break;
-            default:
-                require(searches(a), "searches find what a loop finds");
-        }
+                for (const std::size_t place : a.model.places)
+                    (*a.model.block)[place] = plus((*a.model.block)[place], x);
+            },
+            [&] { scatter(bytes, a, b, x); },
+            [&] { gather(bytes, a, b); },
+            [&] { accumulate(a, b); },
+            [&] { require(searches(a), "searches find what a loop finds"); },
+        };
+        steps[bytes.below(17)]();
         for (const Slot& slot : slots_) compare(slot);
     }
 
@@ -131,37 +113,26 @@ class VectorRun {
         const int length = b.model.length();
         const int last = start + (n - 1) * stride;
         const bool fits = n == 0 || (start >= 0 && start < length && last >= 0 && last < length);
-        const unsigned code =
-            codeRaisedBy([&] { b.real.sliceCheck(start, static_cast<unsigned>(n), stride); });
-        require(code == (fits ? 0u : 0x300Cu), "slices that do not fit are found");
-        if (!fits || n == 0) return;
-        a.real.reference(b.real.slice(start, static_cast<unsigned>(n), stride));
-        a.model = Model<T>(b.model).slice(start, n, stride);
+        const auto check = [&] { b.real.sliceCheck(start, static_cast<unsigned>(n), stride); };
+        if (raisesUnless(fits, 0x300C, check) && n > 0)
+            become(a, b.real.slice(start, static_cast<unsigned>(n), stride),
+                   b.model.slice(start, n, stride));
     }
 
-    static void assign(Slot& a, const Slot& b)
+    /// Shares; takes values, since `a` may be where they come from.
+    static void become(Slot& a, const Vec real, const Model<T> model)
     {
-        const unsigned code = codeRaisedBy([&] { a.real = b.real; });
-        const bool fits = a.model.length() == b.model.length();
-        require(code == (fits ? 0u : 0x300Fu), "another length is an error");
-        if (fits) a.model.write(b.model.values());
+        a.real.reference(real);
+        a.model = model;
     }
 
     static void resize(Slot& a, int n)
     {
         a.real.resize(static_cast<unsigned>(n));
         if (n == a.model.length()) return;
-        std::vector<T> kept = a.model.values();
+        Values kept = a.model.values();
         kept.resize(static_cast<std::size_t>(n));
         a.model = Model<T>::of(kept);
-    }
-
-    static void writeChecked(Slot& a, int i, T x)
-    {
-        const unsigned code = codeRaisedBy([&] { a.real[i] = x; });
-        const bool holds = i >= 0 && i < a.model.length();
-        require(code == (holds ? 0u : 0x3005u), "an index outside is an error");
-        if (holds) a.model.at(i) = x;
     }
 
     /// A view with distinct places, none of which b reaches by another index: whoever adds a view
@@ -177,10 +148,8 @@ class VectorRun {
     static void add(Slot& a, const Slot& b)
     {
         if (!apart(a, b)) return;
-        const unsigned code = codeRaisedBy([&] { a.real += b.real; });
-        const bool fits = a.model.length() == b.model.length();
-        require(code == (fits ? 0u : 0x300Fu), "another length is an error");
-        if (!fits) return;
+        if (!raisesUnless(a.model.length() == b.model.length(), 0x300F, [&] { a.real += b.real; }))
+            return;
         for (int i = 0; i < a.model.length(); ++i)
             a.model.at(i) = plus(a.model.at(i), b.model.at(i));
     }
@@ -203,9 +172,7 @@ class VectorRun {
             for (int k = 0; k < n; ++k) a.model.at(index(k)) = x;
             return;
         }
-        const unsigned code = codeRaisedBy([&] { pick = b.real; });
-        require(code == (n == b.model.length() ? 0u : 0x300Fu), "another length is an error");
-        if (code != 0) return;
+        if (!raisesUnless(n == b.model.length(), 0x300F, [&] { pick = b.real; })) return;
         for (int k = 0; k < n; ++k) a.model.at(index(k)) = b.model.at(k);
     }
 
@@ -213,18 +180,17 @@ class VectorRun {
     {
         const IntVec index = indices(bytes, b);
         const Vec gathered(b.real.vecPick(index));
-        std::vector<T> values;
+        Values values;
         for (int k = 0; k < static_cast<int>(index.length()); ++k)
             values.push_back(b.model.at(index(k)));
-        a.real.reference(gathered);
-        a.model = Model<T>::of(values);
+        become(a, gathered, Model<T>::of(values));
     }
 
     static void accumulate(Slot& a, const Slot& b)
     {
         const Vec running = cumsum(b.real);
         const T total = sum(b.real);
-        std::vector<T> values = b.model.values();
+        Values values = b.model.values();
         T soFar{0};
         for (T& e : values) {
             soFar = plus(soFar, e);
@@ -239,16 +205,15 @@ class VectorRun {
             require(agree(values[i], running(static_cast<int>(i))) ||
                         values[i] == running(static_cast<int>(i)),
                     "running sums agree");
-        a.model =
-            Model<T>::of(running.length() == 0
-                             ? std::vector<T>()
-                             : std::vector<T>(running.data(), running.data() + running.length()));
+        a.model = Model<T>::of(running.length() == 0
+                                   ? Values()
+                                   : Values(running.data(), running.data() + running.length()));
         a.real.reference(running);
     }
 
     static bool searches(const Slot& a)
     {
-        const std::vector<T> values = a.model.values();
+        const Values values = a.model.values();
         for (const T e : values)
             if (e != e) return true;  // how NaN orders is nobody's promise here
         if (values.empty()) return maxIndex(a.real) == -1 && minIndex(a.real) == -1;

@@ -27,30 +27,12 @@ void runAll(Bytes& bytes)
 
 }  // namespace
 
-extern "C" int LLVMFuzzerInitialize(int*, char***)
-{
-    setLXErrHandler(knotwork_fuzz::throwUnlessWarning);
-    return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     Bytes bytes(data, size);
-    switch (bytes.below(5)) {
-        case 0:
-            runAll<VectorRun<DoubleVec>>(bytes);
-            break;
-        case 1:
-            runAll<VectorRun<IntVec>>(bytes);
-            break;
-        case 2:
-            runAll<VectorRun<SCharVec>>(bytes);
-            break;
-        case 3:
-            runAll<MatrixRun<DoubleGenMat, DoubleVec>>(bytes);
-            break;
-        default:
-            runAll<MatrixRun<IntGenMat, IntVec>>(bytes);
-    }
+    void (*const runs[])(Bytes&) = {
+        runAll<VectorRun<DoubleVec>>, runAll<VectorRun<IntVec>>, runAll<VectorRun<SCharVec>>,
+        runAll<MatrixRun<DoubleGenMat, DoubleVec>>, runAll<MatrixRun<IntGenMat, IntVec>>};
+    runs[bytes.below(5)](bytes);
     return 0;
 }

@@ -132,7 +132,7 @@ int basisRow(const BsplineBasis& basis, double t, int derivative, Quad* row)
     const std::vector<double>& knots = basis.knots();
     const int p = basis.degree();
     const int s = spanOf(basis, t);
-    row[0] = 1;
+    row[0] = derivative > p ? 0 : 1;
     for (int q = 1; q <= p; ++q) {
         const bool differentiate = q > p - derivative;
         for (int j = q; j >= 0; --j) {  // function i of degree q, from i and i + 1 of degree q - 1

@@ -1,51 +1,36 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
 #include <cstdlib>
 #include <new>
 
 #include "knotwork/approx/AP_EVAL_CONST_PARM.h"
 #include "knotwork/approx/AP_EVAL_NORM_CONST_PARM.h"
 #include "tests/approx/Oracle.h"
+#include "tests/support/Testing.h"
 
 // The address sanitizer keeps its own operators, which see more.
 #ifndef __SANITIZE_ADDRESS__
 
 namespace {
 
+using namespace knotwork_test;
+
 int allocations = 0;
 
-void* counted(std::size_t size)
+}  // namespace
+
+// The forms for arrays and with sizes end here, as the standard has it.
+void* operator new(std::size_t size)
 {
     ++allocations;
     void* block = std::malloc(size > 0 ? size : 1);
     if (block == nullptr) throw std::bad_alloc();
     return block;
 }
-
-}  // namespace
-
-void* operator new(std::size_t size)
-{
-    return counted(size);
-}
-void* operator new[](std::size_t size)
-{
-    return counted(size);
-}
 void operator delete(void* block) noexcept
 {
     std::free(block);
 }
-void operator delete[](void* block) noexcept
-{
-    std::free(block);
-}
 void operator delete(void* block, std::size_t) noexcept
-{
-    std::free(block);
-}
-void operator delete[](void* block, std::size_t) noexcept
 {
     std::free(block);
 }

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
-#include <numeric>
-
 #include "tests/approx/Oracle.h"
+#include "tests/support/Testing.h"
 
 namespace {
+
+using namespace knotwork_test;
 
 constexpr double kTolerance = 1e-12;  // times the sum of the terms' magnitudes
 

@@ -1,14 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "knotwork/approx/AP_EVAL_CONST_PARM.h"
 #include "knotwork/approx/AP_EVAL_NORM_CONST_PARM.h"
 #include "tests/approx/Oracle.h"
+#include "tests/support/Testing.h"
 
 namespace {
 
-using testing::ElementsAre;
+using namespace knotwork_test;
 
 const char* const kOverflow = "Workspace OVERFLOW!!!\n";
 

@@ -1,33 +1,23 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
 #include <cstdio>
-#include <memory>
 #include <random>
-#include <string>
-#include <vector>
 
 #include "knotwork/approx/AP_SPLINE.h"
 #include "knotwork/approx/AP_SURFACE.h"
-#include "knotwork/platform/kernel.h"
+#include "measures/FitOracle.h"
+#include "measures/KernelRecords.h"
+#include "tests/support/Testing.h"
 
-// Random curves and surfaces, and what they should be: basis functions by the textbook recursion of
-// Cox and de Boor in long double, on one span's polynomials. Nothing here calls the code under
-// test.
+/// Random curves and surfaces, and what they should be: basis functions by the textbook recursion,
+/// on one span's polynomials. Nothing here calls the code under test.
+namespace knotwork_test {
 
-using Numbers = std::vector<double>;
 using Real = long double;
 
-template <class Record, void (*kFree)(Record*)>
-struct Freer {
-    void operator()(Record* record) const { kFree(record); }
-};
-using SplineRecord = std::unique_ptr<nk_spline, Freer<nk_spline, nk_free_bs>>;
-using SurfaceRecord = std::unique_ptr<nk_surface, Freer<nk_surface, nk_free_srf>>;
+using knotwork_measures::SplineRecord;
+using knotwork_measures::SurfaceRecord;
 
 struct Direction {
     int degree = 0;
@@ -50,23 +40,10 @@ struct Direction {
         Numbers full = knots;
         full.insert(full.begin(), full.front());
         full.push_back(full.back());
-        const auto at = [&](int i) { return Real{full[static_cast<std::size_t>(i)]}; };
-        const auto ratio = [](Real a, Real width) { return width == 0 ? Real{0} : a / width; };
-        std::vector<Real> n(full.size(), 0);  // n[i] spans full knots i ... i + q + 1
-        n[static_cast<std::size_t>(span + degree)] = 1;
-        for (int q = 1; q <= degree; ++q)
-            for (int i = 0; i + q + 1 < static_cast<int>(full.size()); ++i) {
-                const auto k = static_cast<std::size_t>(i);
-                const Real rise = at(i + q) - at(i);
-                const Real fall = at(i + q + 1) - at(i + 1);
-                if (q > degree - m)
-                    n[k] = q * (ratio(n[k], rise) - ratio(n[k + 1], fall));
-                else
-                    n[k] =
-                        ratio(t - at(i), rise) * n[k] + ratio(at(i + q + 1) - t, fall) * n[k + 1];
-            }
-        if (m > degree) std::fill(n.begin(), n.end(), Real{0});
-        return {n.begin() + span, n.begin() + span + degree + 1};
+        knotwork_measures::Quad row[knotwork::BsplineBasis::kMostDegree + 1];
+        const knotwork::BsplineBasis functions(degree, full);
+        EXPECT_EQ(knotwork_measures::basisRow(functions, t, m, row), span);
+        return {row, row + degree + 1};
     }
 };
 
@@ -164,20 +141,9 @@ inline SurfaceRecord makeSurfaceRecord(int d, const Direction& u, const Directio
 {
     SurfaceRecord record(
         nk_bld_srf(d, 7, u.degree, v.degree, u.spans(), v.spans(), rationalU, rationalV, 1, 2));
-    const double* next = points.data();
     const int coords = rationalU != 0 || rationalV != 0 ? d + 1 : d;
-    const double* vKnot = v.knots.data();
-    for (nk_srf_node* row = NKI_getFirstSurfaceNode(record.get()); row != nullptr;
-         row = row->nextV, ++vKnot) {
-        const double* uKnot = u.knots.data();
-        for (nk_srf_node* node = row; node != nullptr; node = node->nextU) {
-            *node->uKnot = *uKnot++;
-            *node->vKnot = *vKnot;
-            if (node->point == nullptr) continue;
-            std::copy_n(next, coords, node->point);
-            next += coords;
-        }
-    }
+    knotwork_measures::fillRecord(record.get(), u.knots.data(), v.knots.data(), points.data(),
+                                  coords);
     return record;
 }
 
@@ -199,3 +165,5 @@ std::string printed(const Geometry& geometry)
     std::fclose(file);
     return text;
 }
+
+}  // namespace knotwork_test

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "tests/approx/Oracle.h"
+#include "tests/support/Testing.h"
 
 namespace {
+
+using namespace knotwork_test;
 
 /// All that a record says, with cells named by the node that they were first met at.
 struct Contents {

@@ -1,17 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "knotwork/approx/AP_SURFACE.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <csignal>
 #include <cstdlib>
 
 #include "tests/approx/Oracle.h"
+#include "tests/support/Testing.h"
 
 namespace {
 
-using testing::ElementsAre;
+using namespace knotwork_test;
 
 constexpr double kTolerance = 1e-12;  // times the sum of the terms' magnitudes
 
@@ -83,28 +81,6 @@ TEST(SurfaceEvalTest, PartialsMatchTheTextbookRecursionAndLieWhereStated)
                     << "round " << round << " at " << u << ", " << v << ", orders " << i << ", "
                     << j << ": " << out[at];
         }
-    }
-}
-
-TEST(SurfaceEvalTest, ExchangingTheDirectionsExchangesTheOrders)
-{
-    Generator random(8);
-    for (int round = 0; round < 200; ++round) {
-        const Direction u = random.direction(random.integer(1, 5));
-        const Direction v = random.direction(random.integer(1, 5));
-        const Numbers points = random.points(u.count() * v.count(), 2, false);
-        const SurfaceRecord record = makeSurfaceRecord(2, u, v, points, 0, 0);
-        const AP_SURFACE straight(record.get(), 0);
-        const AP_SURFACE swapped(record.get(), 1);
-        const double s = random.parameter(u);
-        const double t = random.parameter(v);
-        Numbers a(12);
-        Numbers b(12);
-        straight.eval(s, t, 2, &a[0], &a[2], &a[4], &a[6], &a[8], &a[10]);
-        swapped.eval(t, s, 2, &b[0], &b[4], &b[2], &b[10], &b[8], &b[6]);
-        // Derivatives grow with the inverse of the narrowest step, 1e-3, at each order.
-        for (std::size_t i = 0; i < a.size(); ++i)
-            EXPECT_NEAR(a[i], b[i], kTolerance * std::pow(1e4, i < 2 ? 0 : i < 6 ? 1 : 2)) << i;
     }
 }
 

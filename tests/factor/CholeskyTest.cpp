@@ -1,42 +1,30 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <numeric>
-#include <vector>
-
 #include "knotwork/factor/TriangularSolve.h"
 #include "knotwork/factor/linpack.h"
-#include "tests/factor/CholeskyChecks.h"
+#include "measures/CholeskyChecks.h"
 #include "tests/factor/ExpectBounds.h"
+#include "tests/support/Testing.h"
 
 namespace {
 
 namespace linpack = knotwork::linpack;
-using checks::frobeniusNorm;
-using checks::kEps;
-using checks::Kind;
-using checks::kNaN;
-using checks::kTrials;
-using checks::randomRows;
-using checks::ratioOf;
-using checks::Worst;
-using knotwork_test::Dice;
+using namespace knotwork_measures;
+using namespace knotwork_test;
 
 }  // namespace
 
 TEST(CholeskyTest, FactorsReconstructAndPivotsFollowTheirSpecifiers)
 {
-    checks::CholeskyRatios ratios;
+    CholeskyRatios ratios;
     for (unsigned trial = 0; trial < kTrials; ++trial) {
         SCOPED_TRACE(trial);
-        checks::CholeskyProblem problem(trial);
+        CholeskyProblem problem(trial);
         const int p = static_cast<int>(problem.a.rows());
         const int job = problem.kind == Kind::kTall && trial % 8 == 0 ? 0 : 1;
         std::vector<int> specifiers(static_cast<std::size_t>(p), 0);
         if (problem.kind == Kind::kTall && job == 1)
             for (int& s : specifiers) s = static_cast<int>(problem.dice.below(5)) - 2;
-        checks::CholeskyFactors f(problem.a, specifiers, job);
+        CholeskyFactors f(problem.a, specifiers, job);
 
         if (problem.kind != Kind::kIndefinite) {
             EXPECT_EQ(f.info, problem.rank);
@@ -48,8 +36,8 @@ TEST(CholeskyTest, FactorsReconstructAndPivotsFollowTheirSpecifiers)
             std::iota(order.begin(), order.end(), 1);
         }
         for (int& column : order) --column;
-        ASSERT_TRUE(std::is_permutation(order.begin(), order.end(),
-                                        checks::randomOrder(p, problem.dice).begin()));
+        ASSERT_TRUE(
+            std::is_permutation(order.begin(), order.end(), randomOrder(p, problem.dice).begin()));
         int before = 2;
         for (std::size_t i = 0; job == 1 && i < order.size(); ++i) {
             const int specifier = specifiers[static_cast<std::size_t>(order[i])];
@@ -71,15 +59,15 @@ TEST(CholeskyTest, FactorsReconstructAndPivotsFollowTheirSpecifiers)
         ratios.seeSolution(product, rhs, b, trial);
         if (HasFailure()) return;
     }
-    checks::expectBounds(ratios);
+    expectBounds(ratios);
 }
 
 TEST(CholeskyTest, UpdatesDowndatesAndShiftsActOnTheDataBehindTheFactor)
 {
-    checks::UpdateRatios ratios;
+    UpdateRatios ratios;
     for (unsigned trial = 0; trial < kTrials; ++trial) ASSERT_TRUE(ratios.see(trial)) << trial;
     EXPECT_GE(ratios.updated.count(), 20000);
-    checks::expectBounds(ratios);
+    expectBounds(ratios);
 }
 
 TEST(TriangularSolveTest, EveryFormLeavesASmallResidual)

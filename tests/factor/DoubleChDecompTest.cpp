@@ -1,27 +1,19 @@
 // SPDX-License-Identifier: MIT
 #include "knotwork/factor/DoubleChDecomp.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <limits>
-
-#include "tests/factor/MatrixChecks.h"
+#include "measures/MatrixChecks.h"
 #include "tests/support/Arrays.h"
+#include "tests/support/Testing.h"
 
 namespace {
 
-using checks::kEps;
-using knotwork_test::elements;
-using knotwork_test::mat;
-using knotwork_test::vec;
+using namespace knotwork_test;
 using testing::DoubleEq;
 using testing::DoubleNear;
-using testing::ElementsAre;
 
 DoubleChDecomp factored(unsigned p = 3)
 {
-    return DoubleChDecomp(checks::identity(p));
+    return DoubleChDecomp(knotwork_measures::identity(p));
 }
 
 }  // namespace
@@ -35,7 +27,7 @@ TEST(DoubleChDecompTest, JudgesAFactorByWhatItsRulesSay)
         int isPD, last, good;
         double condition;
     } const cases[] = {
-        {"identity", checks::identity(3), 1, 2, 1, 0.0},  // all positive has none
+        {"identity", knotwork_measures::identity(3), 1, 2, 1, 0.0},  // all positive has none
         {"empty", DoubleGenMat(), 1, -1, 1, 0.0},
         {"semidefinite", mat({{4, 0}, {0, 0}}), 0, 0, 1, 0.0},
         {"indefinite", mat({{4, 0}, {0, -1}}), 0, 0, 0, 0.25},

@@ -1,23 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "knotwork/factor/DoubleGenFact.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <limits>
-#include <vector>
-
 #include "tests/support/Arrays.h"
 #include "tests/support/RecordingHandler.h"
+#include "tests/support/Testing.h"
 
 namespace {
 
 using namespace knotwork_test;
-using testing::ElementsAre;
-
-constexpr double kInf = std::numeric_limits<double>::infinity();
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 const DoubleGenMat kRegular = mat({{0, 2, 1}, {1, 0, 0}, {0, 0, 4}});  // determinant -8
 const DoubleGenMat kSingular = mat({{1, 2}, {2, 4}});

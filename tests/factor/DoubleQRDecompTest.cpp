@@ -1,29 +1,18 @@
 // SPDX-License-Identifier: MIT
 #include "knotwork/factor/DoubleQRDecomp.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <cmath>
 #include <utility>
-#include <vector>
 
 #include "knotwork/factor/DoubleLeastSqQR.h"
-#include "tests/factor/MatrixFamilies.h"
+#include "measures/MatrixFamilies.h"
 #include "tests/support/Arrays.h"
 #include "tests/support/RecordingHandler.h"
+#include "tests/support/Testing.h"
 
 namespace {
 
-using checks::randomMatrix;
-using knotwork_test::codesRaisedBy;
-using knotwork_test::elements;
-using knotwork_test::mat;
-using knotwork_test::strided;
-using knotwork_test::vec;
-using testing::Each;
-using testing::ElementsAre;
-using testing::IsEmpty;
+using knotwork_measures::randomMatrix;
+using namespace knotwork_test;
 
 DoubleVec randomVector(unsigned n, std::mt19937& generator)
 {
@@ -138,8 +127,8 @@ TEST(DoubleQRDecompTest, SolutionsLeaveResidualsAcrossTheColumnsTheyUse)
         const auto n = static_cast<unsigned>(1 + generator() % 20);
         const auto p = static_cast<unsigned>(1 + generator() % 20);
         SCOPED_TRACE(testing::Message() << m << ": " << n << "x" << p);
-        const DoubleGenMat a =
-            m % 2 == 0 ? randomMatrix(n, p, generator) : checks::rankDeficient(n, p, generator);
+        const DoubleGenMat a = m % 2 == 0 ? randomMatrix(n, p, generator)
+                                          : knotwork_measures::rankDeficient(n, p, generator);
         const DoubleVec y = randomVector(n, generator);
         DoubleLeastSqQR d(a);
         d.setTolerance(1e-10);
@@ -149,8 +138,9 @@ TEST(DoubleQRDecompTest, SolutionsLeaveResidualsAcrossTheColumnsTheyUse)
         for (unsigned j = p - d.numFreeCols(); j < p; ++j)
             EXPECT_EQ(ordered(static_cast<int>(j)), 0.0);
 
-        const double size = checks::frobeniusNorm(a);
-        const double bound = 10 * checks::tolerance(a) * (size * x.vecLen() + y.vecLen());
+        const double size = knotwork_measures::frobeniusNorm(a);
+        const double bound =
+            10 * knotwork_measures::tolerance(a) * (size * x.vecLen() + y.vecLen());
         const DoubleVec left = y - product(a, x);
         EXPECT_LE((left - d.residual(y)).vecLen(), bound);
         // What the used columns span, all columns lie in: the tolerance is what divides the two.

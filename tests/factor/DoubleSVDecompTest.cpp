@@ -1,27 +1,19 @@
 // SPDX-License-Identifier: MIT
 #include "knotwork/factor/DoubleSVDecomp.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <functional>
 #include <utility>
-#include <vector>
 
 #ifdef KNOTWORK_BENCH_LAPACK
 #include "bench/LapackFactors.h"
 #endif
+#include "measures/MatrixFamilies.h"
+#include "measures/SvdChecks.h"
 #include "tests/factor/ExpectBounds.h"
-#include "tests/factor/MatrixFamilies.h"
-#include "tests/factor/SvdChecks.h"
-#include "tests/support/CaseName.h"
+#include "tests/support/Testing.h"
 
 namespace {
 
-using checks::Family;
-using checks::randomMatrix;
+using namespace knotwork_measures;
 
 void expectStatus(const DoubleGenMat& a, const DoubleSVDecomp& d, unsigned leftVecs)
 {
@@ -39,9 +31,9 @@ void expectStatus(const DoubleGenMat& a, const DoubleSVDecomp& d, unsigned leftV
 void expectDecomposition(const DoubleGenMat& a, const DoubleSVDecomp& d)
 {
     expectStatus(a, d, a.rows());
-    checks::SvdRatios ratios;
+    SvdRatios ratios;
     ratios.seeFactors(a, d.leftVecs(), d.singularValues(), d.rightVecs(), 0);
-    checks::expectBounds(ratios);
+    expectBounds(ratios);
 }
 
 /// What a caller can see of a decomposition, in storage of its own.
@@ -68,9 +60,9 @@ class SvdPropertyTest : public testing::TestWithParam<Family> {};
 
 TEST_P(SvdPropertyTest, HoldsForEveryMatrix)
 {
-    checks::SvdRatios ratios;
-    for (unsigned seed = 0; seed < checks::kMatrices; ++seed) {
-        const DoubleGenMat a = checks::Sample(GetParam(), seed).a;
+    SvdRatios ratios;
+    for (unsigned seed = 0; seed < kMatrices; ++seed) {
+        const DoubleGenMat a = Sample(GetParam(), seed).a;
         SCOPED_TRACE(testing::Message() << a.rows() << "x" << a.cols() << " seed " << seed);
         const DoubleGenMat before = a.copy();
         DoubleSVDecomp d;
@@ -89,12 +81,12 @@ TEST_P(SvdPropertyTest, HoldsForEveryMatrix)
 #endif
         if (HasFailure()) return;
     }
-    checks::expectBounds(ratios);
+    expectBounds(ratios);
 }
 
-INSTANTIATE_TEST_SUITE_P(ScaleFree, SvdPropertyTest, testing::ValuesIn(checks::kScaleFreeFamilies),
+INSTANTIATE_TEST_SUITE_P(ScaleFree, SvdPropertyTest, testing::ValuesIn(kScaleFreeFamilies),
                          knotwork_test::CaseName());
-INSTANTIATE_TEST_SUITE_P(Extreme, SvdPropertyTest, testing::ValuesIn(checks::kExtremeFamilies),
+INSTANTIATE_TEST_SUITE_P(Extreme, SvdPropertyTest, testing::ValuesIn(kExtremeFamilies),
                          knotwork_test::CaseName());
 
 }  // namespace

@@ -1,13 +1,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <gtest/gtest.h>
+#include "measures/Worst.h"
+#include "tests/support/Testing.h"
 
-#include <string>
-
-#include "tests/factor/Worst.h"
-
-namespace checks {
+namespace knotwork_measures {
 
 /// Fails where a ratio of these (`for (const Worst* w : ratios.all())`) is not below its bound, and
 /// keeps the figures in the test's report.
@@ -20,4 +17,4 @@ void expectBounds(const Ratios& ratios)
     }
 }
 
-}  // namespace checks
+}  // namespace knotwork_measures

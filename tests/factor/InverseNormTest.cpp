@@ -1,24 +1,17 @@
 // SPDX-License-Identifier: MIT
 #include "knotwork/factor/InverseNorm.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
 #include <utility>
-#include <vector>
 
 #include "knotwork/factor/BandTriangle.h"
 #include "knotwork/factor/BlockedQR.h"
 #include "tests/support/Arrays.h"
+#include "tests/support/Testing.h"
 
-using knotwork::BandTriangle;
-using knotwork::BlockedQR;
-using knotwork_test::mat;
+using namespace knotwork;
+using namespace knotwork_test;
 
 namespace {
-
-constexpr double kEps = 0x1p-52;
 
 BandTriangle bandOf(const DoubleGenMat& upper)
 {

@@ -1,38 +1,27 @@
 // SPDX-License-Identifier: MIT
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <array>
-#include <cmath>
 
+#include "measures/LeastSquaresChecks.h"
 #include "tests/factor/ExpectBounds.h"
-#include "tests/factor/LeastSquaresChecks.h"
 #include "tests/support/Arrays.h"
+#include "tests/support/Testing.h"
 
 namespace {
 
-using checks::fitOf;
-using checks::kEps;
-using checks::randomRows;
-using checks::randomVector;
-using checks::valuesFor;
-using knotwork_test::Dice;
-using knotwork_test::elements;
-using knotwork_test::mat;
-using knotwork_test::vec;
+using namespace knotwork_measures;
+using namespace knotwork_test;
 using testing::DoubleEq;
 using testing::DoubleNear;
-using testing::ElementsAre;
 
 }  // namespace
 
 TEST(LeastSquaresTest, EquationsOneByOneGiveTheBatchSolution)
 {
-    checks::LeastSquaresRatios ratios;
-    for (unsigned trial = 0; trial < checks::kTrials; ++trial)
-        ASSERT_TRUE(ratios.see(checks::Equations(trial), trial)) << trial;
+    LeastSquaresRatios ratios;
+    for (unsigned trial = 0; trial < kTrials; ++trial)
+        ASSERT_TRUE(ratios.see(TallSystem(trial), trial)) << trial;
     EXPECT_GE(ratios.oneByOne.count(), 20000);
-    checks::expectBounds(ratios);
+    expectBounds(ratios);
 }
 
 TEST(LeastSquaresTest, AThousandEquationsAddedAndWithdrawnLeaveTheSolution)

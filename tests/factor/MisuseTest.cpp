@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 // What the factorisations answer to misuse: the error, and what a host's handler that returns from
 // it gets. Nothing outside the arrays is touched then.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <csignal>
 
@@ -11,18 +9,14 @@
 #include "knotwork/factor/DoubleLeastSqInc.h"
 #include "knotwork/factor/DoubleLeastSqQR.h"
 #include "knotwork/factor/TriangularSolve.h"
-#include "tests/factor/MatrixChecks.h"
+#include "measures/MatrixChecks.h"
 #include "tests/support/Arrays.h"
 #include "tests/support/Misuse.h"
+#include "tests/support/Testing.h"
 
 namespace {
 
-using knotwork_test::elements;
-using knotwork_test::expectRaises;
-using knotwork_test::mat;
-using knotwork_test::Misuse;
-using knotwork_test::RecordingHandler;
-using testing::ElementsAre;
+using namespace knotwork_test;
 using testing::IsNan;
 
 constexpr const char* kUnsolvable =
@@ -37,7 +31,7 @@ DoubleVec twoNorms(2, 1.0);
 
 DoubleChDecomp factored()
 {
-    return DoubleChDecomp(checks::identity(3));
+    return DoubleChDecomp(knotwork_measures::identity(3));
 }
 
 DoubleLeastSqQR tall()
@@ -136,13 +130,13 @@ const Misuse kLuMisuses[] = {
     {0x5011, kUnsolvable, [] { EXPECT_EQ(singular().inverse().rows(), 0u); }},
     {0x5011, kUnsolvable, [] { EXPECT_EQ(DoubleGenFact().inverse().rows(), 0u); }},
     {0x4004, "Matrix sizes don't match (2x2) vs (3x3)",
-     [] { DoubleGenFact(checks::identity(3), 0) = singular(); }},
+     [] { DoubleGenFact(knotwork_measures::identity(3), 0) = singular(); }},
 };
 
 const Misuse kCholeskyMisuses[] = {
     {0x5010, "Matrix must have more rows than cols to be factorizable, but 2<3",
      [] {
-         DoubleChDecomp d(checks::identity(4));
+         DoubleChDecomp d(knotwork_measures::identity(4));
          d.factor(DoubleGenMat(2, 3, 1.0));
          EXPECT_EQ(d.lastPosFactor(), -2);
          EXPECT_EQ(d.fail(), 1);
@@ -185,7 +179,7 @@ const Misuse kCholeskyMisuses[] = {
     {0x5009, "Different number of residuals than data columns (0!=0)",
      [] { factored().update(kThree, nullptr, &kOne); }},
     {0x5002, "b vector length wrong (2!=3)",
-     [] { DoubleLeastSqCh(checks::identity(3)).solve(kTwo); }},
+     [] { DoubleLeastSqCh(knotwork_measures::identity(3)).solve(kTwo); }},
     {0x5002, "b vector length wrong (2!=3)", [] { expectLength(0, rankOne().solve(kTwo)); }},
     {0x5002, "b vector length wrong (2!=3)", [] { expectLength(0, rankOne().residual(kTwo)); }},
     {0x5011, kUnsolvable, [] { EXPECT_EQ(DoubleLeastSqInc(2, 1).solve(0).length(), 0u); }},
@@ -205,7 +199,7 @@ const Misuse kCholeskyMisuses[] = {
          DoubleLeastSqInc(2, 1).addEquation(x, kTwo);
      }},
     {0x5002, "b vector length wrong (3!=2)",
-     [] { knotwork::upperTriSolve(checks::identity(2), kThree); }},
+     [] { knotwork::upperTriSolve(knotwork_measures::identity(2), kThree); }},
     {0x5002, "b vector length wrong (1!=2)",
      [] { knotwork::lowerTriSolve(DoubleGenMat(5, 2, 1.0), kOne); }},
     {0x5011, kUnsolvable,
@@ -229,7 +223,7 @@ TEST(FactorMisuseTest, ARefusedFactorisationIsNoneWhetherTheHandlerThrowsOrRetur
         const auto refuse = [](auto factor) {
             try {
                 factor();
-            } catch (const knotwork_test::RaisedError&) {
+            } catch (const RaisedError&) {
             }
         };
         const DoubleGenMat wide(2u, 3u, 1.0);

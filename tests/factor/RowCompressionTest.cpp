@@ -1,22 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "knotwork/factor/RowCompression.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <vector>
-
 #include "knotwork/factor/RowStream.h"
-#include "tests/support/Dice.h"
+#include "tests/support/Testing.h"
 
-using knotwork::RowCompression;
-using knotwork::SpanRows;
-using knotwork_test::Dice;
+using namespace knotwork;
+using namespace knotwork_test;
 
 namespace {
-
-constexpr double kEps = 0x1p-52;
 
 struct RowKind {
     const char* name;

@@ -1,27 +1,16 @@
 // SPDX-License-Identifier: MIT
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <limits>
-#include <vector>
-
 #include "knotwork/factor/DoubleGenFact.h"
 #include "knotwork/factor/linpack.h"
+#include "measures/LuChecks.h"
+#include "measures/MatrixFamilies.h"
 #include "tests/factor/ExpectBounds.h"
-#include "tests/factor/LuChecks.h"
-#include "tests/factor/MatrixFamilies.h"
 #include "tests/support/Arrays.h"
-#include "tests/support/CaseName.h"
+#include "tests/support/Testing.h"
 
 namespace {
 
 using namespace knotwork::linpack;
 using namespace knotwork_test;
-using testing::ElementsAre;
-
-constexpr double kInf = std::numeric_limits<double>::infinity();
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 TEST(DgefaTest, InfoIsTheLastZeroPivotAndItsStepIsPassedOver)
 {
@@ -64,30 +53,30 @@ TEST(DgefaTest, WhatIsNotFiniteStaysInsideTheArrays)
             }
 }
 
-class LuPropertyTest : public testing::TestWithParam<checks::Family> {};
+class LuPropertyTest : public testing::TestWithParam<knotwork_measures::Family> {};
 
 TEST_P(LuPropertyTest, HoldsForEveryMatrix)
 {
-    checks::LuRatios ratios;
-    for (unsigned seed = 0; seed < checks::kMatrices; ++seed) {
-        checks::Sample sample(GetParam(), seed, checks::squareShape);
+    knotwork_measures::LuRatios ratios;
+    for (unsigned seed = 0; seed < knotwork_measures::kMatrices; ++seed) {
+        knotwork_measures::Sample sample(GetParam(), seed, knotwork_measures::squareShape);
         const DoubleGenMat& a = sample.a;
-        checks::LuFactors factors(a);
+        knotwork_measures::LuFactors factors(a);
         ASSERT_LE(factors.largestMultiplier(), 1.0) << "seed " << seed;
         ratios.seeFactors(a, factors, seed);
 
         const DoubleGenFact f(a, 1);
         if (a.rows() == 0 || f.fail() != 0) continue;
         ASSERT_EQ(f.condition(), factors.rcond);
-        const DoubleVec b = checks::randomMatrix(a.rows(), 1, sample.generator).col(0);
+        const DoubleVec b = knotwork_measures::randomMatrix(a.rows(), 1, sample.generator).col(0);
         ratios.seeSolutions(a, b, f.solve(b), factors.solve(b.copy(), 1), seed);
         const double condition = ratios.seeInverse(a, f.inverse(), factors.rcond, seed);
         ratios.seeDeterminant(a, factors, condition, seed);
     }
-    checks::expectBounds(ratios);
+    knotwork_measures::expectBounds(ratios);
 }
 
-INSTANTIATE_TEST_SUITE_P(Lu, LuPropertyTest, testing::ValuesIn(checks::kScaleFreeFamilies),
-                         knotwork_test::CaseName());
+INSTANTIATE_TEST_SUITE_P(Lu, LuPropertyTest,
+                         testing::ValuesIn(knotwork_measures::kScaleFreeFamilies), CaseName());
 
 }  // namespace

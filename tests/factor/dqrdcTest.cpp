@@ -1,36 +1,17 @@
 // SPDX-License-Identifier: MIT
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <numeric>
-#include <string>
-#include <vector>
-
 #include "knotwork/factor/linpack.h"
+#include "measures/MatrixFamilies.h"
+#include "measures/QrChecks.h"
 #include "tests/factor/ExpectBounds.h"
-#include "tests/factor/MatrixFamilies.h"
-#include "tests/factor/QrChecks.h"
-#include "tests/support/CaseName.h"
+#include "tests/support/Testing.h"
 
 namespace {
 
-using checks::frobeniusNorm;
-using checks::kEps;
-using checks::kFitted;
-using checks::kQty;
-using checks::kQy;
-using checks::kResidual;
-using checks::kSolution;
-using checks::kUntouched;
-using checks::permuted;
-using checks::QrRatios;
-using checks::randomMatrix;
-using testing::ElementsAre;
-using testing::ElementsAreArray;
+using namespace knotwork_measures;
+using namespace knotwork_test;
 
 /// Factors, and finds that nothing else was written.
-struct Factored : checks::QrFactors {
+struct Factored : QrFactors {
     Factored(const DoubleGenMat& a, int job, const std::vector<int>& specifiers = {})
         : QrFactors(a, job, specifiers)
     {
@@ -57,7 +38,7 @@ std::pair<int, int> expectPlaces(const std::vector<int>& specifiers, const std::
     return {count(-1), count(-1) + count(0)};
 }
 
-class QrFamilyTest : public testing::TestWithParam<checks::Family> {};
+class QrFamilyTest : public testing::TestWithParam<Family> {};
 
 DoubleGenMat columnsOf(std::initializer_list<std::initializer_list<double>> columns)
 {
@@ -72,8 +53,8 @@ DoubleGenMat columnsOf(std::initializer_list<std::initializer_list<double>> colu
 TEST_P(QrFamilyTest, FactorsWithinTenUnitsInTheOrderAskedFor)
 {
     QrRatios ratios;
-    for (unsigned seed = 0; seed < checks::kMatrices && !HasFailure(); ++seed) {
-        checks::Sample sample(GetParam(), seed);
+    for (unsigned seed = 0; seed < kMatrices && !HasFailure(); ++seed) {
+        Sample sample(GetParam(), seed);
         std::mt19937& generator = sample.generator;
         const DoubleGenMat& a = sample.a;
         SCOPED_TRACE(testing::Message() << a.rows() << "x" << a.cols() << " seed " << seed);
@@ -93,11 +74,10 @@ TEST_P(QrFamilyTest, FactorsWithinTenUnitsInTheOrderAskedFor)
         const int k = std::uniform_int_distribution<int>(0, f.size)(generator);
         ratios.seeProjections(f, randomMatrix(a.rows(), 1, generator).col(0), k, seed);
     }
-    checks::expectBounds(ratios);
+    expectBounds(ratios);
 }
 
-INSTANTIATE_TEST_SUITE_P(Dqrdc, QrFamilyTest, testing::ValuesIn(checks::kScaleFreeFamilies),
-                         knotwork_test::CaseName());
+INSTANTIATE_TEST_SUITE_P(Dqrdc, QrFamilyTest, testing::ValuesIn(kScaleFreeFamilies), CaseName());
 
 TEST(DqrdcTest, MoreColumnsThanAreDeferredChangeNothing)
 {
@@ -107,7 +87,7 @@ TEST(DqrdcTest, MoreColumnsThanAreDeferredChangeNothing)
     QrRatios ratios;
     ratios.seeOrder(f.r(), 0, f.p, 0);
     ratios.seeFactors(permuted(a, f.jpvt), f.q(), f.r(), 0);
-    checks::expectBounds(ratios);
+    expectBounds(ratios);
 }
 
 TEST(DqrdcTest, SpecifiersPlaceColumnsAndFreeOnesGoByNorm)
@@ -193,7 +173,7 @@ TEST(DqrslTest, WritesWhatIsAskedForAndMayShareArrays)
                                      out[0].data(), out[1].data(), out[2].data(), out[3].data(),
                                      out[4].data(), &job, &info);
             EXPECT_EQ(info, 0);
-            const checks::QrJob parts[] = {kQy, kQty, kSolution, kResidual, kFitted};
+            const QrJob parts[] = {kQy, kQty, kSolution, kResidual, kFitted};
             for (std::size_t i = 0; i < 5; ++i) {
                 const bool wanted = i == 1 ? job % 10000 != 0 : job / parts[i] % 10 != 0;
                 const DoubleVec alone = f.apply(parts[i], k, y);  // in arrays that are shared

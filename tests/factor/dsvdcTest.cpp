@@ -1,20 +1,14 @@
 // SPDX-License-Identifier: MIT
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <vector>
-
 #include "knotwork/factor/linpack.h"
-#include "tests/factor/MatrixChecks.h"
+#include "measures/MatrixChecks.h"
+#include "tests/support/Testing.h"
 
 namespace {
 
 using knotwork::linpack::dsign;
 using knotwork::linpack::dsvdc;
 
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-constexpr double kInf = std::numeric_limits<double>::infinity();
+using namespace knotwork_test;
 constexpr double kUntouched = 123.25;
 constexpr int kJobs[] = {0, 1, 10, 11, 20, 21};
 
@@ -82,7 +76,7 @@ struct Call {
 
 DoubleGenMat randomMatrix(Shape shape, std::mt19937& generator)
 {
-    return checks::randomMatrix(shape.n, shape.p, generator);
+    return knotwork_measures::randomMatrix(shape.n, shape.p, generator);
 }
 
 DoubleGenMat bidiagonal(int n, double diagonal, double beside)
@@ -119,9 +113,9 @@ TEST(DsvdcTest, WritesItsOutputsAndNothingElseForEveryJob)
             EXPECT_EQ(call.info, 0);
             EXPECT_EQ(call.s.data, valuesOnly.s.data);  // vectors have no influence on values
             for (int k = 0; k < call.size; ++k) EXPECT_EQ(call.e(k), 0.0);
-            const double norm = checks::frobeniusNorm(a);
+            const double norm = knotwork_measures::frobeniusNorm(a);
             EXPECT_NEAR(DoubleVec(call.s.data.data(), static_cast<unsigned>(call.size)).vecLen(),
-                        norm, checks::tolerance(a) * norm);
+                        norm, knotwork_measures::tolerance(a) * norm);
         }
     }
 }
@@ -139,7 +133,7 @@ TEST(DsvdcTest, BidiagonalOfOnesHasCosinesForValues)
         ASSERT_EQ(call.info, 0);
         for (int k = 0; k < n; ++k)  // eigenvalues of the path with one free end, halved angles
             EXPECT_NEAR(call.s(k), 2.0 * std::cos((k + 1) * M_PI / (2 * n + 1)),
-                        10 * n * checks::kEps * 2.0)
+                        10 * n * knotwork_measures::kEps * 2.0)
                 << n << ' ' << k;
     }
 }
@@ -150,7 +144,7 @@ TEST(DsvdcTest, ShiftMatrixHasOnesAndOneZero)
     const Call call(bidiagonal(kSize, 0.0, 1.0), 11);
     ASSERT_EQ(call.info, 0);
     for (int k = 0; k < kSize; ++k)
-        EXPECT_NEAR(call.s(k), k + 1 < kSize ? 1.0 : 0.0, kSize * checks::kEps);
+        EXPECT_NEAR(call.s(k), k + 1 < kSize ? 1.0 : 0.0, kSize * knotwork_measures::kEps);
 }
 
 TEST(DsvdcTest, EndsAndReportsWhatIsNotFinite)

@@ -1,33 +1,17 @@
 // SPDX-License-Identifier: MIT
 #include "knotwork/fit/CurveAccumulator.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <functional>
-#include <ostream>
-#include <string>
-#include <vector>
-
 #include "knotwork/fit/CurveFit.h"
 #include "knotwork/fit/SampleKernels.h"
 #include "knotwork/platform/cpu.h"
 #include "tests/fit/Problems.h"
-#include "tests/support/CaseName.h"
+#include "tests/support/Testing.h"
 
 namespace {
 
-using knotwork::BsplineBasis;
-using knotwork::CurveAccumulator;
-using knotwork::FittedCurve;
-using knotwork::FitVerdict;
-using knotwork::SampleStretch;
-using knotwork_test::Dice;
-using knotwork_test::FitProblem;
+using namespace knotwork;
+using namespace knotwork_test;
 using Bytes = std::vector<unsigned char>;
-using Numbers = std::vector<double>;
 
 constexpr double kSameFit = 1e-13;  // of the largest control point
 
@@ -72,7 +56,7 @@ struct Weighted {
 Weighted randomProblem(int round, Dice& dice)
 {
     Weighted w;
-    w.problem = knotwork_test::noisyProblem(1 + round % 4, 2 + round % 7, 1 + round % 3, dice);
+    w.problem = noisyProblem(1 + round % 4, 2 + round % 7, 1 + round % 3, dice);
     addConstraints(w.problem, round % 3, dice);
     for (std::size_t i = 0; round % 2 == 1 && i < w.problem.parameters.size(); ++i)
         w.weights.push_back(0.5 + dice.unit());
@@ -121,12 +105,10 @@ TEST(CurveAccumulatorTest, SplitsOrdersAndBytesGiveTheSameFit)
         EXPECT_EQ(parts[0].rows(), static_cast<long long>(all.size()));
         const FittedCurve merged = knotwork::fitCurve(parts[0], w.problem.constraints);
         ASSERT_TRUE(merged.fits()) << merged.report.reason;
-        EXPECT_LE(knotwork_test::deviation(merged.controlPoints, expected.controlPoints,
-                                           w.problem.dimension),
+        EXPECT_LE(deviation(merged.controlPoints, expected.controlPoints, w.problem.dimension),
                   kSameFit);
         const FittedCurve direct = w.fit();
-        EXPECT_LE(knotwork_test::deviation(merged.controlPoints, direct.controlPoints,
-                                           w.problem.dimension),
+        EXPECT_LE(deviation(merged.controlPoints, direct.controlPoints, w.problem.dimension),
                   kSameFit);
         EXPECT_NEAR(merged.report.rms, direct.report.rms, 1e-13);
         EXPECT_NEAR(merged.report.constraintResidual, 0.0, 1e-13);
@@ -169,8 +151,7 @@ TEST(CurveAccumulatorTest, ScalesFollowTheNumbers)
                       expected.report.verdict == FitVerdict::kInaccurate)
                 << curve.report.reason;
             if (curve.fits() && expected.fits()) {
-                EXPECT_LE(knotwork_test::deviation(curve.controlPoints, expected.controlPoints, 2),
-                          1e-9);
+                EXPECT_LE(deviation(curve.controlPoints, expected.controlPoints, 2), 1e-9);
             }
         }
     }
@@ -204,39 +185,35 @@ struct BytesCase {
     const char* name;
     std::function<void(Bytes& bytes)> change;
     const char* reason;
-    friend void PrintTo(const BytesCase& c, std::ostream* os) { *os << c.name; }
 };
-
-class AccumulatorBytesTest : public testing::TestWithParam<BytesCase> {};
 
 constexpr const char* kCut = "the bytes are cut short or altered";
 
+const BytesCase kChanges[] = {
+    {"None", [](Bytes& b) { b.clear(); }, kCut},
+    {"Short", [](Bytes& b) { b.resize(40); }, kCut},
+    {"CutByAWord", [](Bytes& b) { b.resize(b.size() - 8); }, kCut},
+    {"CutByAByte", [](Bytes& b) { b.pop_back(); }, kCut},
+    {"Longer", [](Bytes& b) { b.resize(b.size() + 8); }, kCut},
+    {"OneBit", [](Bytes& b) { b[b.size() / 2] ^= 4; }, kCut},
+    {"Other", [](Bytes& b) { b[0] ^= 1; }, "the bytes are not those of an accumulator"},
+    {"Version", [](Bytes& b) { b[8] = 3; }, "the bytes are of another version"}};
+
 }  // namespace
 
-TEST_P(AccumulatorBytesTest, AreRefusedAndNothingIsLost)
+TEST(AccumulatorBytesTest, AreRefusedAndNothingIsLost)
 {
-    Dice dice(3);
-    const Weighted w = randomProblem(3, dice);
-    Bytes bytes = w.whole().bytes();
-    GetParam().change(bytes);
-    CurveAccumulator gathered = w.whole();
-    EXPECT_EQ(gathered.read(bytes), GetParam().reason);
-    EXPECT_EQ(gathered.bytes(), w.whole().bytes());
+    for (const BytesCase& c : kChanges) {
+        SCOPED_TRACE(c.name);
+        Dice dice(3);
+        const Weighted w = randomProblem(3, dice);
+        Bytes bytes = w.whole().bytes();
+        c.change(bytes);
+        CurveAccumulator gathered = w.whole();
+        EXPECT_EQ(gathered.read(bytes), c.reason);
+        EXPECT_EQ(gathered.bytes(), w.whole().bytes());
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Changes, AccumulatorBytesTest,
-    testing::Values(BytesCase{"None", [](Bytes& b) { b.clear(); }, kCut},
-                    BytesCase{"Short", [](Bytes& b) { b.resize(40); }, kCut},
-                    BytesCase{"CutByAWord", [](Bytes& b) { b.resize(b.size() - 8); }, kCut},
-                    BytesCase{"CutByAByte", [](Bytes& b) { b.pop_back(); }, kCut},
-                    BytesCase{"Longer", [](Bytes& b) { b.resize(b.size() + 8); }, kCut},
-                    BytesCase{"OneBit", [](Bytes& b) { b[b.size() / 2] ^= 4; }, kCut},
-                    BytesCase{"Other", [](Bytes& b) { b[0] ^= 1; },
-                              "the bytes are not those of an accumulator"},
-                    BytesCase{"Version", [](Bytes& b) { b[8] = 3; },
-                              "the bytes are of another version"}),
-    knotwork_test::CaseName());
 
 TEST(CurveAccumulatorTest, OtherBasesAndBadSamplesAreRefusedAndNothingIsAdded)
 {
@@ -296,7 +273,7 @@ TEST(CurveAccumulatorTest, SamplesMayComeFromACallback)
     const FittedCurve expected = w.fit();
     ASSERT_TRUE(curve.fits() && expected.fits());
     EXPECT_LE(readings, 3);
-    EXPECT_LE(knotwork_test::deviation(curve.controlPoints, expected.controlPoints, d), kSameFit);
+    EXPECT_LE(deviation(curve.controlPoints, expected.controlPoints, d), kSameFit);
     EXPECT_NEAR(curve.report.rms, expected.report.rms, 1e-14);
     EXPECT_EQ(curve.report.maxResidualAt, expected.report.maxResidualAt);
     missing = 5;

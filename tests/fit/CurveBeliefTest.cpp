@@ -1,43 +1,18 @@
 // SPDX-License-Identifier: MIT
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <ostream>
-#include <string>
-#include <vector>
-
 #include "measures/FitOracle.h"
 #include "measures/Verdicts.h"
 #include "tests/fit/Problems.h"
-#include "tests/support/CaseName.h"
+#include "tests/support/Testing.h"
 
 /// Whether a verdict can be believed: fits that must be refused, fits that must not, and answers
 /// that are right where rounding or weights make them hard to find.
 namespace {
 
-using knotwork::BsplineBasis;
-using knotwork::CurveFitOptions;
-using knotwork::FitMethod;
-using knotwork::FittedCurve;
-using knotwork::FitVerdict;
-using knotwork_measures::CurveProblem;
-using knotwork_measures::Judgement;
-using testing::HasSubstr;
-using Numbers = std::vector<double>;
+using namespace knotwork;
+using namespace knotwork_measures;
+using namespace knotwork_test;
 
 constexpr double kRight = 1e-10;  // of the largest control point
-
-FittedCurve fitOf(const CurveProblem& p, double zero = 0.0)
-{
-    CurveFitOptions options;
-    options.method = p.method;
-    options.zero = zero;
-    const auto n = static_cast<unsigned>(p.parameters.size());
-    if (!p.weights.empty()) options.weights.reference(DoubleVec(p.weights.data(), n));
-    return knotwork::fitCurve(TtupleVector(p.dimension, static_cast<int>(n), p.points.data()),
-                              DoubleVec(p.parameters.data(), n), p.basis, p.constraints, options);
-}
 
 CurveProblem problemOf(BsplineBasis basis, Numbers t, Numbers y,
                        std::vector<knotwork::CurveConstraint> constraints = {})
@@ -57,9 +32,7 @@ void expectRight(const CurveProblem& p, double bound = kRight)
     ASSERT_TRUE(curve.fits()) << curve.report.reason;
     const auto oracle = answerFor(p);
     ASSERT_TRUE(oracle.determined);
-    EXPECT_LE(knotwork_measures::deviationOf(curve.controlPoints, oracle.controlPoints, p.dimension)
-                  .overall,
-              bound)
+    EXPECT_LE(deviationOf(curve.controlPoints, oracle.controlPoints, p.dimension).overall, bound)
         << "condition " << oracle.condition;
 }
 
@@ -67,45 +40,40 @@ struct OpenCase {
     const char* name;
     CurveProblem problem;
     const char* reason;
-    friend void PrintTo(const OpenCase& c, std::ostream* os) { *os << c.name; }
 };
 
-class OpenCurveTest : public testing::TestWithParam<OpenCase> {};
+const OpenCase kOpenCases[] = {
+    {"ValuesJustPastKnots",
+     problemOf(BsplineBasis::uniform(2, 0, 10, 4), {0, 0.1, 0.2, 0.3, 0.8, 1.3, 1.7, 1.8, 10},
+               {0, 0.1, 0.2, 0.3, 0.7, 1, 1, 1, -0.5}, {{2.506, 0, {1}}, {1.1, 0, {0.5}}}),
+     "spans 1 to 2 hold no data"},
+    {"FirstSpanAndAValueBehindIt",
+     problemOf(BsplineBasis::uniform(1, 0, 1, 3), {.1, .15, .2, .3}, {1, 2, 1, 2},
+               {{0.333335, 0, {1}}}),
+     "spans 1 to 2 hold no data"},
+    {"ADatumHardlyInTheLastSpan",
+     problemOf(BsplineBasis::uniform(3, 0, 2, 2), {0, .1, .4, .7, 1, 1 + 1e-7}, {1, 2, 1, 2, 1, 2},
+               {{0.5, 0, {1}}}),
+     "data and constraints together do not fix control point 4 of 5"}};
 
 }  // namespace
 
 /// The last functions have no data, and a constraint just past a knot hardly reaches the next ones:
 /// what rounding leaves of the equations looks like more of them than there are.
-TEST_P(OpenCurveTest, IsRefusedByBothMethods)
+TEST(OpenCurveTest, IsRefusedByBothMethods)
 {
-    CurveProblem p = GetParam().problem;
-    for (const FitMethod method : {FitMethod::kHouseholder, FitMethod::kQr}) {
-        p.method = method;
-        const FittedCurve curve = fitOf(p);
-        EXPECT_EQ(curve.report.verdict, FitVerdict::kUndetermined);
-        EXPECT_EQ(curve.report.reason, GetParam().reason);
-        EXPECT_TRUE(curve.controlPoints.empty());
+    for (const OpenCase& c : kOpenCases) {
+        SCOPED_TRACE(c.name);
+        CurveProblem p = c.problem;
+        for (const FitMethod method : {FitMethod::kHouseholder, FitMethod::kQr}) {
+            p.method = method;
+            const FittedCurve curve = fitOf(p);
+            EXPECT_EQ(curve.report.verdict, FitVerdict::kUndetermined);
+            EXPECT_EQ(curve.report.reason, c.reason);
+            EXPECT_TRUE(curve.controlPoints.empty());
+        }
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Problems, OpenCurveTest,
-    testing::Values(OpenCase{"ValuesJustPastKnots",
-                             problemOf(BsplineBasis::uniform(2, 0, 10, 4),
-                                       {0, 0.1, 0.2, 0.3, 0.8, 1.3, 1.7, 1.8, 10},
-                                       {0, 0.1, 0.2, 0.3, 0.7, 1, 1, 1, -0.5},
-                                       {{2.506, 0, {1}}, {1.1, 0, {0.5}}}),
-                             "spans 1 to 2 hold no data"},
-                    OpenCase{"FirstSpanAndAValueBehindIt",
-                             problemOf(BsplineBasis::uniform(1, 0, 1, 3), {.1, .15, .2, .3},
-                                       {1, 2, 1, 2}, {{0.333335, 0, {1}}}),
-                             "spans 1 to 2 hold no data"},
-                    OpenCase{
-                        "ADatumHardlyInTheLastSpan",
-                        problemOf(BsplineBasis::uniform(3, 0, 2, 2), {0, .1, .4, .7, 1, 1 + 1e-7},
-                                  {1, 2, 1, 2, 1, 2}, {{0.5, 0, {1}}}),
-                        "data and constraints together do not fix control point 4 of 5"}),
-    knotwork_test::CaseName());
 
 TEST(CurveBeliefTest, WhatCancelsInTheAnswerIsNotRefused)
 {
@@ -213,27 +181,6 @@ TEST(CurveBeliefTest, ParametersJustBeyondTheKnotsAreTheEnds)
     EXPECT_EQ(fitOf(p).report.reason, "constraint 0, at 1.000000000000001, lies outside the knots");
 }
 
-namespace {
-
-/// Of the control points that were handed out.
-double rmsOf(const CurveProblem& p, const Numbers& controlPoints)
-{
-    const int width = p.basis.degree() + 1;
-    std::vector<knotwork_measures::Quad> row(static_cast<std::size_t>(width));
-    knotwork_measures::Quad squares = 0;
-    for (std::size_t i = 0; i < p.parameters.size(); ++i) {
-        const auto first = knotwork_measures::basisRow(p.basis, p.parameters[i], 0, row.data());
-        knotwork_measures::Quad left = p.points[i];
-        for (int k = 0; k < width; ++k)
-            left -= row[static_cast<std::size_t>(k)] *
-                    controlPoints[static_cast<std::size_t>(first + k)];
-        squares += left * left;
-    }
-    return std::sqrt(static_cast<double>(squares) / static_cast<double>(p.points.size()));
-}
-
-}  // namespace
-
 /// Between data of size 100 a constraint asks for 1e21: the curve has control points of that size,
 /// and what is left of the data is what is left of sums of such numbers. And a curve through all
 /// its data leaves what rounding its control points leaves.
@@ -250,7 +197,7 @@ TEST(CurveBeliefTest, FiguresAreTrueWhereNumbersCancel)
         p.constraints = {{0, 0, {0}}, {0, 1, {huge}}, {0, 2, {0}}, {1, 0, {huge}}, {3, 0, {1}}};
         const FittedCurve curve = fitOf(p);
         ASSERT_TRUE(curve.fits()) << curve.report.reason;
-        const double rms = rmsOf(p, curve.controlPoints);
+        const double rms = residualsOf(p, curve.controlPoints).rms;
         EXPECT_NEAR(curve.report.rms, rms, 1e-9 * rms);
     }
 
@@ -258,7 +205,7 @@ TEST(CurveBeliefTest, FiguresAreTrueWhereNumbersCancel)
         problemOf(BsplineBasis::uniform(3, 0, 1, 4), {0, .1, .3, .4, .6, .8, 1},
                   {.1, .7, .3, .9, .2, .4, .6});
     const FittedCurve curve = fitOf(through);
-    const double rms = rmsOf(through, curve.controlPoints);
+    const double rms = residualsOf(through, curve.controlPoints).rms;
     EXPECT_GT(rms, 0.0);
     EXPECT_LT(rms, 1e-15);
     EXPECT_NEAR(curve.report.rms, rms, 1e-9 * rms);
@@ -267,8 +214,8 @@ TEST(CurveBeliefTest, FiguresAreTrueWhereNumbersCancel)
 /// Each judgement at its threshold: what fits leave of constraints, and what a zero may move.
 TEST(CurveBeliefTest, MetIsSaidUpToRoundingOnly)
 {
-    knotwork_test::Dice dice(72);
-    knotwork_test::FitProblem p = knotwork_test::noisyProblem(3, 5, 1, dice);
+    Dice dice(72);
+    FitProblem p = noisyProblem(3, 5, 1, dice);
     CurveFitOptions options;
     options.method = FitMethod::kQr;
     const double value = p.fit().at(0.4)[0];

@@ -1,24 +1,16 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <ostream>
-#include <string>
-#include <vector>
-
 #include "tests/fit/Problems.h"
-#include "tests/support/CaseName.h"
+#include "tests/support/Testing.h"
 
 namespace {
 
 using knotwork::FittedCurve;
-using knotwork_test::FitProblem;
-using Numbers = std::vector<double>;
+using namespace knotwork_test;
 
 FitProblem constrainedProblem()
 {
-    knotwork_test::Dice dice(20270114);
-    FitProblem p = knotwork_test::noisyProblem(4, 7, 3, dice);
+    knotwork_measures::Dice dice(20270114);
+    FitProblem p = noisyProblem(4, 7, 3, dice);
     addConstraints(p, 6, dice);
     return p;
 }
@@ -28,43 +20,40 @@ struct ScaleCase {
     Numbers coordinates;
     double parameter;
     double offset;
-    friend void PrintTo(const ScaleCase& c, std::ostream* os) { *os << c.name; }
 };
 
-class CurveScaleTest : public testing::TestWithParam<ScaleCase> {};
+const ScaleCase kUnits[] = {{"AsItIs", {1}, 1, 0},
+                            {"SmallCoordinates", {1e-9}, 1, 0},
+                            {"LargeCoordinates", {1e9}, 1, 0},
+                            {"SmallParameters", {1}, 1e-9, 0},
+                            {"LargeParameters", {1}, 1e9, 0},
+                            {"BothSmall", {1e-9}, 1e-9, 0},
+                            {"BothLarge", {1e9}, 1e9, 0},
+                            {"SmallOverLarge", {1e-9}, 1e9, 0},
+                            {"LargeOverSmall", {1e9}, 1e-9, 0},
+                            {"EachCoordinateItsOwn", {1e-9, 1, 1e9}, 1, 0},
+                            {"FarApart", {1e-120, 1e40, 1e120}, 1e-12, 0},
+                            {"SecondsOfAnEpoch", {1}, 600, 1.7e9},
+                            {"MillisecondsOfAnEpoch", {1}, 0.5, 1.7e9},
+                            {"BelowZero", {1}, 3, -1e6}};
 
 }  // namespace
 
-TEST_P(CurveScaleTest, SameFitInOtherUnits)
+TEST(CurveScaleTest, SameFitInOtherUnits)
 {
-    constexpr double kControlBound = 1e-12;
-    const ScaleCase& c = GetParam();
-    const FitProblem p = scaled(constrainedProblem(), c.coordinates, c.parameter, c.offset);
-    const FittedCurve curve = p.fit();
-    ASSERT_TRUE(curve.met()) << curve.report.reason;
-    EXPECT_LE(knotwork_test::deviationFromReference(p, curve), kControlBound);
-    double size = 0.0;
-    for (const double x : p.points) size = std::max(size, std::fabs(x));
-    EXPECT_LE(curve.report.constraintResidual, 1e-13 * size);
-    EXPECT_GT(curve.report.rms, 0.0);
+    for (const ScaleCase& c : kUnits) {
+        SCOPED_TRACE(c.name);
+        constexpr double kControlBound = 1e-12;
+        const FitProblem p = scaled(constrainedProblem(), c.coordinates, c.parameter, c.offset);
+        const FittedCurve curve = p.fit();
+        ASSERT_TRUE(curve.met()) << curve.report.reason;
+        EXPECT_LE(deviationFromReference(p, curve), kControlBound);
+        double size = 0.0;
+        for (const double x : p.points) size = std::max(size, std::fabs(x));
+        EXPECT_LE(curve.report.constraintResidual, 1e-13 * size);
+        EXPECT_GT(curve.report.rms, 0.0);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Units, CurveScaleTest,
-                         testing::Values(ScaleCase{"AsItIs", {1}, 1, 0},
-                                         ScaleCase{"SmallCoordinates", {1e-9}, 1, 0},
-                                         ScaleCase{"LargeCoordinates", {1e9}, 1, 0},
-                                         ScaleCase{"SmallParameters", {1}, 1e-9, 0},
-                                         ScaleCase{"LargeParameters", {1}, 1e9, 0},
-                                         ScaleCase{"BothSmall", {1e-9}, 1e-9, 0},
-                                         ScaleCase{"BothLarge", {1e9}, 1e9, 0},
-                                         ScaleCase{"SmallOverLarge", {1e-9}, 1e9, 0},
-                                         ScaleCase{"LargeOverSmall", {1e9}, 1e-9, 0},
-                                         ScaleCase{"EachCoordinateItsOwn", {1e-9, 1, 1e9}, 1, 0},
-                                         ScaleCase{"FarApart", {1e-120, 1e40, 1e120}, 1e-12, 0},
-                                         ScaleCase{"SecondsOfAnEpoch", {1}, 600, 1.7e9},
-                                         ScaleCase{"MillisecondsOfAnEpoch", {1}, 0.5, 1.7e9},
-                                         ScaleCase{"BelowZero", {1}, 3, -1e6}),
-                         knotwork_test::CaseName());
 
 TEST(CurveScaleTest, PowersOfTwoGiveTheSameBits)
 {
@@ -115,7 +104,7 @@ TEST(CurveScaleTest, NothingOverflowsUnderAGoodVerdict)
         EXPECT_TRUE(std::isfinite(curve.report.rms));
         EXPECT_TRUE(std::isfinite(curve.report.maxResidual));
         if (factor > 1e-300) {
-            EXPECT_LE(knotwork_test::deviationFromReference(p, curve), 1e-12);
+            EXPECT_LE(deviationFromReference(p, curve), 1e-12);
         }
     }
 }

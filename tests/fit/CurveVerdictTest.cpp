@@ -1,30 +1,17 @@
 // SPDX-License-Identifier: MIT
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
-#include <cmath>
 #include <cstdlib>
 #include <fstream>
-#include <functional>
-#include <limits>
-#include <ostream>
-#include <string>
-#include <vector>
 
 #include "tests/fit/Problems.h"
-#include "tests/support/CaseName.h"
+#include "tests/support/Testing.h"
 
 namespace {
 
-using knotwork::BsplineBasis;
-using knotwork::CurveConstraint;
-using knotwork::CurveFitOptions;
-using knotwork::FittedCurve;
-using knotwork::FitVerdict;
-using knotwork_test::FitProblem;
-using Numbers = std::vector<double>;
+using namespace knotwork;
+using namespace knotwork_test;
 
 constexpr double kRight = 1e-7;  // what a fit that stands may be off, of the largest control point
 
@@ -53,146 +40,114 @@ void keepData(FitProblem& p, const std::function<bool(double)>& wanted)
     p = kept;
 }
 
+using Change = std::function<void(FitProblem& p)>;
+
+Change constrained(std::vector<CurveConstraint> constraints)
+{
+    return [=](FitProblem& p) { p.constraints = constraints; };
+}
+
+/// Constraints i * step from i = first on.
+Change spreadConstraints(int first, int count, double step)
+{
+    std::vector<CurveConstraint> constraints;
+    for (int i = first; i < first + count; ++i) constraints.push_back({i * step, 0, {1}});
+    return constrained(constraints);
+}
+
+/// Data where wanted, and constraints.
+Change kept(bool (*wanted)(double t), const std::vector<CurveConstraint>& constraints = {})
+{
+    return [=](FitProblem& p) { keepData(p, wanted), p.constraints = constraints; };
+}
+
 struct VerdictCase {
     const char* name;
-    void (*change)(FitProblem& p);
+    Change change;
     FitVerdict verdict;
     const char* reason;
-    friend void PrintTo(const VerdictCase& c, std::ostream* os) { *os << c.name; }
 };
 
-class CurveVerdictTest : public testing::TestWithParam<VerdictCase> {};
+constexpr auto kFitted = FitVerdict::kFitted;
+constexpr auto kMet = FitVerdict::kMet;
+constexpr auto kDependent = FitVerdict::kDependentConstraints;
+constexpr auto kUndetermined = FitVerdict::kUndetermined;
+constexpr auto kBad = FitVerdict::kBadInput;
 
 const VerdictCase kVerdictCases[] = {
-    VerdictCase{"Plain", [](FitProblem&) {}, FitVerdict::kFitted, ""},
-    VerdictCase{
-        "DoubledConstraint",
-        [](FitProblem& p) {
-            p.constraints = {{2, 0, {1}}, {2, 0, {1}}};
-        },
-        FitVerdict::kDependentConstraints,
-        "the constraints depend on each other: constraints 0 to 1, which repeat each other"},
-    VerdictCase{"ContradictingConstraints",
-                [](FitProblem& p) {
-                    p.constraints = {{3, 0, {1}}, {2, 1, {1}}, {5, 0, {1}}, {2, 1, {2}}};
-                },
-                FitVerdict::kDependentConstraints,
-                "the constraints depend on each other: constraints 1 and 3, which contradict each "
-                "other by 1"},
-    VerdictCase{
-        "FiveConstraintsOnACubic",
-        [](FitProblem& p) {
-            for (int i = 1; i <= 5; ++i) p.constraints.push_back({i / 6.0, 0, {1}});
-        },
-        FitVerdict::kDependentConstraints,
-        "the constraints depend on each other: constraints 0 to 4, which repeat each other"},
-    VerdictCase{
-        "MoreConstraintsThanUnknowns",
-        [](FitProblem& p) {
-            for (int i = 0; i < 12; ++i) p.constraints.push_back({i / 1.5, 0, {1}});
-        },
-        FitVerdict::kDependentConstraints,
-        "the constraints depend on each other: constraints 0 to 9, which repeat each other"},
-    VerdictCase{"AsManyConstraintsAsUnknowns",
-                [](FitProblem& p) {
-                    for (int i = 0; i < 11; ++i) p.constraints.push_back({i / 1.25, 0, {1}});
-                },
-                FitVerdict::kMet, ""},
-    VerdictCase{"GapOverThreeSpans",
-                [](FitProblem& p) { keepData(p, [](double t) { return t < 5 || t == 8; }); },
-                FitVerdict::kUndetermined, "spans 5 to 6 hold no data"},
-    VerdictCase{"GapAtTheEnd", [](FitProblem& p) { keepData(p, [](double t) { return t < 5; }); },
-                FitVerdict::kUndetermined, "spans 5 to 7 hold no data"},
-    VerdictCase{"TwoGaps",
-                [](FitProblem& p) {
-                    keepData(p, [](double t) { return (t >= 1 && t < 2) || t >= 7; });
-                    p.constraints = {{4, 0, {0}}};
-                },
-                FitVerdict::kUndetermined, "spans 0 and 2 to 6 hold no data"},
-    VerdictCase{"OneEmptySpanIsBridged",
-                [](FitProblem& p) { keepData(p, [](double t) { return t < 3 || t >= 4; }); },
-                FitVerdict::kFitted, ""},
-    VerdictCase{"GapFilledByConstraints",
-                [](FitProblem& p) {
-                    keepData(p, [](double t) { return t < 5; });
-                    p.constraints = {{8, 0, {1}}, {8, 1, {0}}, {7, 0, {2}}, {6, 0, {2}}};
-                },
-                FitVerdict::kMet, ""},
-    VerdictCase{"TooFewData", [](FitProblem& p) { keepData(p, [](double t) { return t < 2; }); },
-                FitVerdict::kUndetermined, "11 unknowns are more than 10 equations can fix"},
-    VerdictCase{"AllDataAtOneParameter",
-                [](FitProblem& p) { p.parameters.assign(p.parameters.size(), 4.0); },
-                FitVerdict::kUndetermined, "spans 0 to 3 and 5 to 7 hold no data"},
-    VerdictCase{"ParametersRepeat",
-                [](FitProblem& p) {
-                    for (double& t : p.parameters) t = std::floor(t);
-                },
-                FitVerdict::kUndetermined, "the data do not fix control points 8 to 9 of 11"},
-    VerdictCase{"NoPoints", [](FitProblem& p) { p.points.clear(), p.parameters.clear(); },
-                FitVerdict::kBadInput, "there are no points"},
-    VerdictCase{"NoBasis", [](FitProblem& p) { p.basis = BsplineBasis(); }, FitVerdict::kBadInput,
-                "degree and knots do not make a basis"},
-    VerdictCase{"PointNaN", [](FitProblem& p) { p.points[3] = std::nan(""); },
-                FitVerdict::kBadInput, "a coordinate of point 3 is no finite number"},
-    VerdictCase{"ParameterInfinite", [](FitProblem& p) { p.parameters[3] = INFINITY; },
-                FitVerdict::kBadInput, "parameter 3 is no finite number"},
-    VerdictCase{"ParameterOutside", [](FitProblem& p) { p.parameters[3] = 8.0625; },
-                FitVerdict::kBadInput, "parameter 3, 8.0625, lies outside the knots"},
-    VerdictCase{"ConstraintOutside",
-                [](FitProblem& p) {
-                    p.constraints = {{-0.5, 0, {1}}};
-                },
-                FitVerdict::kBadInput, "constraint 0, at -0.5, lies outside the knots"},
-    VerdictCase{"ConstraintAtNaN",
-                [](FitProblem& p) {
-                    p.constraints = {{std::nan(""), 0, {1}}};
-                },
-                FitVerdict::kBadInput, "constraint 0, at nan, lies outside the knots"},
-    VerdictCase{"ConstraintDimension",
-                [](FitProblem& p) {
-                    p.constraints = {{1, 0, {1, 2}}};
-                },
-                FitVerdict::kBadInput, "constraint 0 needs one number a coordinate"},
-    VerdictCase{"ConstraintValueNaN",
-                [](FitProblem& p) {
-                    p.constraints = {{1, 0, {std::nan("")}}};
-                },
-                FitVerdict::kBadInput, "the value of constraint 0 is no finite number"},
-    VerdictCase{"ConstraintValueOverflowsInParameterUnits",
-                [](FitProblem& p) {
-                    p.constraints = {{1, 1, {1e308}}};
-                },
-                FitVerdict::kBadInput, "a constraint's value leaves the range of numbers"},
-    VerdictCase{"ConstraintDerivative",
-                [](FitProblem& p) {
-                    p.constraints = {{1, 4, {1}}};
-                },
-                FitVerdict::kBadInput,
-                "constraint 0 asks for a derivative that the degree does not have"},
-    VerdictCase{"ConstraintDerivativeNegative",
-                [](FitProblem& p) {
-                    p.constraints = {{1, -1, {1}}};
-                },
-                FitVerdict::kBadInput,
-                "constraint 0 asks for a derivative that the degree does not have"}};
+    {"Plain", constrained({}), kFitted, ""},
+    {"DoubledConstraint", constrained({{2, 0, {1}}, {2, 0, {1}}}), kDependent,
+     "the constraints depend on each other: constraints 0 to 1, which repeat each other"},
+    {"ContradictingConstraints", constrained({{3, 0, {1}}, {2, 1, {1}}, {5, 0, {1}}, {2, 1, {2}}}),
+     kDependent,
+     "the constraints depend on each other: constraints 1 and 3, which contradict each "
+     "other by 1"},
+    {"FiveConstraintsOnACubic", spreadConstraints(1, 5, 1 / 6.0), kDependent,
+     "the constraints depend on each other: constraints 0 to 4, which repeat each other"},
+    {"MoreConstraintsThanUnknowns", spreadConstraints(0, 12, 1 / 1.5), kDependent,
+     "the constraints depend on each other: constraints 0 to 9, which repeat each other"},
+    {"AsManyConstraintsAsUnknowns", spreadConstraints(0, 11, 1 / 1.25), kMet, ""},
+    {"GapOverThreeSpans", kept([](double t) { return t < 5 || t == 8; }), kUndetermined,
+     "spans 5 to 6 hold no data"},
+    {"GapAtTheEnd", kept([](double t) { return t < 5; }), kUndetermined,
+     "spans 5 to 7 hold no data"},
+    {"TwoGaps", kept([](double t) { return (t >= 1 && t < 2) || t >= 7; }, {{4, 0, {0}}}),
+     kUndetermined, "spans 0 and 2 to 6 hold no data"},
+    {"OneEmptySpanIsBridged", kept([](double t) { return t < 3 || t >= 4; }), kFitted, ""},
+    {"GapFilledByConstraints",
+     kept([](double t) { return t < 5; }, {{8, 0, {1}}, {8, 1, {0}}, {7, 0, {2}}, {6, 0, {2}}}),
+     kMet, ""},
+    {"TooFewData", kept([](double t) { return t < 2; }), kUndetermined,
+     "11 unknowns are more than 10 equations can fix"},
+    {"AllDataAtOneParameter", [](FitProblem& p) { p.parameters.assign(p.parameters.size(), 4.0); },
+     kUndetermined, "spans 0 to 3 and 5 to 7 hold no data"},
+    {"ParametersRepeat",
+     [](FitProblem& p) {
+         for (double& t : p.parameters) t = std::floor(t);
+     },
+     kUndetermined, "the data do not fix control points 8 to 9 of 11"},
+    {"NoPoints", [](FitProblem& p) { p.points.clear(), p.parameters.clear(); }, kBad,
+     "there are no points"},
+    {"NoBasis", [](FitProblem& p) { p.basis = BsplineBasis(); }, kBad,
+     "degree and knots do not make a basis"},
+    {"PointNaN", [](FitProblem& p) { p.points[3] = kNaN; }, kBad,
+     "a coordinate of point 3 is no finite number"},
+    {"ParameterInfinite", [](FitProblem& p) { p.parameters[3] = kInf; }, kBad,
+     "parameter 3 is no finite number"},
+    {"ParameterOutside", [](FitProblem& p) { p.parameters[3] = 8.0625; }, kBad,
+     "parameter 3, 8.0625, lies outside the knots"},
+    {"ConstraintOutside", constrained({{-0.5, 0, {1}}}), kBad,
+     "constraint 0, at -0.5, lies outside the knots"},
+    {"ConstraintAtNaN", constrained({{kNaN, 0, {1}}}), kBad,
+     "constraint 0, at nan, lies outside the knots"},
+    {"ConstraintDimension", constrained({{1, 0, {1, 2}}}), kBad,
+     "constraint 0 needs one number a coordinate"},
+    {"ConstraintValueNaN", constrained({{1, 0, {kNaN}}}), kBad,
+     "the value of constraint 0 is no finite number"},
+    {"ConstraintValueOverflowsInParameterUnits", constrained({{1, 1, {1e308}}}), kBad,
+     "a constraint's value leaves the range of numbers"},
+    {"ConstraintDerivative", constrained({{1, 4, {1}}}), kBad,
+     "constraint 0 asks for a derivative that the degree does not have"},
+    {"ConstraintDerivativeNegative", constrained({{1, -1, {1}}}), kBad,
+     "constraint 0 asks for a derivative that the degree does not have"}};
 
 }  // namespace
 
-TEST_P(CurveVerdictTest, SaysWhyThereIsNoCurve)
+TEST(CurveVerdictTest, SaysWhyThereIsNoCurve)
 {
-    FitProblem p = plainProblem();
-    GetParam().change(p);
-    const FittedCurve curve = p.fit();
-    EXPECT_EQ(curve.report.verdict, GetParam().verdict);
-    EXPECT_EQ(curve.report.reason, GetParam().reason);
-    EXPECT_EQ(curve.met(), GetParam().verdict == FitVerdict::kMet);
-    EXPECT_EQ(curve.fits(), GetParam().reason == std::string());
-    EXPECT_EQ(curve.controlPoints.empty(), !curve.fits());
-    EXPECT_EQ(curve.at(1.0).empty(), !curve.fits());
+    for (const VerdictCase& c : kVerdictCases) {
+        SCOPED_TRACE(c.name);
+        FitProblem p = plainProblem();
+        c.change(p);
+        const FittedCurve curve = p.fit();
+        EXPECT_EQ(curve.report.verdict, c.verdict);
+        EXPECT_EQ(curve.report.reason, c.reason);
+        EXPECT_EQ(curve.met(), c.verdict == FitVerdict::kMet);
+        EXPECT_EQ(curve.fits(), c.reason == std::string());
+        EXPECT_EQ(curve.controlPoints.empty(), !curve.fits());
+        EXPECT_EQ(curve.at(1.0).empty(), !curve.fits());
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Problems, CurveVerdictTest, testing::ValuesIn(kVerdictCases),
-                         knotwork_test::CaseName());
 
 TEST(CurveVerdictTest, BadZeroAndBadCountsAreBadInput)
 {
@@ -266,7 +221,7 @@ class Sweep {
         const FittedCurve curve = p.fit(options);
         ++(curve.fits() ? met_ : refused_);
         if (!curve.fits()) return curve;
-        EXPECT_LE(knotwork_test::deviationFromReference(p, curve), kRight) << "fit " << met_;
+        EXPECT_LE(deviationFromReference(p, curve), kRight) << "fit " << met_;
         return curve;
     }
     ~Sweep()
@@ -311,10 +266,10 @@ TEST(CurveVerdictTest, NearlyEqualConstraintsAreRefusedOrRight)
 /// The solver skips what is below its tolerance; a fit that passes must not be the worse for it.
 TEST(CurveVerdictTest, ARaisedZeroNeverSpoilsAFitThatStands)
 {
-    knotwork_test::Dice dice(20270115);
+    knotwork_measures::Dice dice(20270115);
     Sweep sweep;
     for (int round = 0; round < 200; ++round) {
-        FitProblem p = knotwork_test::noisyProblem(1 + round % 4, 3 + round % 5, 2, dice);
+        FitProblem p = noisyProblem(1 + round % 4, 3 + round % 5, 2, dice);
         addConstraints(p, round % 3, dice);
         CurveFitOptions options;
         options.zero = std::pow(10.0, -12.0 + 12.0 * dice.unit());
@@ -335,7 +290,7 @@ TEST(CurveVerdictTest, ACoarseZeroCannotHideBehindLargeResiduals)
     }
     const FittedCurve strict = p.fit();
     ASSERT_TRUE(strict.fits());
-    EXPECT_LE(knotwork_test::deviationFromReference(p, strict), 1e-12);
+    EXPECT_LE(deviationFromReference(p, strict), 1e-12);
     CurveFitOptions options;
     options.zero = 0.5;
     const FittedCurve coarse = p.fit(options);

@@ -1,18 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "knotwork/fit/SurfaceFit.h"
 #include "tests/fit/Problems.h"
+#include "tests/support/Testing.h"
 
-using knotwork::BsplineBasis;
-using knotwork::CurveFitOptions;
-using knotwork::FitMethod;
-using knotwork::FittedCurve;
-using knotwork::FittedSurface;
-using knotwork::FitVerdict;
-using knotwork::SurfaceFitOptions;
-using knotwork_test::FitProblem;
+using namespace knotwork;
+using namespace knotwork_test;
 
 namespace {
 
@@ -48,11 +40,10 @@ FitProblem asData(FitProblem p)
 
 TEST(FitMethodTest, ByQrAValueIsOneMoreDataPoint)
 {
-    knotwork_test::Dice dice(71);
+    knotwork_measures::Dice dice(71);
     for (int round = 0; round < 60; ++round) {
         SCOPED_TRACE(round);
-        FitProblem p =
-            knotwork_test::noisyProblem(1 + round % 4, 3 + round % 3, 1 + round % 2, dice);
+        FitProblem p = noisyProblem(1 + round % 4, 3 + round % 3, 1 + round % 2, dice);
         addConstraints(p, 3, dice);
         for (auto& constraint : p.constraints) constraint.derivative = 0;
         p.constraints.push_back(p.constraints[0]);  // one that is asked for twice, differently
@@ -72,8 +63,8 @@ TEST(FitMethodTest, ByQrAValueIsOneMoreDataPoint)
 
 TEST(FitMethodTest, ByQrMetIsSaidOnlyOfConstraintsThatAre)
 {
-    knotwork_test::Dice dice(72);
-    FitProblem p = knotwork_test::noisyProblem(3, 5, 2, dice);
+    knotwork_measures::Dice dice(72);
+    FitProblem p = noisyProblem(3, 5, 2, dice);
     const FittedCurve free = p.fit();
     EXPECT_EQ(byQr(p).report.verdict, FitVerdict::kFitted) << "there are none";
     EXPECT_LE(largestDifference(byQr(p).controlPoints, free.controlPoints), kControlBound);
@@ -88,8 +79,8 @@ TEST(FitMethodTest, ByQrMetIsSaidOnlyOfConstraintsThatAre)
 
 TEST(FitMethodTest, ByQrRefusalsAreThoseOfTheData)
 {
-    knotwork_test::Dice dice(73);
-    FitProblem p = knotwork_test::noisyProblem(2, 4, 1, dice);
+    knotwork_measures::Dice dice(73);
+    FitProblem p = noisyProblem(2, 4, 1, dice);
     for (int c = 0; c <= p.basis.count(); ++c) p.constraints.push_back({0.5, 0, {1.0 * c}});
     EXPECT_EQ(byQr(p).report.verdict, FitVerdict::kCompromise) << "more constraints than unknowns";
     for (double& t : p.parameters) t *= 0.4;  // the spans from 0.5 on have but the constraints
@@ -103,7 +94,7 @@ TEST(FitMethodTest, ByQrALineIsOneMoreLineOfSamples)
 {
     constexpr int kRows = 13;
     constexpr int kCols = 11;
-    knotwork_test::Dice dice(74);
+    knotwork_measures::Dice dice(74);
     TtupleMatrix points(2, kRows, kCols, 0.0);
     TtupleMatrix doubled(2, kRows + 2, kCols, 0.0);
     for (int j = 0; j < kCols; ++j)

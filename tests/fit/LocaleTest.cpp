@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 // Pictures and meshes are the same bytes under every locale of the process and of the stream.
-#include <gtest/gtest.h>
 
 #include <stdlib.h>
 
@@ -8,14 +7,13 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <locale>
 #include <sstream>
-#include <string>
 
 #include "knotwork/picture/CurvePicture.h"
 #include "knotwork/picture/SurfaceMesh.h"
 #include "knotwork/picture/SurfacePicture.h"
+#include "tests/support/Testing.h"
 
 namespace {
 
@@ -78,29 +76,31 @@ std::string curvePicture()
     return os.str();
 }
 
-knotwork::FittedSurface surface(TtupleMatrix& points, const DoubleVec& t)
+/// Both write surfaces in a stream.
+template <class Write>
+std::string surfaceText(Write write)
 {
+    TtupleMatrix points(1, kSide, kSide, 0.0);
+    const DoubleVec t(kSide, 0.0, 6.5);
     for (int i = 0; i < kSide; ++i)
         for (int j = 0; j < kSide; ++j) points(i, j)(0) = 436047.866 + 17.3 * i * (j % 4);
     const auto basis = knotwork::BsplineBasis::uniform(3, 0.0, t(kSide - 1), 7);
-    return fitSurface(points, t, t, basis, basis);
+    std::ostringstream os;
+    write(os, fitSurface(points, t, t, basis, basis), points, t);
+    return os.str();
 }
 
 std::string surfacePicture()
 {
-    TtupleMatrix points(1, kSide, kSide, 0.0);
-    const DoubleVec t(kSide, 0.0, 6.5);
-    std::ostringstream os;
-    writeSurfaceSvg(os, surface(points, t), points, t, t, "a title");
-    return os.str();
+    return surfaceText([](auto& os, const auto& surface, const auto& points, const auto& t) {
+        writeSurfaceSvg(os, surface, points, t, t, "a title");
+    });
 }
 
-std::string surfaceMesh()
+std::string surfaceMesh()  // more than 999 vertices
 {
-    TtupleMatrix points(1, kSide, kSide, 0.0);
-    std::ostringstream os;
-    writeSurfaceObj(os, surface(points, DoubleVec(kSide, 0.0, 6.5)), 5);  // more than 999 vertices
-    return os.str();
+    return surfaceText(
+        [](auto& os, const auto& surface, auto&, auto&) { writeSurfaceObj(os, surface, 5); });
 }
 
 TEST(LocaleTest, NumbersAreWrittenAsEverywhere)

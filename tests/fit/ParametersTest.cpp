@@ -1,22 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "knotwork/fit/Parameters.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <limits>
-#include <string>
-#include <vector>
-
 #include "tests/support/Arrays.h"
+#include "tests/support/Testing.h"
 
 namespace {
 
-using knotwork::Parameterisation;
-using knotwork::parameterValues;
-using knotwork_test::elements;
-using Numbers = std::vector<double>;
+using namespace knotwork;
+using namespace knotwork_test;
 
 constexpr double kMost = std::numeric_limits<double>::max();
 constexpr Parameterisation kAll[] = {Parameterisation::kUniform, Parameterisation::kChord,

@@ -1,14 +1,91 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <cmath>
-#include <string>
-#include <vector>
-
-#include "tests/fit/Reference.h"
-#include "tests/support/Dice.h"
+#include "measures/FitOracle.h"
+#include "tests/support/Testing.h"
 
 namespace knotwork_test {
+
+inline knotwork::FittedCurve fitOf(const knotwork_measures::CurveProblem& p,
+                                   knotwork::CurveFitOptions options = {})
+{
+    const int n = static_cast<int>(p.parameters.size());
+    const DoubleVec t(p.parameters.data(), static_cast<unsigned>(n));
+    if (p.method != knotwork::FitMethod::kHouseholder) options.method = p.method;
+    if (!p.weights.empty())
+        options.weights.reference(DoubleVec(p.weights.data(), static_cast<unsigned>(n)));
+    return knotwork::fitCurve(TtupleVector(p.dimension, n, p.points.data()), t, p.basis,
+                              p.constraints, options);
+}
+
+struct FitProblem : knotwork_measures::CurveProblem {
+    knotwork::FittedCurve fit(const knotwork::CurveFitOptions& options = {}) const
+    {
+        return fitOf(*this, options);
+    }
+};
+
+/// The largest difference, as a share of the largest number of its coordinate.
+inline double deviation(const Numbers& found, const Numbers& expected, int dimension)
+{
+    return knotwork_measures::deviationOf(found, expected, dimension).perCoordinate;
+}
+
+/// From what quadruple precision finds.
+inline double deviationFromReference(const FitProblem& p, const knotwork::FittedCurve& curve)
+{
+    return deviation(curve.controlPoints, answerFor(p).controlPoints, p.dimension);
+}
+
+/// A point of a curve less another one, or its derivative, by the textbook recursion.
+inline std::vector<knotwork_measures::Quad> differenceAt(const knotwork::BsplineBasis& basis,
+                                                         const Numbers& controlPoints, double t,
+                                                         int derivative, const double* from, int d)
+{
+    knotwork_measures::Quad row[knotwork::BsplineBasis::kMostDegree + 1];
+    const int first = knotwork_measures::basisRow(basis, t, derivative, row);
+    std::vector<knotwork_measures::Quad> left(from, from + d);
+    for (int k = 0; k < d; ++k) {
+        left[static_cast<std::size_t>(k)] *= -1;
+        for (int j = 0; j <= basis.degree(); ++j)
+            left[static_cast<std::size_t>(k)] +=
+                row[j] * controlPoints[static_cast<std::size_t>((first + j) * d + k)];
+    }
+    return left;
+}
+
+/// What control points leave of the data and of values to be met, not by the curve's own means.
+struct Residuals {
+    double rms = 0.0;
+    double largest = 0.0;
+    double largestAt = 0.0;
+    double constraint = 0.0;
+};
+
+inline Residuals residualsOf(const knotwork_measures::CurveProblem& p, const Numbers& controlPoints)
+{
+    Residuals found;
+    const auto squaresAt = [&](double t, const double* target) {
+        double squares = 0.0;
+        for (const auto x : differenceAt(p.basis, controlPoints, t, 0, target, p.dimension))
+            squares += static_cast<double>(x * x);
+        return squares;
+    };
+    for (std::size_t i = 0; i < p.parameters.size(); ++i) {
+        const double squares =
+            squaresAt(p.parameters[i], &p.points[i * static_cast<std::size_t>(p.dimension)]);
+        found.rms += squares / static_cast<double>(p.parameters.size());
+        if (std::sqrt(squares) <= found.largest) continue;
+        found.largest = std::sqrt(squares);
+        found.largestAt = p.parameters[i];
+    }
+    for (const knotwork::CurveConstraint& c : p.constraints)
+        if (c.derivative == 0)
+            found.constraint =
+                std::max(found.constraint, std::sqrt(squaresAt(c.parameter, c.value.data())));
+    found.rms = std::sqrt(found.rms);
+    return found;
+}
 
 /// Points about a smooth curve, with noise, at parameters spread unevenly over every span.
 inline FitProblem noisyProblem(int degree, int spans, int dimension, Dice& dice)

@@ -1,14 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "measures/RandomFits.h"
 
-#include <gtest/gtest.h>
-
 #include "measures/Verdicts.h"
+#include "tests/support/Testing.h"
 
 namespace {
 
-using knotwork_measures::Judgement;
-using knotwork_measures::VerdictTally;
+using namespace knotwork_measures;
 
 // Seeds whose first fits hold some that are not determined and hard to tell from those that are.
 constexpr std::uint64_t kCurveSeed = 4;
@@ -34,12 +32,12 @@ void expectVerdictsToBeBelievable(std::uint64_t seed, int count,
 
 TEST(RandomFitsTest, CurvesAnswerRightAndRefuseWithReason)
 {
-    expectVerdictsToBeBelievable(kCurveSeed, 1000, knotwork_measures::randomCurve);
+    expectVerdictsToBeBelievable(kCurveSeed, 1000, randomCurve);
 }
 
 TEST(RandomFitsTest, SurfacesAnswerRightAndRefuseWithReason)
 {
-    expectVerdictsToBeBelievable(kSurfaceSeed, 500, knotwork_measures::randomSurface);
+    expectVerdictsToBeBelievable(kSurfaceSeed, 500, randomSurface);
 }
 
 }  // namespace

@@ -1,25 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "knotwork/fit/Refine.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <limits>
-
 #include "knotwork/fit/KernelBuild.h"
 #include "tests/fit/HandMadeSurface.h"
-#include "tests/support/Dice.h"
+#include "tests/support/Testing.h"
 
 namespace {
 
-using knotwork::BsplineBasis;
-using knotwork::FittedCurve;
-using knotwork::FittedSurface;
-using knotwork_test::Dice;
-
-constexpr double kEps = 0x1p-52;
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+using namespace knotwork;
+using namespace knotwork_test;
 
 /// A curve of random control points within (-1, 1).
 FittedCurve randomCurve(const BsplineBasis& basis, int dimension, unsigned seed)
@@ -74,7 +63,7 @@ TEST(RefineTest, SurfacesKeepTheirShapeInBothDirections)
     Dice dice(3);
     const auto u = BsplineBasis::uniform(3, 0.0, 1.0, 3);
     const auto v = BsplineBasis::uniform(2, -2.0, 2.0, 4);
-    const FittedSurface surface = knotwork_test::handMade(u, v, [&dice](double, double) {
+    const FittedSurface surface = handMade(u, v, [&dice](double, double) {
         return std::vector{2.0 * dice.unit() - 1.0, 2.0 * dice.unit() - 1.0};
     });
     FittedSurface refined = surface;
@@ -106,8 +95,8 @@ TEST(RefineTest, KnotsThatCannotBeAreRefusedAndNothingChanges)
         EXPECT_EQ(curve.controlPoints, before.controlPoints);
         EXPECT_EQ(curve.spline, before.spline);
 
-        FittedSurface surface = knotwork_test::handMade(
-            basis, basis, [](double a, double b) { return std::vector{a * b}; });
+        FittedSurface surface =
+            handMade(basis, basis, [](double a, double b) { return std::vector{a * b}; });
         const auto points = surface.controlPoints;
         EXPECT_FALSE(refine(surface, {0.2}, knots));
         EXPECT_FALSE(refine(surface, knots, {0.2}));
@@ -142,7 +131,7 @@ TEST(RefineTest, BasesOfCurvesAndSurfacesBringThemBack)
     }
 
     const FittedSurface surface =
-        knotwork_test::handMade(u, v, [](double a, double b) { return std::vector{a + b}; });
+        handMade(u, v, [](double a, double b) { return std::vector{a + b}; });
     EXPECT_EQ(knotwork::basisInU(*surface.surface).knots(), u.knots());
     EXPECT_EQ(knotwork::basisInV(*surface.surface).knots(), v.knots());
 }

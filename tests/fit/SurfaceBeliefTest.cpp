@@ -1,35 +1,17 @@
 // SPDX-License-Identifier: MIT
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <functional>
 #include <map>
-#include <ostream>
-#include <string>
-#include <vector>
 
 #include "measures/FitOracle.h"
 #include "measures/Verdicts.h"
 #include "tests/fit/SurfaceProblems.h"
-#include "tests/support/CaseName.h"
+#include "tests/support/Testing.h"
 
 /// Whether the verdict on a surface can be believed.
 namespace {
 
-using knotwork::BsplineBasis;
-using knotwork::FitMethod;
-using knotwork::FittedSurface;
-using knotwork::FitVerdict;
-using knotwork::LineConstraint;
-using knotwork_measures::Judgement;
-using knotwork_measures::SurfaceProblem;
-using knotwork_test::fitOf;
-using knotwork_test::gridOf;
-using knotwork_test::hardlyDetermined;
-using knotwork_test::noisySheet;
-using knotwork_test::vectorOf;
-using Numbers = std::vector<double>;
+using namespace knotwork;
+using namespace knotwork_measures;
+using namespace knotwork_test;
 
 constexpr double kRight = 1e-13;  // of the largest control point
 
@@ -160,7 +142,7 @@ TEST(SurfaceBeliefTest, HeldControlPointsLeaveNothingOpen)
         ASSERT_TRUE(oracle.determined);
         const Numbers found(surface.controlPoints.begin() + 11, surface.controlPoints.end());
         const Numbers expected(oracle.controlPoints.begin() + 11, oracle.controlPoints.end());
-        EXPECT_LE(knotwork_measures::deviationOf(found, expected, 1).overall, 1e-8) << k;
+        EXPECT_LE(deviationOf(found, expected, 1).overall, 1e-8) << k;
     }
     EXPECT_GT(verdicts[FitVerdict::kMet], 8);
     EXPECT_GT(verdicts[FitVerdict::kUndetermined], 4);
@@ -169,90 +151,83 @@ TEST(SurfaceBeliefTest, HeldControlPointsLeaveNothingOpen)
 
 namespace {
 
+using Change = std::function<void(SurfaceProblem& p)>;
+
 struct FaultCase {
     const char* name;
-    std::function<void(SurfaceProblem& p)> change;
+    Change change;
     const char* reason;
-    friend void PrintTo(const FaultCase& c, std::ostream* os) { *os << c.name; }
 };
 
-class SurfaceFaultTest : public testing::TestWithParam<FaultCase> {};
+Change acrossU(const std::vector<LineConstraint>& lines)
+{
+    return [=](SurfaceProblem& p) { p.acrossU = lines; };
+}
 
-const double kNaN = std::nan("");
+Change acrossV(const std::vector<LineConstraint>& lines)
+{
+    return [=](SurfaceProblem& p) { p.acrossV = lines; };
+}
+
+Change weighted(const Numbers& inU, const Numbers& inV)
+{
+    return [=](SurfaceProblem& p) { p.uWeights = inU, p.vWeights = inV; };
+}
+
+const Numbers kAlongU(18, 0.0);
+const Numbers kAlongV(14, 0.0);
+
+const FaultCase kFaults[] = {
+    {"NoSamples", [](SurfaceProblem& p) { p.uParameters.clear(), p.points.clear(); },
+     "there are no points"},
+    {"FewerNumbers", [](SurfaceProblem& p) { p.points.pop_back(); },
+     "there are fewer numbers than points"},
+    {"PointNaN", [](SurfaceProblem& p) { p.points[5] = kNaN; }, "a coordinate is no finite number"},
+    {"NoBasisInU", [](SurfaceProblem& p) { p.u = BsplineBasis(); },
+     "degree and knots do not make a basis in u"},
+    {"NoBasisInV", [](SurfaceProblem& p) { p.v = BsplineBasis(); },
+     "degree and knots do not make a basis in v"},
+    {"ParameterBelow", [](SurfaceProblem& p) { p.uParameters[0] = -1e-9; },
+     "parameter 0, -1e-09, lies outside the knots in u"},
+    {"ParameterAbove", [](SurfaceProblem& p) { p.vParameters[6] = 6.5; },
+     "parameter 6, 6.5, lies outside the knots in v"},
+    {"ParameterInfinite", [](SurfaceProblem& p) { p.vParameters[2] = INFINITY; },
+     "parameter 2 is no finite number in v"},
+    {"TooFewWeights", weighted(Numbers(7, 1.0), {}),
+     "there must be one weight a line of samples in u"},
+    {"WeightNegative", weighted({1, 1, 1, -1e-300, 1, 1, 1, 1, -1}, {}),
+     "weight 3 in u is negative"},
+    {"WeightNaN", weighted({}, {1, 1, 1, 1, 1, 1, kNaN}), "weight 6 in v is no finite number"},
+    {"WeightInfinite", weighted({}, {kInf, 1, 1, 1, 1, 1, 1}), "weight 0 in v is no finite number"},
+    {"NoWeight", weighted({}, Numbers(7, 0.0)), "all weights are 0 in v"},
+    {"LineBelow", acrossU({{-0.5, 0, kAlongV}}),
+     "constraint 0, at -0.5, lies outside the knots in u"},
+    {"LineAbove", acrossV({{6, 0, kAlongU}, {7, 0, kAlongU}}),
+     "constraint 1, at 7, lies outside the knots in v"},
+    {"LineDerivative", acrossV({{0, 3, kAlongU}}),
+     "constraint 0 asks for a derivative that the degree does not have in v"},
+    {"LineLength", acrossU({{0, 0, kAlongU}}),
+     "constraint 0 in u needs a point for each sample along its line"},
+    {"LineNaN", acrossV({{0, 0, Numbers(18, kNaN)}}),
+     "a value of constraint 0 in v is no finite number"},
+    {"LineOverflows",
+     [](SurfaceProblem& p) {
+         p.u = BsplineBasis::uniform(3, 0, 8e200, 3);
+         p.acrossU = {{0, 1, Numbers(14, 1e200)}};
+     },
+     "a constraint's value leaves the range of numbers"}};
 
 }  // namespace
 
-TEST_P(SurfaceFaultTest, IsNamed)
+TEST(SurfaceFaultTest, IsNamed)
 {
-    SurfaceProblem p = noisySheet();
-    GetParam().change(p);
-    const FittedSurface surface = fitOf(p);
-    EXPECT_EQ(surface.report.verdict, FitVerdict::kBadInput);
-    EXPECT_EQ(surface.report.reason, GetParam().reason);
-    EXPECT_TRUE(surface.controlPoints.empty() && surface.surface == nullptr);
+    for (const FaultCase& c : kFaults) {
+        SCOPED_TRACE(c.name);
+        SurfaceProblem p = noisySheet();
+        c.change(p);
+        const FittedSurface surface = fitOf(p);
+        EXPECT_EQ(surface.report.verdict, FitVerdict::kBadInput);
+        EXPECT_EQ(surface.report.reason, c.reason);
+        EXPECT_TRUE(surface.controlPoints.empty() && surface.surface == nullptr);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Inputs, SurfaceFaultTest,
-    testing::Values(
-        FaultCase{"NoSamples", [](SurfaceProblem& p) { p.uParameters.clear(), p.points.clear(); },
-                  "there are no points"},
-        FaultCase{"FewerNumbers", [](SurfaceProblem& p) { p.points.pop_back(); },
-                  "there are fewer numbers than points"},
-        FaultCase{"PointNaN", [](SurfaceProblem& p) { p.points[5] = kNaN; },
-                  "a coordinate is no finite number"},
-        FaultCase{"NoBasisInU", [](SurfaceProblem& p) { p.u = BsplineBasis(); },
-                  "degree and knots do not make a basis in u"},
-        FaultCase{"NoBasisInV", [](SurfaceProblem& p) { p.v = BsplineBasis(); },
-                  "degree and knots do not make a basis in v"},
-        FaultCase{"ParameterBelow", [](SurfaceProblem& p) { p.uParameters[0] = -1e-9; },
-                  "parameter 0, -1e-09, lies outside the knots in u"},
-        FaultCase{"ParameterAbove", [](SurfaceProblem& p) { p.vParameters[6] = 6.5; },
-                  "parameter 6, 6.5, lies outside the knots in v"},
-        FaultCase{"ParameterInfinite", [](SurfaceProblem& p) { p.vParameters[2] = INFINITY; },
-                  "parameter 2 is no finite number in v"},
-        FaultCase{"TooFewWeights", [](SurfaceProblem& p) { p.uWeights = Numbers(7, 1.0); },
-                  "there must be one weight a line of samples in u"},
-        FaultCase{"WeightNegative",
-                  [](SurfaceProblem& p) { p.uWeights = {1, 1, 1, -1e-300, 1, 1, 1, 1, -1}; },
-                  "weight 3 in u is negative"},
-        FaultCase{"WeightNaN", [](SurfaceProblem& p) { p.vWeights = {1, 1, 1, 1, 1, 1, kNaN}; },
-                  "weight 6 in v is no finite number"},
-        FaultCase{"WeightInfinite",
-                  [](SurfaceProblem& p) { p.vWeights = {INFINITY, 1, 1, 1, 1, 1, 1}; },
-                  "weight 0 in v is no finite number"},
-        FaultCase{"NoWeight", [](SurfaceProblem& p) { p.vWeights = Numbers(7, 0.0); },
-                  "all weights are 0 in v"},
-        FaultCase{"LineBelow",
-                  [](SurfaceProblem& p) {
-                      p.acrossU = {{-0.5, 0, Numbers(14, 0.0)}};
-                  },
-                  "constraint 0, at -0.5, lies outside the knots in u"},
-        FaultCase{"LineAbove",
-                  [](SurfaceProblem& p) {
-                      p.acrossV = {{6, 0, Numbers(18, 0.0)}, {7, 0, Numbers(18, 0.0)}};
-                  },
-                  "constraint 1, at 7, lies outside the knots in v"},
-        FaultCase{"LineDerivative",
-                  [](SurfaceProblem& p) {
-                      p.acrossV = {{0, 3, Numbers(18, 0.0)}};
-                  },
-                  "constraint 0 asks for a derivative that the degree does not have in v"},
-        FaultCase{"LineLength",
-                  [](SurfaceProblem& p) {
-                      p.acrossU = {{0, 0, Numbers(18, 0.0)}};
-                  },
-                  "constraint 0 in u needs a point for each sample along its line"},
-        FaultCase{"LineNaN",
-                  [](SurfaceProblem& p) {
-                      p.acrossV = {{0, 0, Numbers(18, 0.0)}};
-                      p.acrossV[0].values[17] = kNaN;
-                  },
-                  "a value of constraint 0 in v is no finite number"},
-        FaultCase{"LineOverflows",
-                  [](SurfaceProblem& p) {
-                      p.u = BsplineBasis::uniform(3, 0, 8e200, 3);
-                      p.acrossU = {{0, 1, Numbers(14, 1e200)}};
-                  },
-                  "a constraint's value leaves the range of numbers"}),
-    knotwork_test::CaseName());

@@ -1,32 +1,20 @@
 // SPDX-License-Identifier: MIT
 #include "knotwork/fit/SurfaceFit.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <string>
-#include <vector>
-
 #include "knotwork/fit/CurveFit.h"
-#include "tests/support/Dice.h"
+#include "tests/support/Testing.h"
 
-using knotwork::BsplineBasis;
-using knotwork::FittedSurface;
-using knotwork::FitVerdict;
-using knotwork::SurfaceFitOptions;
-using testing::HasSubstr;
+using namespace knotwork;
+using namespace knotwork_test;
 
 namespace {
-
-constexpr double kEps = 0x1p-52;
 
 /// Samples of a bumpy sheet with noise; coordinates and parameters in any unit.
 struct Sheet {
     explicit Sheet(int d = 1, double size = 1.0, double unit = 1.0)
         : points(d, kRows, kCols, 0.0), u(kRows, 0.0, unit), v(kCols, 0.0, unit)
     {
-        knotwork_test::Dice dice(5);
+        knotwork_measures::Dice dice(5);
         for (int j = 0; j < kCols; ++j)
             for (int i = 0; i < kRows; ++i)
                 for (int k = 0; k < d; ++k)

@@ -1,33 +1,14 @@
 // SPDX-License-Identifier: MIT
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <ostream>
-#include <vector>
-
 #include "measures/Verdicts.h"
 #include "tests/fit/SurfaceProblems.h"
-#include "tests/support/CaseName.h"
+#include "tests/support/Testing.h"
 
 /// Weights, what counts as zero, and progress of surface fits.
 namespace {
 
-using knotwork::FitMethod;
-using knotwork::FittedSurface;
-using knotwork::FitVerdict;
-using knotwork::SurfaceFitOptions;
+using namespace knotwork;
+using namespace knotwork_test;
 using knotwork_measures::SurfaceProblem;
-using knotwork_test::fitOf;
-using knotwork_test::gridOf;
-using knotwork_test::hardlyDetermined;
-using knotwork_test::noisySheet;
-using knotwork_test::optionsOf;
-using knotwork_test::vectorOf;
-using Numbers = std::vector<double>;
-
-constexpr double kEps = 0x1p-52;
 
 /// The points of one line each, `dimension` numbers a point, as often as the line weighs.
 Numbers repeated(const Numbers& numbers, const Numbers& weights, int dimension)
@@ -171,7 +152,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Kind{"LinesMet", withLines(weightedSheet(), FitMethod::kHouseholder), false},
                     Kind{"LinesFitted", withLines(weightedSheet(), FitMethod::kQr), false},
                     Kind{"Around", weightedSheet(), true}),
-    knotwork_test::CaseName());
+    CaseName());
 
 TEST(SurfaceWeightsTest, VeryDifferentWeightsLeaveTheAnswerRight)
 {

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "measures/FitOracle.h"
-#include "tests/support/Dice.h"
+#include "measures/Numbers.h"
 
 /// Surface fits that several tests start from.
 namespace knotwork_test {
@@ -51,7 +51,7 @@ inline knotwork_measures::SurfaceProblem noisySheet()
     p.u = knotwork::BsplineBasis::uniform(3, 0, 8, 3);
     p.v = knotwork::BsplineBasis::uniform(2, 0, 6, 2);
     p.dimension = 2;
-    knotwork_test::Dice dice(31);
+    knotwork_measures::Dice dice(31);
     for (int i = 0; i <= 8; ++i) p.uParameters.push_back(i);
     for (int j = 0; j <= 6; ++j) p.vParameters.push_back(j);
     for (int n = 0; n < 9 * 7 * 2; ++n) p.points.push_back(dice.unit());

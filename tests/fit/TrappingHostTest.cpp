@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: MIT
 // Hosts that trap floating-point faults: a fit that goes well raises none.
 #include <fenv.h>
-#include <gtest/gtest.h>
 
-#include <cmath>
 #include <cstdlib>
 
 #include "knotwork/fit/CurveFit.h"
 #include "knotwork/fit/SurfaceFit.h"
+#include "tests/support/Testing.h"
 
 namespace {
 

@@ -1,20 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "knotwork/geometry/TnkRw.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <memory>
-#include <vector>
 
 #include "knotwork/geometry/TnkException.h"
 #include "tests/support/Arrays.h"
+#include "tests/support/Testing.h"
 
-using knotwork_test::elements;
-using knotwork_test::vec;
-using testing::Each;
-using testing::ElementsAre;
-using testing::ElementsAreArray;
+using namespace knotwork_test;
 
 namespace {
 

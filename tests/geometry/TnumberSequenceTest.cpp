@@ -1,26 +1,16 @@
 // SPDX-License-Identifier: MIT
 #include "knotwork/geometry/TnumberSequence.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <climits>
-#include <cmath>
 #include <csignal>
-#include <cstddef>
-#include <vector>
 
 #include "tests/support/Arrays.h"
 #include "tests/support/RecordingHandler.h"
+#include "tests/support/Testing.h"
 
 namespace {
 
-using knotwork_test::codesRaisedBy;
-using knotwork_test::elements;
-using knotwork_test::intVec;
-using knotwork_test::vec;
-using testing::ElementsAre;
-using Numbers = std::vector<double>;
+using namespace knotwork_test;
 
 TnumberSequence knots(const Numbers& values)
 {

@@ -1,24 +1,16 @@
 // SPDX-License-Identifier: MIT
 #include "knotwork/geometry/TtupleMatrix.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <climits>
-#include <vector>
 
 #include "knotwork/platform/base.h"
 #include "tests/support/Arrays.h"
 #include "tests/support/RecordingHandler.h"
+#include "tests/support/Testing.h"
 
 namespace {
 
-using knotwork_test::codesRaisedBy;
-using knotwork_test::elements;
-using knotwork_test::intVec;
-using knotwork_test::vec;
-using testing::ElementsAre;
-using testing::IsEmpty;
+using namespace knotwork_test;
 
 /// A grid whose numbers count on from 0.
 TtupleMatrix counted(int d, int rows, int cols)

@@ -1,26 +1,17 @@
 // SPDX-License-Identifier: MIT
 #include "knotwork/geometry/TtupleVector.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <climits>
 #include <utility>
-#include <vector>
 
 #include "knotwork/platform/base.h"
 #include "tests/support/Arrays.h"
 #include "tests/support/RecordingHandler.h"
+#include "tests/support/Testing.h"
 
 namespace {
 
-using knotwork_test::codesRaisedBy;
-using knotwork_test::elements;
-using knotwork_test::intVec;
-using knotwork_test::vec;
-using testing::Each;
-using testing::ElementsAre;
-using testing::IsEmpty;
+using namespace knotwork_test;
 
 /// n points of d coordinates, numbered on from 0.
 TtupleVector counted(int d, int n)

@@ -2,30 +2,17 @@
 // What only vectors of double have, and where rounding, NaN and the sign of zero count.
 #include "knotwork/linalg/DoubleVec.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <cfloat>
 #include <climits>
-#include <cmath>
 #include <csignal>
-#include <functional>
-#include <limits>
-#include <string>
-#include <vector>
 
 #include "knotwork/linalg/detail/DoubleVecExtras.h"
 #include "tests/support/Arrays.h"
-#include "tests/support/CaseName.h"
+#include "tests/support/Testing.h"
 
 namespace {
 
 using namespace knotwork_test;
-using testing::ElementsAre;
-using testing::IsEmpty;
-
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-constexpr double kInf = std::numeric_limits<double>::infinity();
 
 template <class A, class B, class = void>
 struct CanSubtract : std::false_type {
@@ -86,7 +73,6 @@ struct MatchCase {
     double v;
     double tol;
     std::vector<int> matching;
-    friend void PrintTo(const MatchCase& c, std::ostream* os) { *os << c.name; }
 };
 const MatchCase kMatchCases[] = {
     {"boundsAreInclusive", {0.5, 1.5, 0.4999, 1.5001, 1.0}, 1.0, 0.5, {0, 1, 4}},
@@ -100,35 +86,34 @@ const MatchCase kMatchCases[] = {
     {"all", {2.0, 2.0}, 2.0, 0.0, {0, 1}},
     {"empty", {}, 0.0, 1.0, {}},
 };
-class MatchTest : public testing::TestWithParam<MatchCase> {};
-
-TEST_P(MatchTest, FindsTheSameElementsInEveryForm)
+TEST(MatchTest, FindsTheSameElementsInEveryForm)
 {
-    const MatchCase& c = GetParam();
-    std::vector<int> others;
-    for (int i = 0; i < static_cast<int>(c.values.size()); ++i)
-        if (std::count(c.matching.begin(), c.matching.end(), i) == 0) others.push_back(i);
-    for (const int stride : {1, -2}) {
-        SCOPED_TRACE(stride);
-        const DoubleVec v = strided(c.values, stride);
-        EXPECT_EQ(v.countValue(c.v, c.tol), static_cast<int>(c.matching.size()));
-        EXPECT_EQ(v.isEqual(c.v, c.tol), others.empty() ? 1 : 0);
-        EXPECT_EQ(elements(v.valueIndex(c.v, c.tol)), c.matching);
-        EXPECT_EQ(elements(v.nonValueIndex(c.v, c.tol)), others);
-        if (c.v != 0.0) continue;
-        EXPECT_EQ(v.countZero(c.tol), static_cast<int>(c.matching.size()));
-        EXPECT_EQ(v.isZero(c.tol), others.empty() ? 1 : 0);
-        EXPECT_EQ(elements(v.zeroIndex(c.tol)), c.matching);
-        EXPECT_EQ(elements(v.nonZeroIndex(c.tol)), others);
-        auto clamped = c.values;
-        for (const int i : c.matching) clamped[static_cast<std::size_t>(i)] = 0.0;
-        DoubleVec w = strided(c.values, stride);
-        const DoubleVec sharer(w);
-        w.clampZero(c.tol);
-        EXPECT_EQ(bitsOf(elements(sharer)), bitsOf(clamped)) << "in place, +0.0";
+    for (const MatchCase& c : kMatchCases) {
+        SCOPED_TRACE(c.name);
+        std::vector<int> others;
+        for (int i = 0; i < static_cast<int>(c.values.size()); ++i)
+            if (std::count(c.matching.begin(), c.matching.end(), i) == 0) others.push_back(i);
+        for (const int stride : {1, -2}) {
+            SCOPED_TRACE(stride);
+            const DoubleVec v = strided(c.values, stride);
+            EXPECT_EQ(v.countValue(c.v, c.tol), static_cast<int>(c.matching.size()));
+            EXPECT_EQ(v.isEqual(c.v, c.tol), others.empty() ? 1 : 0);
+            EXPECT_EQ(elements(v.valueIndex(c.v, c.tol)), c.matching);
+            EXPECT_EQ(elements(v.nonValueIndex(c.v, c.tol)), others);
+            if (c.v != 0.0) continue;
+            EXPECT_EQ(v.countZero(c.tol), static_cast<int>(c.matching.size()));
+            EXPECT_EQ(v.isZero(c.tol), others.empty() ? 1 : 0);
+            EXPECT_EQ(elements(v.zeroIndex(c.tol)), c.matching);
+            EXPECT_EQ(elements(v.nonZeroIndex(c.tol)), others);
+            auto clamped = c.values;
+            for (const int i : c.matching) clamped[static_cast<std::size_t>(i)] = 0.0;
+            DoubleVec w = strided(c.values, stride);
+            const DoubleVec sharer(w);
+            w.clampZero(c.tol);
+            EXPECT_EQ(bitsOf(elements(sharer)), bitsOf(clamped)) << "in place, +0.0";
+        }
     }
 }
-INSTANTIATE_TEST_SUITE_P(DoubleVec, MatchTest, testing::ValuesIn(kMatchCases), CaseName());
 
 TEST(DoubleVecTest, ClampingLeavesNanAlone)
 {

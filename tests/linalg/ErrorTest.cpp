@@ -1,15 +1,10 @@
 // SPDX-License-Identifier: MIT
 // Every raise of the array layer: what the handler is told, and that nothing out of range is
 // touched when a host's handler returns all the same (the address sanitizer watches).
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <climits>
 #include <cstdint>
-#include <functional>
 #include <sstream>
-#include <string>
-#include <vector>
 
 #include "knotwork/linalg/DoubleGenMatPick.h"
 #include "knotwork/linalg/DoubleSymMat.h"
@@ -20,6 +15,7 @@
 #include "knotwork/linalg/detail/DoubleVecExtras.h"
 #include "tests/support/Arrays.h"
 #include "tests/support/Misuse.h"
+#include "tests/support/Testing.h"
 
 namespace {
 

@@ -1,16 +1,14 @@
 // SPDX-License-Identifier: MIT
 // Free functions as hosts write them: on picks and on matrices that convert, qualified, and by
 // address. That a line compiles is half of its test.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "knotwork/knotwork.h"
 #include "tests/support/Arrays.h"
+#include "tests/support/Testing.h"
 
 namespace {
 
 using namespace knotwork_test;
-using testing::ElementsAre;
 
 TEST(FreeFunctionTest, VectorPicksTakeThePlaceOfVectors)
 {

@@ -1,20 +1,17 @@
 // SPDX-License-Identifier: MIT
 #include "knotwork/linalg/LXBlock.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <csignal>
 #include <cstdint>
-#include <vector>
 
 #include "knotwork/linalg/detail/SmallBlockPool.h"
 #include "tests/support/RecordingHandler.h"
+#include "tests/support/Testing.h"
 
 namespace {
 
 using knotwork::SmallBlockPool;
-using knotwork_test::RecordingHandler;
+using namespace knotwork_test;
 
 constexpr std::size_t kTooMany = SIZE_MAX / 4;  // of 8 bytes: the product wraps
 

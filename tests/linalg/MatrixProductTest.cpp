@@ -1,20 +1,12 @@
 // SPDX-License-Identifier: MIT
 // Every element of a product has the bits of one plain sum over k, whatever tiles and packing do.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <cstddef>
-#include <limits>
-#include <type_traits>
-#include <vector>
 
 #include "tests/support/Arrays.h"
-#include "tests/support/CaseName.h"
+#include "tests/support/Testing.h"
 
 namespace {
 
 using namespace knotwork_test;
-using testing::ElementsAre;
 
 /// A matrix of its own, element (i, j) at values[rows j + i].
 template <class T>
@@ -153,8 +145,6 @@ TEST(MatrixProductTest, SumsStartAtPositiveZero)
 
 TEST(MatrixProductTest, NanAndInfinityStayInTheirRowsAndColumns)
 {
-    constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-    constexpr double kInf = std::numeric_limits<double>::infinity();
     DoubleGenMat a(5u, 3u, 1.0);
     a(4, 0) = kNaN;
     a(2, 1) = kInf;
@@ -167,18 +157,6 @@ TEST(MatrixProductTest, NanAndInfinityStayInTheirRowsAndColumns)
             else
                 EXPECT_EQ(c(i, j), i == 2 ? kInf : 3.0) << i << ' ' << j;
         }
-}
-
-TEST(MatrixProductTest, WhichOperandIsTransposed)
-{
-    const DoubleGenMat a = mat({{1, 2}, {3, 4}});
-    const DoubleGenMat b = mat({{5, 6}, {7, 8}});
-    EXPECT_THAT(rowsOf(product(a, b)), ElementsAre(ElementsAre(19, 22), ElementsAre(43, 50)));
-    EXPECT_THAT(rowsOf(transProduct(a, b)), ElementsAre(ElementsAre(17, 23), ElementsAre(39, 53)));
-    EXPECT_THAT(rowsOf(transposeProduct(a, b)),
-                ElementsAre(ElementsAre(26, 30), ElementsAre(38, 44)));
-    EXPECT_THAT(elements(product(a, vec({1, 10}))), ElementsAre(21, 43));
-    EXPECT_THAT(elements(product(vec({1, 10}), a)), ElementsAre(31, 42));
 }
 
 }  // namespace

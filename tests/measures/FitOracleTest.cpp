@@ -1,40 +1,16 @@
 // SPDX-License-Identifier: MIT
 #include "measures/FitOracle.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <ostream>
-#include <vector>
-
 #include "measures/RandomFits.h"
-#include "tests/fit/Reference.h"
-#include "tests/support/CaseName.h"
+#include "tests/support/Testing.h"
 
 namespace {
 
-using knotwork::BsplineBasis;
-using knotwork::FitMethod;
-using knotwork_measures::answerFor;
-using knotwork_measures::ConstrainedLeastSquares;
-using knotwork_measures::CurveProblem;
-using knotwork_measures::Equations;
-using knotwork_measures::OracleAnswer;
-using knotwork_measures::PivotedQr;
-using knotwork_measures::Place;
-using knotwork_measures::Quad;
-using knotwork_measures::QuadMatrix;
-using knotwork_measures::SurfaceProblem;
-using Numbers = std::vector<double>;
+using namespace knotwork;
+using namespace knotwork_measures;
+using namespace knotwork_test;
 
 constexpr double kQuadEps = 0x1p-112;
-constexpr double kEps = 0x1p-52;
-
-std::size_t at(int i)
-{
-    return static_cast<std::size_t>(i);
-}
 
 double sizeOf(Quad x)
 {
@@ -64,31 +40,6 @@ QuadMatrix difference(QuadMatrix a, const QuadMatrix& b)
     return a;
 }
 
-TEST(BasisRowTest, AgreesWithTheRecursionFunctionByFunction)
-{
-    for (std::uint64_t index = 0; index < 60; ++index) {
-        SCOPED_TRACE(index);
-        const CurveProblem p = knotwork_measures::randomCurve(11, index);
-        const int degree = p.basis.degree();
-        const double t = p.parameters.front();
-        for (int derivative = 0; derivative <= degree; ++derivative) {
-            Quad row[BsplineBasis::kMostDegree + 1];
-            const int first = knotwork_measures::basisRow(p.basis, t, derivative, row);
-            std::vector<Quad> whole(at(p.basis.count()));
-            std::copy_n(row, degree + 1, whole.begin() + first);
-            double error = 0.0;
-            double size = 0.0;
-            for (int i = 0; i < p.basis.count(); ++i) {
-                const Quad expected = knotwork_test::basisFunction<Quad>(p.basis.knots(), at(i),
-                                                                         degree, t, derivative);
-                error = std::max(error, sizeOf(whole[at(i)] - expected));
-                size = std::max(size, sizeOf(expected));
-            }
-            EXPECT_LE(error, 100 * kQuadEps * size);
-        }
-    }
-}
-
 /// What an answer must fulfil, whoever found it: the constraints are met, and what pulls at the
 /// unknowns is balanced by multiples of the constraints' rows.
 TEST(ConstrainedLeastSquaresTest, AnswersFulfilTheConditionsOfAMinimum)
@@ -96,12 +47,11 @@ TEST(ConstrainedLeastSquaresTest, AnswersFulfilTheConditionsOfAMinimum)
     int checked = 0;
     for (std::uint64_t index = 0; index < 300; ++index) {
         SCOPED_TRACE(index);
-        const CurveProblem p = knotwork_measures::randomCurve(12, index);
+        const CurveProblem p = randomCurve(12, index);
         std::vector<Place> places;
         for (const knotwork::CurveConstraint& c : p.constraints)
             places.push_back({c.parameter, c.derivative});
-        const Equations e =
-            knotwork_measures::equationsOf(p.basis, p.parameters, p.weights, places, p.method);
+        const Equations e = equationsOf(p.basis, p.parameters, p.weights, places, p.method);
         const ConstrainedLeastSquares system(e.fitted, e.met);
         if (!system.determined() || system.condition() > 1e8) continue;
         ++checked;
@@ -123,115 +73,72 @@ TEST(ConstrainedLeastSquaresTest, AnswersFulfilTheConditionsOfAMinimum)
     EXPECT_GT(checked, 100);
 }
 
-TEST(FitOracleTest, AgreesWithTheBorderedNormalEquations)
-{
-    int checked = 0;
-    for (std::uint64_t index = 0; index < 150; ++index) {
-        SCOPED_TRACE(index);
-        CurveProblem p = knotwork_measures::randomCurve(13, index);
-        p.weights.clear();
-        p.method = FitMethod::kHouseholder;
-        const OracleAnswer answer = answerFor(p);
-        if (!answer.determined || answer.condition > 1e6) continue;
-        ++checked;
-        const knotwork_test::FitProblem q{p.dimension, p.points, p.parameters, p.basis,
-                                          p.constraints};
-        EXPECT_LE(knotwork_measures::deviationOf(knotwork_test::referenceControlPoints(q),
-                                                 answer.controlPoints, p.dimension)
-                      .overall,
-                  kEps);
-    }
-    EXPECT_GT(checked, 50);
-}
-
 struct KnownCase {
     const char* name;
-    void (*change)(CurveProblem& p);
+    Numbers parameters;
+    std::vector<knotwork::CurveConstraint> constraints;
     bool dependent;
     bool determined;
-    friend void PrintTo(const KnownCase& c, std::ostream* os) { *os << c.name; }
+    FitMethod method = FitMethod::kHouseholder;
+    Numbers weights = {};
 };
 
-class KnownFitTest : public testing::TestWithParam<KnownCase> {};
+const Numbers kEverywhere = {0.1, 0.3, 0.5, 0.9};
+const Numbers kFirstSpan = {0.1, 0.15, 0.2, 0.3};
 
 const KnownCase kKnownCases[] = {
-    {"AsGiven", [](CurveProblem&) {}, false, true},
-    {"LastSpanFixedByNobody",
-     [](CurveProblem& p) {
-         p.parameters = {0.1, 0.15, 0.2, 0.3};
-         p.constraints = {{0.333335, 0, {1.0}}};
-     },
-     false, false},
-    {"LastSpanFixedByAnEnd",
-     [](CurveProblem& p) {
-         p.parameters = {0.1, 0.15, 0.2, 0.3};
-         p.constraints = {{0.333335, 0, {1.0}}, {1.0, 0, {1.0}}};
-     },
-     false, true},
-    {"LastSpanFixedByTwoSlopes",
-     [](CurveProblem& p) {
-         p.parameters = {0.1, 0.15, 0.2, 0.3};
-         p.constraints = {{0.5, 1, {1.0}}, {1.0, 1, {1.0}}};
-     },
-     false, true},
-    {"ConstraintTwice",
-     [](CurveProblem& p) {
-         p.constraints = {{0.5, 0, {1.0}}, {0.5, 0, {1.0}}};
-     },
-     true, false},
+    {"AsGiven", kEverywhere, {}, false, true},
+    {"LastSpanFixedByNobody", kFirstSpan, {{0.333335, 0, {1}}}, false, false},
+    {"LastSpanFixedByAnEnd", kFirstSpan, {{0.333335, 0, {1}}, {1, 0, {1}}}, false, true},
+    {"LastSpanFixedByTwoSlopes", kFirstSpan, {{0.5, 1, {1}}, {1, 1, {1}}}, false, true},
+    {"ConstraintTwice", kEverywhere, {{0.5, 0, {1}}, {0.5, 0, {1}}}, true, false},
     {"ThreeValuesInOneSpan",
-     [](CurveProblem& p) {
-         p.constraints = {{0.4, 0, {1.0}}, {0.5, 0, {1.0}}, {0.6, 0, {1.0}}};
-     },
-     true, false},
+     kEverywhere,
+     {{0.4, 0, {1}}, {0.5, 0, {1}}, {0.6, 0, {1}}},
+     true,
+     false},
     {"AllButTheLastHeld",
-     [](CurveProblem& p) {
-         p.parameters = {0.1, 0.15, 0.35, 0.6};
-         p.constraints = {{0.07, 0, {1.0}}, {0.3, 0, {1.0}}, {0.37, 0, {1.0}}};
-     },
-     false, false},
-    {"SlopeOfASpanTwice",
-     [](CurveProblem& p) {
-         p.constraints = {{0.4, 1, {1.0}}, {0.6, 1, {1.0}}};
-     },
-     true, false},
-    {"TwoValuesALittleApart",
-     [](CurveProblem& p) {
-         p.constraints = {{0.5, 0, {1.0}}, {0.5 + 1e-12, 0, {1.0}}};
-     },
-     false, true},
+     {0.1, 0.15, 0.35, 0.6},
+     {{0.07, 0, {1}}, {0.3, 0, {1}}, {0.37, 0, {1}}},
+     false,
+     false},
+    {"SlopeOfASpanTwice", kEverywhere, {{0.4, 1, {1}}, {0.6, 1, {1}}}, true, false},
+    {"TwoValuesALittleApart", kEverywhere, {{0.5, 0, {1}}, {0.5 + 1e-12, 0, {1}}}, false, true},
     {"ConstraintTwiceFitted",
-     [](CurveProblem& p) {
-         p.method = FitMethod::kQr;
-         p.constraints = {{0.5, 0, {1.0}}, {0.5, 0, {1.0}}};
-     },
-     false, true},
+     kEverywhere,
+     {{0.5, 0, {1}}, {0.5, 0, {1}}},
+     false,
+     true,
+     FitMethod::kQr},
     {"LastPointWithoutWeight",
-     [](CurveProblem& p) {
-         p.weights = {1.0, 1.0, 1.0, 0.0};
-     },
-     false, false},
-    {"TooFewPoints", [](CurveProblem& p) { p.parameters.pop_back(); }, false, false},
-    {"LastFunctionNextToNothing", [](CurveProblem& p) { p.parameters.back() = 2.0 / 3.0 + 1e-9; },
-     false, true},
+     kEverywhere,
+     {},
+     false,
+     false,
+     FitMethod::kHouseholder,
+     {1, 1, 1, 0}},
+    {"TooFewPoints", {0.1, 0.3, 0.5}, {}, false, false},
+    {"LastFunctionNextToNothing", {0.1, 0.3, 0.5, 2.0 / 3.0 + 1e-9}, {}, false, true},
 };
 
 /// Degree 1 over three spans, a point in each and one more.
-TEST_P(KnownFitTest, IsTold)
+TEST(KnownFitTest, IsTold)
 {
-    CurveProblem p;
-    p.basis = BsplineBasis::uniform(1, 0.0, 1.0, 3);
-    p.parameters = {0.1, 0.3, 0.5, 0.9};
-    p.points = {1.0, 2.0, 0.0, 3.0};
-    GetParam().change(p);
-    const OracleAnswer answer = answerFor(p);
-    EXPECT_EQ(answer.dependent, GetParam().dependent);
-    EXPECT_EQ(answer.determined, GetParam().determined);
-    EXPECT_EQ(answer.controlPoints.size(), GetParam().determined ? 4U : 0U);
+    for (const KnownCase& c : kKnownCases) {
+        SCOPED_TRACE(c.name);
+        CurveProblem p;
+        p.basis = BsplineBasis::uniform(1, 0.0, 1.0, 3);
+        p.parameters = c.parameters;
+        p.points = {1.0, 2.0, 0.0, 3.0};
+        p.constraints = c.constraints;
+        p.method = c.method;
+        p.weights = c.weights;
+        const OracleAnswer answer = answerFor(p);
+        EXPECT_EQ(answer.dependent, c.dependent);
+        EXPECT_EQ(answer.determined, c.determined);
+        EXPECT_EQ(answer.controlPoints.size(), c.determined ? 4U : 0U);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(All, KnownFitTest, testing::ValuesIn(kKnownCases),
-                         knotwork_test::CaseName());
 
 /// A diagonal between two reflections keeps its entries as singular values.
 TEST(PivotedQrTest, ConditionIsThatOfKnownSingularValues)
@@ -299,7 +206,7 @@ TEST(FitOracleTest, SurfaceOfAProductIsTheProductOfCurves)
         const OracleAnswer both = answerFor(p);
         ASSERT_TRUE(both.determined);
         const double allowed = 4 * kEps * both.condition;  // products are rounded
-        EXPECT_LE(knotwork_measures::deviationOf(product, both.controlPoints, 1).overall, allowed);
+        EXPECT_LE(deviationOf(product, both.controlPoints, 1).overall, allowed);
     }
 }
 

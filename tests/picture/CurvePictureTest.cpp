@@ -1,25 +1,17 @@
 // SPDX-License-Identifier: MIT
 #include "knotwork/picture/CurvePicture.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <cmath>
 #include <cstdio>
-#include <ostream>
 #include <sstream>
-#include <string>
-#include <vector>
 
+#include "tests/fit/HandMadeSurface.h"
 #include "tests/fit/Problems.h"
-#include "tests/support/CaseName.h"
+#include "tests/support/Testing.h"
 #include "tests/support/XmlCheck.h"
 
 namespace {
 
-using knotwork_test::FitProblem;
-using knotwork_test::xmlFault;
-using testing::HasSubstr;
+using namespace knotwork_test;
 
 std::string pictureOf(const FitProblem& p, const std::string& title)
 {
@@ -31,20 +23,12 @@ std::string pictureOf(const FitProblem& p, const std::string& title)
     return os.str();
 }
 
-std::size_t count(const std::string& text, const std::string& what)
-{
-    std::size_t found = 0;
-    for (std::size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1))
-        ++found;
-    return found;
-}
-
 /// A wave with a value and a slope held.
 FitProblem wave(int dimension, const std::vector<double>& coordinates, double parameter,
                 double offset)
 {
-    knotwork_test::Dice dice(20270116);
-    FitProblem p = knotwork_test::noisyProblem(3, 4, dimension, dice);
+    knotwork_measures::Dice dice(20270116);
+    FitProblem p = noisyProblem(3, 4, dimension, dice);
     const auto d = static_cast<std::size_t>(dimension);
     p.constraints = {{0.25, 0, std::vector<double>(d, 1.0)},
                      {0.75, 1, std::vector<double>(d, 2.0)}};
@@ -57,45 +41,39 @@ struct PictureCase {
     std::vector<double> coordinates;
     double parameter;
     double offset;
-    friend void PrintTo(const PictureCase& c, std::ostream* os) { *os << c.name; }
 };
 
-class CurvePictureTest : public testing::TestWithParam<PictureCase> {};
+const PictureCase kPictures[] = {
+    {"Graph", 1, {1}, 1, 0},         {"Plane", 2, {1}, 1, 0},
+    {"Space", 3, {1}, 1, 0},         {"Tiny", 1, {1e-300}, 1e-9, 0},
+    {"Huge", 1, {1e307}, 1e60, 0},   {"HugePlane", 2, {1e306, -5e306}, 1, 0},
+    {"LongAgo", 1, {1}, 600, 1.7e9}, {"FlatAndWide", 2, {1e-200, 1}, 1, 0}};
 
 }  // namespace
 
-TEST_P(CurvePictureTest, IsWellFormedAndShowsEverythingOnThePaper)
+TEST(CurvePictureTest, IsWellFormedAndShowsEverythingOnThePaper)
 {
-    const PictureCase& c = GetParam();
-    const FitProblem p = wave(c.dimension, c.coordinates, c.parameter, c.offset);
-    ASSERT_TRUE(p.fit().fits());
-    const std::string svg = pictureOf(p, "A wave");
-    EXPECT_EQ(xmlFault(svg), "");
-    EXPECT_EQ(count(svg, "nan") + count(svg, "inf"), 0U);
-    EXPECT_THAT(svg, HasSubstr(">A wave</text>"));
-    // Data, control points and the key's dot; the constraint's diamond, its tangent, the key's.
-    EXPECT_EQ(count(svg, "<circle"), p.parameters.size() + 7 + 1);
-    EXPECT_EQ(count(svg, "stroke=\"#c2185b\""), 3U);
-    EXPECT_GE(count(svg, "text-anchor=\"end\""), 3U);  // numbers on the upright axis
-    for (std::size_t at = svg.find("<circle"); at != std::string::npos;
-         at = svg.find("<circle", at + 1)) {
-        double x = -1.0;
-        double y = -1.0;
-        ASSERT_EQ(std::sscanf(svg.c_str() + at, "<circle cx=\"%lf\" cy=\"%lf\"", &x, &y), 2);
-        EXPECT_TRUE(x >= 0.0 && x <= 900.0 && y >= 0.0 && y <= 600.0) << x << ", " << y;
+    for (const PictureCase& c : kPictures) {
+        SCOPED_TRACE(c.name);
+        const FitProblem p = wave(c.dimension, c.coordinates, c.parameter, c.offset);
+        ASSERT_TRUE(p.fit().fits());
+        const std::string svg = pictureOf(p, "A wave");
+        EXPECT_EQ(xmlFault(svg), "");
+        EXPECT_EQ(count(svg, "nan") + count(svg, "inf"), 0U);
+        EXPECT_THAT(svg, HasSubstr(">A wave</text>"));
+        // Data, control points and the key's dot; the constraint's diamond, its tangent, the key's.
+        EXPECT_EQ(count(svg, "<circle"), p.parameters.size() + 7 + 1);
+        EXPECT_EQ(count(svg, "stroke=\"#c2185b\""), 3U);
+        EXPECT_GE(count(svg, "text-anchor=\"end\""), 3U);  // numbers on the upright axis
+        for (std::size_t at = svg.find("<circle"); at != std::string::npos;
+             at = svg.find("<circle", at + 1)) {
+            double x = -1.0;
+            double y = -1.0;
+            ASSERT_EQ(std::sscanf(svg.c_str() + at, "<circle cx=\"%lf\" cy=\"%lf\"", &x, &y), 2);
+            EXPECT_TRUE(x >= 0.0 && x <= 900.0 && y >= 0.0 && y <= 600.0) << x << ", " << y;
+        }
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(Curves, CurvePictureTest,
-                         testing::Values(PictureCase{"Graph", 1, {1}, 1, 0},
-                                         PictureCase{"Plane", 2, {1}, 1, 0},
-                                         PictureCase{"Space", 3, {1}, 1, 0},
-                                         PictureCase{"Tiny", 1, {1e-300}, 1e-9, 0},
-                                         PictureCase{"Huge", 1, {1e307}, 1e60, 0},
-                                         PictureCase{"HugePlane", 2, {1e306, -5e306}, 1, 0},
-                                         PictureCase{"LongAgo", 1, {1}, 600, 1.7e9},
-                                         PictureCase{"FlatAndWide", 2, {1e-200, 1}, 1, 0}),
-                         knotwork_test::CaseName());
 
 TEST(CurvePictureTest, FlatCurvesKeepRoomAroundThem)
 {

@@ -1,22 +1,17 @@
 // SPDX-License-Identifier: MIT
 #include "knotwork/picture/SurfaceMesh.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <array>
-#include <cmath>
 #include <cstdio>
 #include <sstream>
 
 #include "tests/fit/HandMadeSurface.h"
+#include "tests/support/Testing.h"
 
 namespace {
 
-using knotwork::BsplineBasis;
-using knotwork::FittedSurface;
-using knotwork_test::handMade;
-using testing::ElementsAre;
+using namespace knotwork;
+using namespace knotwork_test;
 using Triple = std::array<double, 3>;
 
 constexpr double kNineDigits = 1e-8;  // of numbers around 1

@@ -1,27 +1,17 @@
 // SPDX-License-Identifier: MIT
 #include "knotwork/picture/SurfacePicture.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
 #include <regex>
 #include <sstream>
 
 #include "tests/fit/HandMadeSurface.h"
-#include "tests/support/CaseName.h"
-#include "tests/support/Dice.h"
+#include "tests/support/Testing.h"
 #include "tests/support/XmlCheck.h"
 
 namespace {
 
-using knotwork::BsplineBasis;
-using knotwork::FittedSurface;
-using knotwork_test::count;
-using knotwork_test::handMade;
-using knotwork_test::xmlFault;
-using testing::HasSubstr;
+using namespace knotwork;
+using namespace knotwork_test;
 
 constexpr double kWidth = 1200.0;
 constexpr double kHeight = 640.0;
@@ -49,7 +39,7 @@ std::string pictureOf(const FittedSurface& surface, Samples s, const std::string
 /// The surface's own points with noise.
 Samples noisy(const FittedSurface& surface, int perU, int perV, double noise)
 {
-    knotwork_test::Dice dice(20270117);
+    knotwork_measures::Dice dice(20270117);
     Samples s;
     const auto along = [](const BsplineBasis& b, int k, int n) {
         return b.first() + (b.last() - b.first()) * k / (n - 1);
@@ -129,10 +119,7 @@ struct PictureCase {
     double size;
     double parameter;
     double offset;
-    friend void PrintTo(const PictureCase& c, std::ostream* os) { *os << c.name; }
 };
-
-class SurfacePictureTest : public testing::TestWithParam<PictureCase> {};
 
 FittedSurface wave(const PictureCase& c)
 {
@@ -155,45 +142,46 @@ FittedSurface flat()
                     [](double, double) { return std::vector{5.0}; });
 }
 
+const PictureCase kPictures[] = {{"Heights", 1, 1, 1, 0},
+                                 {"Plane", 2, 1, 1, 0},
+                                 {"Space", 3, 1, 1, 0},
+                                 {"TinySpace", 3, 1e-300, 1e-9, 0},
+                                 {"HugeHeights", 1, 5e307, 1e60, 0},
+                                 {"HugeSpace", 3, 5e307, 1, 0},
+                                 {"LongAgo", 1, 1, 600, 1.7e9}};
+
 }  // namespace
 
-TEST_P(SurfacePictureTest, IsWellFormedAndShowsEverythingOnThePaper)
+TEST(SurfacePictureTest, IsWellFormedAndShowsEverythingOnThePaper)
 {
-    const FittedSurface surface = wave(GetParam());
-    const std::string svg =
-        pictureOf(surface, noisy(surface, 7, 9, 0.01 * GetParam().size), "A wave");
-    EXPECT_EQ(xmlFault(svg), "");
-    EXPECT_EQ(count(svg, "nan") + count(svg, "inf"), 0U);
-    EXPECT_THAT(svg, HasSubstr(">A wave</text>"));
-    // Faces fill a grid whose lines take in the 4 knots in u and the 3 in v; each side of a face
-    // on a knot is drawn once.
-    const std::size_t acrossU = 51;
-    const std::size_t acrossV = 52;
-    EXPECT_EQ(facesOf(svg).size(), acrossU * acrossV);
-    EXPECT_EQ(count(svg, "color=\"#135\""), 4 * acrossV + 3 * acrossU);
-    EXPECT_GE(count(svg, "text-anchor=\"end\""), 6U);  // numbers on the upright axis and the scale
-    static const std::regex place("M([-0-9.e+]+)[ ]?(-?[0-9.e+]+)|scale\\((0.1)\\)|</g>");
-    double unit = 1.0;
-    for (std::sregex_iterator m(svg.begin(), svg.end(), place), end; m != end; ++m) {
-        if (!(*m)[1].matched) {
-            unit = (*m)[3].matched ? kTenth : 1.0;  // a group of paths in tenths of a pixel
-            continue;
+    for (const PictureCase& c : kPictures) {
+        SCOPED_TRACE(c.name);
+        const FittedSurface surface = wave(c);
+        const std::string svg = pictureOf(surface, noisy(surface, 7, 9, 0.01 * c.size), "A wave");
+        EXPECT_EQ(xmlFault(svg), "");
+        EXPECT_EQ(count(svg, "nan") + count(svg, "inf"), 0U);
+        EXPECT_THAT(svg, HasSubstr(">A wave</text>"));
+        // Faces fill a grid whose lines take in the 4 knots in u and the 3 in v; each side of a
+        // face on a knot is drawn once.
+        const std::size_t acrossU = 51;
+        const std::size_t acrossV = 52;
+        EXPECT_EQ(facesOf(svg).size(), acrossU * acrossV);
+        EXPECT_EQ(count(svg, "color=\"#135\""), 4 * acrossV + 3 * acrossU);
+        EXPECT_GE(count(svg, "text-anchor=\"end\""),
+                  6U);  // numbers on the upright axis and the scale
+        static const std::regex place("M([-0-9.e+]+)[ ]?(-?[0-9.e+]+)|scale\\((0.1)\\)|</g>");
+        double unit = 1.0;
+        for (std::sregex_iterator m(svg.begin(), svg.end(), place), end; m != end; ++m) {
+            if (!(*m)[1].matched) {
+                unit = (*m)[3].matched ? kTenth : 1.0;  // a group of paths in tenths of a pixel
+                continue;
+            }
+            const double x = unit * std::stod((*m)[1]);
+            const double y = unit * std::stod((*m)[2]);
+            EXPECT_TRUE(x >= 0.0 && x <= kWidth && y >= 0.0 && y <= kHeight) << m->str();
         }
-        const double x = unit * std::stod((*m)[1]);
-        const double y = unit * std::stod((*m)[2]);
-        EXPECT_TRUE(x >= 0.0 && x <= kWidth && y >= 0.0 && y <= kHeight) << m->str();
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(Surfaces, SurfacePictureTest,
-                         testing::Values(PictureCase{"Heights", 1, 1, 1, 0},
-                                         PictureCase{"Plane", 2, 1, 1, 0},
-                                         PictureCase{"Space", 3, 1, 1, 0},
-                                         PictureCase{"TinySpace", 3, 1e-300, 1e-9, 0},
-                                         PictureCase{"HugeHeights", 1, 5e307, 1e60, 0},
-                                         PictureCase{"HugeSpace", 3, 5e307, 1, 0},
-                                         PictureCase{"LongAgo", 1, 1, 600, 1.7e9}),
-                         knotwork_test::CaseName());
 
 TEST(SurfacePictureTest, NearFacesCoverFarOnes)
 {

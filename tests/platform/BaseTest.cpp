@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "knotwork/platform/base.h"
 
-#include <gtest/gtest.h>
-
 #include <memory>
+
+#include "tests/support/Testing.h"
 
 namespace {
 

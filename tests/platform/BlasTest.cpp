@@ -5,17 +5,14 @@
 // scales. The numbers are small integers, so that sums are exact in any order.
 #include "knotwork/platform/blas.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <cmath>
 #include <cstdlib>
 #include <utility>
-#include <vector>
+
+#include "tests/support/Testing.h"
 
 namespace {
 
-using Numbers = std::vector<double>;
+using namespace knotwork_test;
 
 constexpr int kCounts[] = {-1, 0, 1, 2, 3, 7, 16, 33, 100};  // around what is unrolled
 constexpr int kIncrements[] = {-3, -1, 1, 2};
@@ -111,48 +108,16 @@ TEST(BlasTest, RoutinesOfOneVector)
         }
 }
 
-TEST(BlasTest, CopyOntoItselfChangesNothing)
-{
-    const int n = 33;
-    const int one = 1;
-    Numbers x(33, 0.0);
-    for (int i = 0; i < n; ++i) x[static_cast<std::size_t>(i)] = i;
-    const Numbers before(x);
-    dcopy_(&n, x.data(), &one, x.data(), &one);
-    EXPECT_EQ(x, before);
-}
-
-TEST(BlasTest, NormNeitherOverflowsNorUnderflows)
-{
-    for (const double scale : {1e-320, 1e-300, 1e-200, 1e-160, 1.0, 1e160, 1e200, 1e300})
-        for (const int n : {2, 3, 50}) {
-            const Numbers x(static_cast<std::size_t>(n), scale);
-            const int one = 1;
-            const double expected = std::sqrt(static_cast<double>(n)) * scale;
-            EXPECT_NEAR(dnrm2_(&n, x.data(), &one), expected, 1e-15 * expected + 1e-323)
-                << scale << ' ' << n;
-        }
-    const Numbers mixed = {3e-200, 4e200, 0.0, 3e200};
-    const int n = 4;
-    const int one = 1;
-    EXPECT_DOUBLE_EQ(dnrm2_(&n, mixed.data(), &one), 5e200);
-}
-
 TEST(BlasTest, RotationTakesTheSignOfTheLargerAndTellsItByZ)
 {
     struct {
         double a, b, r, c, s;
     } const cases[] = {
         {4, 3, 5, 0.8, 0.6},
-        {4, -3, 5, 0.8, -0.6},
         {-4, 3, -5, 0.8, -0.6},
-        {3, 4, 5, 0.6, 0.8},
-        {-3, 4, 5, -0.6, 0.8},
         {3, -4, -5, -0.6, 0.8},
-        {-3, -4, -5, 0.6, 0.8},
-        {0, 2, 2, 0, 1},
+        {-3, 4, 5, -0.6, 0.8},
         {0, -2, -2, 0, 1},
-        {2, 0, 2, 1, 0},
         {-2, 0, -2, 1, 0},
         {0, 0, 0, 1, 0},
         {1, 1, M_SQRT2, M_SQRT1_2, M_SQRT1_2},  // b's sign where they are equal

@@ -1,20 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "knotwork/solvers/TsolveConstrainedLsq.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "tests/solvers/SolverProbe.h"
 #include "tests/support/Arrays.h"
+#include "tests/support/Testing.h"
 
-using knotwork_test::ListeningReporter;
-using knotwork_test::mat;
-using knotwork_test::randomMatrix;
-using knotwork_test::rowsOf;
-using knotwork_test::SolverProbe;
-using knotwork_test::vec;
-using testing::ElementsAre;
-using testing::IsEmpty;
+using namespace knotwork_test;
 
 TEST(ConstrainedLsqTest, TheConstraintCountIsClampedToWhatTheSystemHolds)
 {
@@ -67,7 +58,7 @@ TEST(ConstrainedLsqTest, TheCutoffLiesInTheFirstMarkedGapBelowOne)
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        EXPECT_DOUBLE_EQ(SolverProbe::cutoffFrom(knotwork_test::vecFrom(c.values)), c.expected);
+        EXPECT_DOUBLE_EQ(SolverProbe::cutoffFrom(vecFrom(c.values)), c.expected);
     }
     EXPECT_NEAR(SolverProbe::trySVD(mat({{0, 0.01, 0}, {5, 0, 0}, {0, 0, -0.9}, {0, 0, 0}})),
                 (9 * 0.01 + 0.9) / 10, 1e-15);

@@ -1,15 +1,13 @@
 // SPDX-License-Identifier: MIT
 // Solvers that a host derives: what the documented virtual functions are handed.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "knotwork/solvers/Thouseholder.h"
 #include "tests/support/Arrays.h"
+#include "tests/support/Testing.h"
 
 namespace {
 
-using knotwork_test::elements;
-using testing::Each;
+using namespace knotwork_test;
 
 /// A solver from the pure virtual functions alone: the unknowns of a diagonal system.
 class DiagonalSolver : public TsolveConstrainedLsq {

@@ -1,30 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "knotwork/solvers/Thouseholder.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <limits>
-
 #include "tests/solvers/SolverProbe.h"
 #include "tests/support/Arrays.h"
+#include "tests/support/Testing.h"
 
-using knotwork_test::elements;
-using knotwork_test::intVec;
-using knotwork_test::ListeningReporter;
-using knotwork_test::mat;
-using knotwork_test::randomMatrix;
-using knotwork_test::SolverProbe;
-using knotwork_test::vec;
+using namespace knotwork_test;
 using testing::DoubleNear;
-using testing::ElementsAre;
-using testing::IsEmpty;
 using testing::Pointwise;
 
 namespace {
-
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 Thouseholder solverFor(const DoubleGenMat& a, int constraints, bool normalise = false)
 {

@@ -1,13 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <cstdlib>
 #include <new>
-#include <string>
 
 #include "knotwork/solvers/Thouseholder.h"
 #include "tests/support/Arrays.h"
+#include "tests/support/Testing.h"
 
 // Every allocation of this program is counted: a header in front of each block keeps its size.
 namespace {

@@ -1,23 +1,14 @@
 // SPDX-License-Identifier: MIT
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "knotwork/solvers/Thouseholder.h"
 #include "knotwork/solvers/TsolveConstrainedLsqQR.h"
 #include "knotwork/solvers/TsolveTensorProductLsq.h"
 #include "tests/support/Arrays.h"
-#include "tests/support/Dice.h"
+#include "tests/support/Testing.h"
 
-using knotwork_test::elements;
-using knotwork_test::mat;
-using knotwork_test::randomMatrix;
-using knotwork_test::vec;
-using testing::Each;
-using testing::ElementsAre;
+using namespace knotwork_test;
 
 namespace {
 
-constexpr double kEps = 0x1p-52;
 constexpr double kTolerance = 1e-12;
 
 DoubleVec randomVector(unsigned n, unsigned seed)
@@ -48,7 +39,7 @@ class FailsOnce : public TsolveConstrainedLsqQR {
 
 TEST(QrSolverTest, EveryRowIsFittedAndConstraintsAreRowsLikeOthers)
 {
-    knotwork_test::Dice dice(61);
+    knotwork_measures::Dice dice(61);
     for (unsigned seed = 1; seed <= 200; ++seed) {
         const unsigned p = 1 + dice.below(9);
         const unsigned n = p + dice.below(12);

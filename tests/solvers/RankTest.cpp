@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
 #include "tests/solvers/RoadProbe.h"
+#include "tests/support/Testing.h"
 
-using knotwork_test::mat;
-using knotwork_test::RoadProbe;
+using namespace knotwork_test;
 
 namespace {
 
@@ -23,44 +21,23 @@ TEST(RankTest, ADiagonalEntryFallsBelow1e13PartsOfTheLargestSquaredNorm)
     // The large entry by turns in every place that its norm is gathered from; 1e4 is its square.
     const struct {
         const char* name;
-        DoubleGenMat (*make)(double small);
-        int constraints;
+        DoubleGenMat large;
+        int smallRow, smallCol, constraints;
     } cases[] = {
-        {"square",
-         [](double small) {
-             return mat({{100, 0}, {0, small}});
-         },
-         0},
-        {"square, constraints",
-         [](double small) {
-             return mat({{100, 0}, {0, small}});
-         },
-         2},
-        {"large in a row before the pivots",
-         [](double small) {
-             return mat({{100, 0}, {0, small}, {0, 0}});
-         },
-         0},
-        {"large in the last row",
-         [](double small) {
-             return mat({{0, 0}, {0, small}, {100, 0}});
-         },
-         0},
-        {"large in a sample, small in a constraint",
-         [](double small) {
-             return mat({{100, 0}, {0, 0}, {0, small}});
-         },
-         1},
-        {"large in a constraint, small in a sample",
-         [](double small) {
-             return mat({{small, 0}, {0, 0}, {0, 100}});
-         },
-         1},
+        {"square", mat({{100, 0}, {0, 0}}), 1, 1, 0},
+        {"square, constraints", mat({{100, 0}, {0, 0}}), 1, 1, 2},
+        {"large in a row before the pivots", mat({{100, 0}, {0, 0}, {0, 0}}), 1, 1, 0},
+        {"large in the last row", mat({{0, 0}, {0, 0}, {100, 0}}), 1, 1, 0},
+        {"large in a sample, small in a constraint", mat({{100, 0}, {0, 0}, {0, 0}}), 2, 1, 1},
+        {"large in a constraint, small in a sample", mat({{0, 0}, {0, 0}, {0, 100}}), 0, 0, 1},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        EXPECT_EQ(codeOf(c.make(0.5e-13 * 1e4), c.constraints), -1);
-        EXPECT_EQ(codeOf(c.make(2e-13 * 1e4), c.constraints), 0);
+        DoubleGenMat a(c.large.copy());
+        a(c.smallRow, c.smallCol) = 0.5e-13 * 1e4;
+        EXPECT_EQ(codeOf(a, c.constraints), -1);
+        a(c.smallRow, c.smallCol) = 2e-13 * 1e4;
+        EXPECT_EQ(codeOf(a, c.constraints), 0);
     }
 }
 

@@ -1,13 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <string>
-
 #include "knotwork/solvers/TsolverReporter.h"
 #include "tests/solvers/SolverProbe.h"
+#include "tests/support/Testing.h"
 
-using testing::ElementsAre;
+using namespace knotwork_test;
 using testing::internal::CaptureStderr;
 using testing::internal::GetCapturedStderr;
 
@@ -48,7 +44,7 @@ TEST(ReporterTest, ALongMessageIsCutToItsBuffer)
 
 TEST(ReporterTest, EveryFormEndsInTheTextFormOfADerivedReporter)
 {
-    knotwork_test::ListeningReporter reporter;
+    ListeningReporter reporter;
     reporter.report("%d", 7);
     reporter.report(Tstring("%d"));
     reporter.progress(0.5);

@@ -1,22 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "knotwork/solvers/detail/RoadGuard.h"
 
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <limits>
-
 #include "knotwork/solvers/detail/ConstraintBasis.h"
 #include "tests/solvers/RoadProbe.h"
-#include "tests/support/Dice.h"
+#include "tests/support/Testing.h"
 
-using knotwork::leastAnswer;
-using knotwork::RoadMeasures;
-using knotwork_test::BothRoads;
-using knotwork_test::curveMatrix;
-using knotwork_test::Dice;
-using knotwork_test::largest;
-using knotwork_test::randomMatrix;
+using namespace knotwork;
+using namespace knotwork_test;
 
 TEST(RoadGuardTest, EachMeasureHasItsThreshold)
 {
@@ -332,7 +322,7 @@ DoubleGenMat strewnSystem(Dice& dice, int constraints, double tiny)
 
 TEST(RoadGuardTest, SystemsStrewnWithNegligibleNumbersDoNotTellTheRoadsApart)
 {
-    const int systems = knotwork_test::trials(1000);
+    const int systems = trials(1000);
     Dice dice(1);
     int shortRoads = 0;
     double worst = 0.0;
@@ -356,5 +346,5 @@ TEST(RoadGuardTest, SystemsStrewnWithNegligibleNumbersDoNotTellTheRoadsApart)
         }
     }
     EXPECT_GT(shortRoads, systems / 2);
-    knotwork_test::recordWorst(worst);
+    recordWorst(worst);
 }

@@ -1,16 +1,13 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
 #include <cstdlib>
 #include <sstream>
 
 #include "knotwork/fit/BsplineBasis.h"
 #include "knotwork/solvers/Thouseholder.h"
 #include "tests/support/Arrays.h"
+#include "tests/support/Testing.h"
 
 namespace knotwork_test {
 

@@ -1,30 +1,13 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <limits>
-#include <numeric>
-#include <vector>
-
 #include "knotwork/fit/BsplineBasis.h"
 #include "tests/solvers/RoadProbe.h"
 #include "tests/solvers/SolverProbe.h"
 #include "tests/support/Arrays.h"
-#include "tests/support/Dice.h"
+#include "tests/support/Testing.h"
 
-using knotwork_test::curveMatrix;
-using knotwork_test::Dice;
-using knotwork_test::elements;
-using knotwork_test::largest;
-using knotwork_test::ListeningReporter;
-using knotwork_test::recordWorst;
-using knotwork_test::RoadProbe;
-using knotwork_test::trials;
+using namespace knotwork_test;
 
 namespace {
-
-constexpr double kEps = 0x1p-52;
 
 /// A system of B-spline rows as hosts make them, and some as they should not.
 struct SparseSystem {
@@ -233,9 +216,8 @@ TEST(RoadsTest, DenseSystemsInBlocksLeadWhereTheLiteralRoadDoes)
         const int samples = unknowns + below(3 * unknowns);
         const int constraints = below(10);
         const int rows = samples + constraints;
-        SparseSystem s = {knotwork_test::randomMatrix(static_cast<unsigned>(rows),
-                                                      static_cast<unsigned>(unknowns),
-                                                      static_cast<unsigned>(trial)),
+        SparseSystem s = {randomMatrix(static_cast<unsigned>(rows), static_cast<unsigned>(unknowns),
+                                       static_cast<unsigned>(trial)),
                           DoubleVec(static_cast<unsigned>(rows)),
                           IntVec(),
                           constraints,
@@ -274,8 +256,7 @@ TEST(RoadsTest, DenseSystemsInBlocksLeadWhereTheLiteralRoadDoes)
 
 TEST(RoadsTest, ManyCoordinatesGiveWhatEachGivesAlone)
 {
-    const Roads kinds[] = {Roads(curveMatrix(200, 30)),
-                           Roads(knotwork_test::randomMatrix(203, 40, 1))};
+    const Roads kinds[] = {Roads(curveMatrix(200, 30)), Roads(randomMatrix(203, 40, 1))};
     for (const Roads& roads : kinds)
         for (const int coordinates : {1, 3, 4, 5, 16, 37}) {
             const TtupleVector b = wavyPoints(coordinates, 203);
@@ -312,8 +293,8 @@ TEST(RoadsTest, ANumberThatIsNotFiniteSpoilsItsCoordinateAndNoOther)
         {"sparse", curveMatrix(200, 30), false, true},
         {"a row of zeros, which nothing else looks at", withEmptyRow, false, true},
         {"the same, scaled", withEmptyRow, true, true},
-        {"dense", knotwork_test::randomMatrix(203, 40, 1), true, true},
-        {"unknowns without a pivot", knotwork_test::randomMatrix(9, 14, 1), false, false},
+        {"dense", randomMatrix(203, 40, 1), true, true},
+        {"unknowns without a pivot", randomMatrix(9, 14, 1), false, false},
     };
     for (const auto& c : cases)
         for (const bool literal : {false, true})
@@ -385,7 +366,7 @@ TEST(RoadsTest, ConstraintsMayFixEveryUnknown)
         band(i, i % 40) = 2.0;
         band(i, std::max(i % 40 - 1, 0)) += 1.0;
     }
-    DoubleGenMat square(knotwork_test::randomMatrix(40, 40, 3));
+    DoubleGenMat square(randomMatrix(40, 40, 3));
     for (int i = 0; i < 40; ++i) square(i, i) += 8.0;
     for (const DoubleGenMat& a : {band, square}) {
         RoadProbe quick(1e-13, 0, false);

@@ -1,15 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "knotwork/solvers/detail/RowBlocks.h"
 
-#include <gtest/gtest.h>
-
 #include "knotwork/linalg/DoubleGenMat.h"
-#include "tests/support/Dice.h"
+#include "tests/support/Testing.h"
 
 namespace {
 
-using knotwork::RowBlocks;
-using knotwork::RowRanges;
+using namespace knotwork;
 
 /// Every non-zero lies in a range, ranges ascend without touching, and stay inside [begin, end).
 void expectCovers(const DoubleGenMat& a, const RowBlocks& blocks, int j, int begin, int end)
@@ -34,7 +31,7 @@ void expectCovers(const DoubleGenMat& a, const RowBlocks& blocks, int j, int beg
 
 TEST(RowBlocksTest, RangesCoverEveryEntryOfAnyCut)
 {
-    knotwork_test::Dice dice(7);
+    knotwork_measures::Dice dice(7);
     for (const int rows : {1, 31, 32, 33, 64, 2047, 2048, 2049, 5000}) {
         DoubleGenMat a(static_cast<unsigned>(rows), 3, 0.0);
         for (int n = 0; n < 6; ++n)

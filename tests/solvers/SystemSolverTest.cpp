@@ -1,25 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "knotwork/solvers/TsolveSystems.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <limits>
 #include <utility>
 
 #include "tests/solvers/RoadProbe.h"
 #include "tests/solvers/SolverProbe.h"
 #include "tests/support/Arrays.h"
+#include "tests/support/Testing.h"
 
-using knotwork_test::elements;
-using knotwork_test::intVec;
-using knotwork_test::ListeningReporter;
-using knotwork_test::mat;
-using knotwork_test::rowsOf;
-using knotwork_test::SolverProbe;
-using testing::ElementsAre;
-using testing::IsEmpty;
+using namespace knotwork_test;
 
 namespace {
 
@@ -137,17 +126,17 @@ TEST(SystemSolverTest, ThinningKeepsFirstEntriesThatTheDiagonalOneMayDisplace)
 
 TEST(SystemSolverTest, ARowOfInfiniteLengthHasNoDirectionAndIsNoZeroRow)
 {
-    constexpr double kInfinity = std::numeric_limits<double>::infinity();
+    constexpr double kInf = std::numeric_limits<double>::infinity();
     constexpr double kLarge = std::numeric_limits<double>::max();
-    const DoubleGenMat sparse = knotwork_test::curveMatrix(200, 30);
-    const DoubleGenMat dense = knotwork_test::randomMatrix(9, 4, 1);
+    const DoubleGenMat sparse = curveMatrix(200, 30);
+    const DoubleGenMat dense = randomMatrix(9, 4, 1);
     for (const DoubleGenMat& matrix : {sparse, dense})
         for (const std::pair<double, double>& entries :
-             {std::make_pair(kLarge, -kLarge), {kInfinity, 1.0}, {kInfinity, -kInfinity}}) {
+             {std::make_pair(kLarge, -kLarge), {kInf, 1.0}, {kInf, -kInf}}) {
             DoubleGenMat a(matrix.copy());
             a(1, 0) = entries.first;
             a(1, 1) = entries.second;
-            knotwork_test::RoadProbe solver(1e-12, 0, true);
+            RoadProbe solver(1e-12, 0, true);
             EXPECT_EQ(solver.setMatrix(a, 3, true, false, false), -1);
             EXPECT_TRUE(std::isnan(solver.working()(1, 0)));
             a.row(1) = 0.0;

@@ -1,20 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "knotwork/solvers/TsolveTensorProductLsq.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "knotwork/solvers/Thouseholder.h"
 #include "tests/support/Arrays.h"
-#include "tests/support/Dice.h"
+#include "tests/support/Testing.h"
 
-using knotwork_test::elements;
-using knotwork_test::randomMatrix;
-using testing::ElementsAre;
+using namespace knotwork_test;
 
 namespace {
-
-constexpr double kEps = 0x1p-52;
 
 double frobenius(const DoubleGenMat& m)
 {
@@ -56,7 +49,7 @@ TtupleMatrix pointsOf(const std::vector<DoubleGenMat>& coordinates)
 
 TEST(TensorProductTest, TheFreeSolutionSatisfiesTheNormalEquationsOfBothDirections)
 {
-    knotwork_test::Dice dice(3);
+    knotwork_measures::Dice dice(3);
     for (unsigned seed = 1; seed <= 60; ++seed) {
         const unsigned nu = 1 + dice.below(9);
         const unsigned nv = 1 + dice.below(9);

@@ -1,13 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <string>
-#include <vector>
-
 #include "tests/support/RecordingHandler.h"
+#include "tests/support/Testing.h"
 
 namespace knotwork_test {
 

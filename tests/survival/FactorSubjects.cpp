@@ -35,6 +35,15 @@ DoubleGenMat definite(unsigned n)
     return transposeProduct(a, a);
 }
 
+/// What is made, or nothing where there is no memory.
+template <class Make>
+auto attempted(Trial& trial, Make make)
+{
+    decltype(make()) result;
+    trial.attempt([&] { result.reference(make()); });
+    return result;
+}
+
 /// Nothing, or what solves it.
 bool solves(const DoubleGenMat& a, const DoubleVec& x, const DoubleVec& b)
 {
@@ -53,13 +62,10 @@ void lu(Trial& trial)
         trial.expect(copy.good() != 0);
     }
     const DoubleGenFact f(a, 1);
-    DoubleVec x;
-    DoubleGenMat inverse;
+    trial.expect(solves(a, attempted(trial, [&] { return f.solve(b); }), b));
+    const DoubleGenMat inverse = attempted(trial, [&] { return f.inverse(); });
     double determinant = 0.0;
-    trial.attempt([&] { x.reference(f.solve(b)); });
-    trial.attempt([&] { inverse.reference(f.inverse()); });
     trial.attempt([&] { determinant = f.determinant(); });
-    trial.expect(solves(a, x, b));
     trial.expect(inverse.rows() == 0 || solves(a, product(inverse, b), b));
     trial.expect(!(determinant != 0.0) || determinant == f.determinant() ||
                  std::isnan(determinant));
@@ -75,12 +81,9 @@ void qr(Trial& trial)
     trial.expect(d.numEquations() == 0 || small(d.solve(y) - exact));
     const DoubleLeastSqQR whole(a);
     DoubleLeastSqQR wide(transpose(a));
-    DoubleVec x;
-    DoubleVec residual;
-    DoubleVec basic;
-    trial.attempt([&] { x.reference(whole.solve(y)); });
-    trial.attempt([&] { residual.reference(whole.residual(y)); });
-    trial.attempt([&] { basic.reference(wide.solve(exact)); });
+    const DoubleVec x = attempted(trial, [&] { return whole.solve(y); });
+    const DoubleVec residual = attempted(trial, [&] { return whole.residual(y); });
+    const DoubleVec basic = attempted(trial, [&] { return wide.solve(exact); });
     trial.expect(x.length() == 0 || small(x - exact));
     trial.expect(residual.length() == 0 || small(residual));
     trial.expect(solves(transpose(a), basic, exact));
@@ -108,10 +111,8 @@ void cholesky(Trial& trial)
     trial.expect(!updated || code != 0 || std::fabs(Z(0, 0) - 1.0) <= kRounding ||
                  !(std::fabs(rho(0) - 9.0) <= kRounding));
     trial.attempt([&] { changed.shift(1, 3, 1, &Z, &c); });
-    DoubleVec x;
     const DoubleChDecomp whole(a);
-    trial.attempt([&] { x.reference(whole.solve(b)); });
-    trial.expect(solves(a, x, b));
+    trial.expect(solves(a, attempted(trial, [&] { return whole.solve(b); }), b));
 }
 
 void normalEquations(Trial& trial)
@@ -125,8 +126,8 @@ void normalEquations(Trial& trial)
     DoubleGenMat twice(a.copy());
     twice.col(2) = 0.0;  // a free column
     const DoubleLeastSqCh dependent(twice);
-    DoubleVec residual;
-    trial.attempt([&] { residual.reference(dependent.residual(product(twice, exact))); });
+    const DoubleVec residual =
+        attempted(trial, [&] { return dependent.residual(product(twice, exact)); });
     trial.expect(residual.length() == 0 || small(residual));
 }
 

@@ -37,19 +37,6 @@ void* allocate(std::size_t size) noexcept
     return block;
 }
 
-void* allocateOrThrow(std::size_t size)
-{
-    void* block = allocate(size);
-    if (block == nullptr) throw std::bad_alloc();
-    return block;
-}
-
-void release(void* block) noexcept
-{
-    if (block != nullptr) --live;
-    std::free(block);
-}
-
 // --- error handlers ---
 
 enum class Mode { kThrow, kReturn, kDefault };
@@ -211,45 +198,21 @@ long sweep(const survival::Subject& subject, long mostRuns, long& runs)
 
 }  // namespace
 
+// The forms for arrays, with sizes and without exceptions end here, as the standard has it.
 void* operator new(std::size_t size)
 {
-    return allocateOrThrow(size);
-}
-void* operator new[](std::size_t size)
-{
-    return allocateOrThrow(size);
-}
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept
-{
-    return allocate(size);
-}
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept
-{
-    return allocate(size);
+    void* block = allocate(size);
+    if (block == nullptr) throw std::bad_alloc();
+    return block;
 }
 void operator delete(void* block) noexcept
 {
-    release(block);
-}
-void operator delete[](void* block) noexcept
-{
-    release(block);
+    if (block != nullptr) --live;
+    std::free(block);
 }
 void operator delete(void* block, std::size_t) noexcept
 {
-    release(block);
-}
-void operator delete[](void* block, std::size_t) noexcept
-{
-    release(block);
-}
-void operator delete(void* block, const std::nothrow_t&) noexcept
-{
-    release(block);
-}
-void operator delete[](void* block, const std::nothrow_t&) noexcept
-{
-    release(block);
+    operator delete(block);
 }
 
 void survival::Trial::attempt(const std::function<void()>& operation, Answer answer)

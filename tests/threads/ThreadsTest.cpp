@@ -1,10 +1,7 @@
 // SPDX-License-Identifier: MIT
 // What different threads may do at a time; the thread sanitizer watches.
-#include <gtest/gtest.h>
 
-#include <cmath>
 #include <thread>
-#include <vector>
 
 #include "knotwork/approx/AP_SPLINE.h"
 #include "knotwork/approx/AP_SURFACE.h"
@@ -13,6 +10,7 @@
 #include "knotwork/solvers/TsolveConstrainedLsqQR.h"
 #include "tests/fit/Problems.h"
 #include "tests/support/Arrays.h"
+#include "tests/support/Testing.h"
 
 namespace {
 

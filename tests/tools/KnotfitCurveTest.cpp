@@ -1,79 +1,57 @@
 // SPDX-License-Identifier: MIT
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <cmath>
 #include <cstdio>
-#include <fstream>
 #include <nlohmann/json.hpp>
-#include <string>
-#include <vector>
 
-#include "tests/fit/Reference.h"
+#include "tests/fit/Problems.h"
+#include "tests/support/Csv.h"
+#include "tests/support/Testing.h"
 #include "tests/support/XmlCheck.h"
 #include "tests/tools/KnotfitRun.h"
 
 namespace {
 
-using knotwork_test::KnotfitRun;
-using knotwork_test::Outcome;
+using knotwork::BsplineBasis;
+using knotwork_measures::CurveProblem;
+using namespace knotwork_test;
 using nlohmann::json;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using Numbers = std::vector<double>;
 
 const std::string kTitanium = "'" KNOTWORK_EXAMPLE_DATA "/titanium.csv'";
 const std::string kAirfoil = "'" KNOTWORK_EXAMPLE_DATA "/rae2822.csv'";
 
+BsplineBasis basisOf(const json& fit)
+{
+    return {fit["degree"].get<int>(), fit["knots"].get<Numbers>()};
+}
+
+Numbers pointsOf(const json& fit)
+{
+    Numbers points;
+    for (const json& point : fit["control_points"])
+        points.insert(points.end(), point.begin(), point.end());
+    return points;
+}
+
 /// The curve of a JSON text, evaluated by the recursion.
 Numbers at(const json& fit, double t, int derivative = 0)
 {
-    const Numbers knots = fit["knots"];
-    const std::vector<Numbers> points = fit["control_points"];
-    std::vector<long double> total(points[0].size());
-    for (std::size_t j = 0; j < points.size(); ++j)
-        for (std::size_t k = 0; k < total.size(); ++k)
-            total[k] += points[j][k] * knotwork_test::basisFunction<long double>(
-                                           knots, j, fit["degree"], t, derivative);
-    return Numbers(total.begin(), total.end());
+    const Numbers zero(fit["control_points"][0].size(), 0.0);
+    const auto point = differenceAt(basisOf(fit), pointsOf(fit), t, derivative, zero.data(),
+                                    static_cast<int>(zero.size()));
+    return Numbers(point.begin(), point.end());
 }
 
-json fitOf(const KnotfitRun& run, const std::string& arguments)
+/// The report's figures are those of these samples.
+void expectFigures(const json& fit, const std::vector<Numbers>& points, const Numbers& t)
 {
-    const Outcome outcome = run.knotfit("curve " + arguments + " -o fit.json");
-    EXPECT_EQ(outcome.status, 0) << outcome.err;
-    EXPECT_THAT(outcome.err, IsEmpty());
-    return json::parse(run.read("fit.json"));
-}
-
-Numbers sumAndLargest(const json& fit, const std::vector<Numbers>& points, const Numbers& t)
-{
-    double squares = 0.0;
-    double largest = 0.0;
-    double largestAt = 0.0;
-    for (std::size_t i = 0; i < points.size(); ++i) {
-        const Numbers value = at(fit, t[i]);
-        double distance = 0.0;
-        for (std::size_t k = 0; k < value.size(); ++k)
-            distance += std::pow(value[k] - points[i][k], 2);
-        squares += distance;
-        if (distance <= largest) continue;
-        largest = distance;
-        largestAt = t[i];
-    }
-    return {std::sqrt(squares / static_cast<double>(points.size())), std::sqrt(largest), largestAt};
-}
-
-std::vector<Numbers> dataSet(const char* name)
-{
-    std::ifstream file(std::string(KNOTWORK_EXAMPLE_DATA "/") + name);
-    std::vector<Numbers> rows;
-    for (std::string line; std::getline(file, line);) {
-        double x = 0.0;
-        double y = 0.0;
-        if (std::sscanf(line.c_str(), "%lf,%lf", &x, &y) == 2) rows.push_back({x, y});
-    }
-    return rows;
+    CurveProblem p;
+    p.basis = basisOf(fit);
+    p.dimension = static_cast<int>(points[0].size());
+    p.parameters = t;
+    for (const Numbers& point : points) p.points.insert(p.points.end(), point.begin(), point.end());
+    const Residuals found = residualsOf(p, pointsOf(fit));
+    EXPECT_NEAR(fit["report"]["rms"], found.rms, 1e-14);
+    EXPECT_NEAR(fit["report"]["max_residual"], found.largest, 1e-14);
+    EXPECT_EQ(fit["report"]["max_residual_at"], found.largestAt);
 }
 
 }  // namespace
@@ -99,14 +77,11 @@ TEST(KnotfitCurveTest, DefaultsAreACubicOfEightSpansAndTheReportHolds)
 
     std::vector<Numbers> points;
     Numbers t;
-    for (const Numbers& row : dataSet("titanium.csv")) {
+    for (const Numbers& row : exampleData("titanium.csv")) {
         t.push_back(row[0]);
         points.push_back({row[1]});
     }
-    const Numbers found = sumAndLargest(fit, points, t);
-    EXPECT_NEAR(report["rms"], found[0], 1e-14);
-    EXPECT_NEAR(report["max_residual"], found[1], 1e-14);
-    EXPECT_EQ(report["max_residual_at"], found[2]);
+    expectFigures(fit, points, t);
 
     const std::string text = run.read("fit.json");
     for (const json& point : fit["control_points"]) {
@@ -153,14 +128,12 @@ TEST(KnotfitCurveTest, ByQrConstraintsAreFittedAndTheReportSaysSo)
 TEST(KnotfitCurveTest, PlaneCurvesByEverySpread)
 {
     const KnotfitRun run;
-    const std::vector<Numbers> points = dataSet("rae2822.csv");
+    const std::vector<Numbers> points = exampleData("rae2822.csv");
     const json uniform = fitOf(run, kAirfoil + " --parameter uniform -n 17 --pass 0,64,128");
     Numbers t;
     for (std::size_t i = 0; i < points.size(); ++i)
         t.push_back(static_cast<double>(i) / static_cast<double>(points.size() - 1));
-    const Numbers found = sumAndLargest(uniform, points, t);
-    EXPECT_NEAR(uniform["report"]["rms"], found[0], 1e-14);
-    EXPECT_NEAR(uniform["report"]["max_residual"], found[1], 1e-14);
+    expectFigures(uniform, points, t);
     for (const std::size_t i : {std::size_t{0}, std::size_t{64}, std::size_t{128}})
         for (std::size_t k = 0; k < 2; ++k) EXPECT_NEAR(at(uniform, t[i])[k], points[i][k], 1e-13);
 
@@ -239,10 +212,10 @@ TEST(KnotfitCurveTest, PicturesAreWellFormedWhateverTheFileIsCalled)
     const Outcome outcome =
         run.knotfit("curve *.csv -n 1 -d 2 --pass first --slope 3=0 --svg fit.svg -o fit.json");
     EXPECT_EQ(outcome.status, 0) << outcome.err;
-    EXPECT_EQ(knotwork_test::xmlFault(run.read("fit.svg")), "");
+    EXPECT_EQ(xmlFault(run.read("fit.svg")), "");
     EXPECT_THAT(run.read("fit.svg"), HasSubstr("a &amp; b"));
     const Outcome direct = run.knotfit("curve *.csv -n 1 -d 2 --svg -");
-    EXPECT_EQ(knotwork_test::xmlFault(direct.out), "");
+    EXPECT_EQ(xmlFault(direct.out), "");
 }
 
 TEST(KnotfitCurveTest, OutputsGoThroughLinksAndKeepTheirMode)

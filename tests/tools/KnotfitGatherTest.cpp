@@ -1,27 +1,16 @@
 // SPDX-License-Identifier: MIT
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <fstream>
 #include <nlohmann/json.hpp>
-#include <ostream>
 #include <set>
-#include <string>
-#include <vector>
 
-#include "tests/support/CaseName.h"
+#include "tests/support/Testing.h"
 #include "tests/tools/KnotfitRun.h"
 
 namespace {
 
-using knotwork_test::KnotfitRun;
-using knotwork_test::Outcome;
+using namespace knotwork_test;
 using nlohmann::json;
-using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::Not;
-using testing::StartsWith;
 
 const std::string kTitanium = KNOTWORK_EXAMPLE_DATA "/titanium.csv";
 constexpr double kLargest = 2.169;  // of those data
@@ -35,14 +24,6 @@ std::vector<std::string> weightedLines()
         if (!line.empty() && line[0] != '#')
             lines.push_back(std::to_string(1 + lines.size() % 3) + "," + line + "\n");
     return lines;
-}
-
-json fitOf(const KnotfitRun& run, const std::string& arguments)
-{
-    const Outcome outcome = run.knotfit("curve " + arguments + " -o fit.json");
-    EXPECT_EQ(outcome.status, 0) << outcome.err;
-    EXPECT_THAT(outcome.err, IsEmpty());
-    return json::parse(run.read("fit.json"));
 }
 
 struct PartsCase {
@@ -104,8 +85,7 @@ TEST_P(KnotfitGatherTest, PartsFitLikeTheWhole)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Splits, KnotfitGatherTest, testing::ValuesIn(kParts),
-                         knotwork_test::CaseName());
+INSTANTIATE_TEST_SUITE_P(Splits, KnotfitGatherTest, testing::ValuesIn(kParts), CaseName());
 
 TEST(KnotfitGatherUseTest, TheSummarySaysWhatIsNotKnown)
 {
@@ -134,19 +114,11 @@ TEST(KnotfitGatherUseTest, PartsGoThroughPipes)
 
 namespace {
 
-struct PartRefusal {
-    const char* name;
-    const char* arguments;
-    int status;
-    const char* sentence;
-    friend void PrintTo(const PartRefusal& c, std::ostream* os) { *os << c.name; }
-};
-
-class KnotfitGatherRefusalTest : public testing::TestWithParam<PartRefusal> {};
+class KnotfitGatherRefusalTest : public testing::TestWithParam<Refusal> {};
 
 constexpr const char* kRange = " --range 0,6 ";
 
-const PartRefusal kRefusals[] = {
+const Refusal kRefusals[] = {
     {"NoRange", "gather data.csv -o new.acc", 2, "--range"},
     {"NoOutput", "gather data.csv --range 0,6", 2, "--output"},
     {"NoPoints", "gather --range 0,6 -o new.acc", 2, "POINTS.csv"},
@@ -220,14 +192,9 @@ TEST_P(KnotfitGatherRefusalTest, SaysWhyAndLeavesEveryFileAlone)
     const std::string part = run.read("part.acc");
 
     const Outcome outcome = run.knotfit(GetParam().arguments);
-    EXPECT_EQ(outcome.status, GetParam().status) << outcome.err;
-    EXPECT_THAT(outcome.err, StartsWith("knotfit: "));
-    EXPECT_THAT(outcome.err, HasSubstr(GetParam().sentence));
-    EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << outcome.err;
-    EXPECT_THAT(outcome.out, IsEmpty());
+    expectSentence(outcome, GetParam().status, GetParam().sentence);
     EXPECT_EQ(run.files(), files);
     EXPECT_EQ(run.read("part.acc"), part);
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, KnotfitGatherRefusalTest, testing::ValuesIn(kRefusals),
-                         knotwork_test::CaseName());
+INSTANTIATE_TEST_SUITE_P(Table, KnotfitGatherRefusalTest, testing::ValuesIn(kRefusals), CaseName());

@@ -1,35 +1,15 @@
 // SPDX-License-Identifier: MIT
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <ostream>
-#include <string>
-
-#include "tests/support/CaseName.h"
+#include "tests/support/Testing.h"
 #include "tests/tools/KnotfitRun.h"
 
 namespace {
 
-using knotwork_test::KnotfitRun;
-using knotwork_test::Outcome;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::StartsWith;
+using namespace knotwork_test;
 
 constexpr int kRefused = 1;
 constexpr int kBadUsage = 2;
-
-/// One sentence on standard error and nothing else, anywhere.
-void expectSentence(const Outcome& outcome, int status, const std::string& sentence)
-{
-    EXPECT_EQ(outcome.status, status) << outcome.err;
-    EXPECT_THAT(outcome.err, StartsWith("knotfit: "));
-    EXPECT_THAT(outcome.err, HasSubstr(sentence));
-    EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << outcome.err;
-    EXPECT_THAT(outcome.out, IsEmpty());
-}
 
 const std::string kGood = "0,0\n1,2\n2,1\n3,0\n4,-1\n5,1\n6,3\n";
 
@@ -132,10 +112,8 @@ TEST_P(KnotfitRefusalTest, SaysWhyAndLeavesEveryFileAlone)
     EXPECT_EQ(run.read("fit.json"), "an earlier fit");
 }
 
-INSTANTIATE_TEST_SUITE_P(Inputs, KnotfitRefusalTest, testing::ValuesIn(kInputs),
-                         knotwork_test::CaseName());
-INSTANTIATE_TEST_SUITE_P(Requests, KnotfitRefusalTest, testing::ValuesIn(kRequests),
-                         knotwork_test::CaseName());
+INSTANTIATE_TEST_SUITE_P(Inputs, KnotfitRefusalTest, testing::ValuesIn(kInputs), CaseName());
+INSTANTIATE_TEST_SUITE_P(Requests, KnotfitRefusalTest, testing::ValuesIn(kRequests), CaseName());
 
 TEST(KnotfitUsageTest, WrongCallsSayWhatIsMissing)
 {
@@ -303,4 +281,4 @@ TEST_P(KnotfitMemoryTest, LittleMemoryIsSaidSo)
 INSTANTIATE_TEST_SUITE_P(Tables, KnotfitMemoryTest,
                          testing::Values(MemoryCase{"Long", 60000, 2},
                                          MemoryCase{"Wide", 500, 300}),
-                         knotwork_test::CaseName());
+                         CaseName());

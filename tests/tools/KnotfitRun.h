@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <gtest/gtest.h>
 #include <stdlib.h>
 #include <sys/wait.h>
 
@@ -11,7 +10,10 @@
 #include <set>
 #include <sstream>
 #include <stdexcept>
-#include <string>
+
+#include <nlohmann/json.hpp>
+
+#include "tests/support/Testing.h"
 
 namespace knotwork_test {
 
@@ -78,5 +80,33 @@ class KnotfitRun {
 
     std::filesystem::path home_;
 };
+
+/// The fit of `knotfit curve`, which has nothing to say beside it.
+inline nlohmann::json fitOf(const KnotfitRun& run, const std::string& arguments)
+{
+    const Outcome outcome = run.knotfit("curve " + arguments + " -o fit.json");
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_THAT(outcome.err, IsEmpty());
+    return nlohmann::json::parse(run.read("fit.json"));
+}
+
+/// A call that comes to nothing, and why.
+struct Refusal {
+    const char* name;
+    std::string arguments;
+    int status;
+    std::string sentence;
+    friend void PrintTo(const Refusal& c, std::ostream* os) { *os << c.name; }
+};
+
+/// One sentence on standard error and nothing else, anywhere.
+inline void expectSentence(const Outcome& outcome, int status, const std::string& sentence)
+{
+    EXPECT_EQ(outcome.status, status) << outcome.err;
+    EXPECT_THAT(outcome.err, StartsWith("knotfit: "));
+    EXPECT_THAT(outcome.err, HasSubstr(sentence));
+    EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << outcome.err;
+    EXPECT_THAT(outcome.out, IsEmpty());
+}
 
 }  // namespace knotwork_test

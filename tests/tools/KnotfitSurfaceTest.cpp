@@ -1,40 +1,18 @@
 // SPDX-License-Identifier: MIT
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <nlohmann/json.hpp>
-#include <sstream>
-#include <string>
-#include <vector>
 
 #include "knotwork/fit/KernelBuild.h"
-#include "tests/support/CaseName.h"
+#include "tests/support/Csv.h"
+#include "tests/support/Testing.h"
 #include "tests/tools/KnotfitRun.h"
 
 namespace {
 
-using knotwork_test::KnotfitRun;
-using knotwork_test::Outcome;
+using namespace knotwork_test;
 using nlohmann::json;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using Numbers = std::vector<double>;
 
 const std::string kVolcano = "'" KNOTWORK_EXAMPLE_DATA "/volcano.csv'";
 const std::string kTitanium = "'" KNOTWORK_EXAMPLE_DATA "/titanium.csv'";
-
-std::vector<Numbers> rowsOf(const std::string& csv)
-{
-    std::vector<Numbers> rows;
-    std::istringstream lines(csv);
-    for (std::string line; std::getline(lines, line);) {
-        rows.emplace_back();
-        std::istringstream cells(line);
-        for (std::string cell; std::getline(cells, cell, ',');)
-            rows.back().push_back(std::stod(cell));
-    }
-    return rows;
-}
 
 /// x,y,z of a bowl, 6 points wide and 7 lines long.
 std::string bowl()
@@ -47,15 +25,9 @@ std::string bowl()
     return text;
 }
 
-struct RefusalCase {
-    const char* name;
-    std::string arguments;
-    int status;
-    std::string words;
-    friend void PrintTo(const RefusalCase& c, std::ostream* os) { *os << c.name; }
-};
+const std::string kBowl = "surface bowl.csv --xyz --columns 6 ";
 
-class KnotfitSurfaceRefusalTest : public testing::TestWithParam<RefusalCase> {};
+class KnotfitSurfaceRefusalTest : public testing::TestWithParam<Refusal> {};
 
 }  // namespace
 
@@ -79,7 +51,7 @@ TEST(KnotfitSurfaceTest, TheVolcanoFitsWithItsBorderExactAndReadsBack)
     run.write("at.csv", "0,0\n60,0\n0,86\n60,86\n30.5,41.25\n");
     const Outcome values = run.knotfit("eval fit.json --at at.csv --derivatives 2");
     ASSERT_EQ(values.status, 0) << values.err;
-    const std::vector<Numbers> rows = rowsOf(values.out);
+    const std::vector<Numbers> rows = csvRows(values.out);
     ASSERT_EQ(rows.size(), 5u);
     const Numbers corners = {100, 103, 97, 94};
     for (std::size_t i = 0; i < 4; ++i) EXPECT_NEAR(rows[i][0], corners[i], 2e-12);
@@ -136,7 +108,7 @@ TEST(KnotfitSurfaceTest, TriplesFitWithDegreesAndKnotsOfTheirOwn)
     EXPECT_EQ(read["knots_v"], json({0, 0, 0, 0, 3, 6, 6, 6, 6}));
     EXPECT_LT(read["report"]["max_residual"].get<double>(), 1e-12) << "quadratics are reproduced";
     const Outcome at = run.knotfit("eval fit.json --at -", "echo 2.5,4 |");
-    const std::vector<Numbers> rows = rowsOf(at.out);
+    const std::vector<Numbers> rows = csvRows(at.out);
     ASSERT_EQ(rows.size(), 1u);
     EXPECT_NEAR(rows[0][2], 2.5 * 2.5 + 16, 1e-12);
 }
@@ -162,7 +134,7 @@ TEST(KnotfitEvalTest, ACurveGivesPointsAndDerivativesInSeventeenDigits)
         knotwork::makeSpline(knotwork::BsplineBasis(3, read["knots"].get<Numbers>()), 1, points);
     run.write("at.csv", "# parameters\n595\n700.125\n895\n1075\n");
     const Outcome values = run.knotfit("eval fit.json --at at.csv --derivatives 3");
-    const std::vector<Numbers> rows = rowsOf(values.out);
+    const std::vector<Numbers> rows = csvRows(values.out);
     ASSERT_EQ(rows.size(), 4u);
     const Numbers at = {595, 700.125, 895, 1075};
     for (std::size_t i = 0; i < 4; ++i) {
@@ -175,7 +147,7 @@ TEST(KnotfitEvalTest, ACurveGivesPointsAndDerivativesInSeventeenDigits)
 
 TEST_P(KnotfitSurfaceRefusalTest, SaysWhyAndWritesNothing)
 {
-    const RefusalCase& c = GetParam();
+    const Refusal& c = GetParam();
     const KnotfitRun run;
     run.write("bowl.csv", bowl());
     run.write("ragged.csv", "1,2,3\n1,2\n");
@@ -194,7 +166,7 @@ TEST_P(KnotfitSurfaceRefusalTest, SaysWhyAndWritesNothing)
     const auto before = run.files();
     const Outcome outcome = run.knotfit(c.arguments);
     EXPECT_EQ(outcome.status, c.status) << outcome.err;
-    EXPECT_THAT(outcome.err, HasSubstr(c.words));
+    EXPECT_THAT(outcome.err, HasSubstr(c.sentence));
     EXPECT_THAT(outcome.out, IsEmpty());
     EXPECT_EQ(run.files(), before);
 }
@@ -202,35 +174,30 @@ TEST_P(KnotfitSurfaceRefusalTest, SaysWhyAndWritesNothing)
 INSTANTIATE_TEST_SUITE_P(
     Knotfit, KnotfitSurfaceRefusalTest,
     testing::Values(
-        RefusalCase{"Ragged", "surface ragged.csv -o fit.json", 2, "ragged.csv:2:"},
-        RefusalCase{"OneLine", "surface line.csv -o fit.json", 2, "two columns and two lines"},
-        RefusalCase{"NoWidth", "surface bowl.csv --xyz -o fit.json", 2, "--columns"},
-        RefusalCase{"NoGrid", "surface bowl.csv --xyz --columns 5 -o fit.json", 2, "5 wide"},
-        RefusalCase{"Degree", "surface bowl.csv --xyz --columns 6 --degree 0", 2, "--degree"},
-        RefusalCase{"Spans", "surface bowl.csv --xyz --columns 6 --spans 2,x", 2, "'x'"},
-        RefusalCase{"HalfASpan", "surface bowl.csv --xyz --columns 6 --spans 2,2.5", 2, "'2.5'"},
-        RefusalCase{"SpansBeyondIntegers", "surface bowl.csv --xyz --columns 6 --spans 1e10", 2,
-                    "'1e10' is no whole number"},
-        RefusalCase{"ThreeDegrees", "surface bowl.csv --xyz --columns 6 --degree 2,2,2", 2,
-                    "one for u and one for v"},
-        RefusalCase{"MeshTooFine",
-                    "surface bowl.csv --xyz --columns 6 --spans 2 --obj fit.obj --steps 1000", 2,
-                    "4004001 vertices"},
-        RefusalCase{"TooManySpans", "surface bowl.csv --xyz --columns 6 --spans 2,5", 1,
-                    "unknowns are more"},
-        RefusalCase{"ZeroTooCoarse", "surface bowl.csv --xyz --columns 6 --spans 2 --zero 0.9", 1,
-                    "what counts as zero is too coarse"},
-        RefusalCase{"ZeroBeyond", "surface bowl.csv --xyz --columns 6 --zero 1.5", 2, "--zero"},
-        RefusalCase{"Knots", "surface bowl.csv --xyz --columns 6 --spans 2 --knots-v 3,2", 2,
-                    "--knots-v: the knots are out of order"},
-        RefusalCase{"HeldCurve", "surface bowl.csv --xyz --columns 6 --hold curve.json", 2,
-                    "holds a curve"},
-        RefusalCase{"NoFile", "eval nothing.json --at bowl.csv", 2, "nothing.json"},
-        RefusalCase{"NoJson", "eval text.json --at bowl.csv", 2, "holds no fit"},
-        RefusalCase{"TooFewPoints", "eval short.json --at bowl.csv", 2, "2 points"},
-        RefusalCase{"OddKnot", "eval odd.json --at bowl.csv", 2, "no finite number"},
-        RefusalCase{"WrongColumns", "eval curve.json --at bowl.csv", 2, "1 parameter a line"},
-        RefusalCase{"Outside", "eval curve.json --at outside.csv", 2, "outside"},
-        RefusalCase{"OutsideInU", "eval plane.json --at beside.csv", 2, "line 1: 1.5 lies outside"},
-        RefusalCase{"OutsideInV", "eval plane.json --at above.csv", 2, "line 2: 2.5 lies outside"}),
-    knotwork_test::CaseName());
+        Refusal{"Ragged", "surface ragged.csv -o fit.json", 2, "ragged.csv:2:"},
+        Refusal{"OneLine", "surface line.csv -o fit.json", 2, "two columns and two lines"},
+        Refusal{"NoWidth", "surface bowl.csv --xyz -o fit.json", 2, "--columns"},
+        Refusal{"NoGrid", "surface bowl.csv --xyz --columns 5 -o fit.json", 2, "5 wide"},
+        Refusal{"Degree", kBowl + "--degree 0", 2, "--degree"},
+        Refusal{"Spans", kBowl + "--spans 2,x", 2, "'x'"},
+        Refusal{"HalfASpan", kBowl + "--spans 2,2.5", 2, "'2.5'"},
+        Refusal{"SpansBeyondIntegers", kBowl + "--spans 1e10", 2, "'1e10' is no whole number"},
+        Refusal{"ThreeDegrees", kBowl + "--degree 2,2,2", 2, "one for u and one for v"},
+        Refusal{"MeshTooFine", kBowl + "--spans 2 --obj fit.obj --steps 1000", 2,
+                "4004001 vertices"},
+        Refusal{"TooManySpans", kBowl + "--spans 2,5", 1, "unknowns are more"},
+        Refusal{"ZeroTooCoarse", kBowl + "--spans 2 --zero 0.9", 1,
+                "what counts as zero is too coarse"},
+        Refusal{"ZeroBeyond", kBowl + "--zero 1.5", 2, "--zero"},
+        Refusal{"Knots", kBowl + "--spans 2 --knots-v 3,2", 2,
+                "--knots-v: the knots are out of order"},
+        Refusal{"HeldCurve", kBowl + "--hold curve.json", 2, "holds a curve"},
+        Refusal{"NoFile", "eval nothing.json --at bowl.csv", 2, "nothing.json"},
+        Refusal{"NoJson", "eval text.json --at bowl.csv", 2, "holds no fit"},
+        Refusal{"TooFewPoints", "eval short.json --at bowl.csv", 2, "2 points"},
+        Refusal{"OddKnot", "eval odd.json --at bowl.csv", 2, "no finite number"},
+        Refusal{"WrongColumns", "eval curve.json --at bowl.csv", 2, "1 parameter a line"},
+        Refusal{"Outside", "eval curve.json --at outside.csv", 2, "outside"},
+        Refusal{"OutsideInU", "eval plane.json --at beside.csv", 2, "line 1: 1.5 lies outside"},
+        Refusal{"OutsideInV", "eval plane.json --at above.csv", 2, "line 2: 2.5 lies outside"}),
+    CaseName());

@@ -15,11 +15,6 @@ namespace {
 
 using knotwork::BsplineBasis;
 
-[[noreturn]] void refuse(const std::string& sentence)
-{
-    throw Failure(kBadUsage, sentence);
-}
-
 std::vector<double> interiorKnots(const BasisRequest& request)
 {
     std::vector<double> knots;

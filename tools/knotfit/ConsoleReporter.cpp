@@ -2,23 +2,16 @@
 #include "tools/knotfit/ConsoleReporter.h"
 
 #include <cstdio>
+#include <cstring>
 
 namespace knotfit {
-
-ConsoleReporter::ConsoleReporter(bool verbose, Progress progress)
-    : TsolverReporter(!verbose), progress_(progress)
-{
-}
 
 void ConsoleReporter::report(const char* text)
 {
     if (!isActive()) return;
-    double percent = 0.0;
-    const bool solving = std::sscanf(text, "Constraint solving ... %lf", &percent) == 1;
-    if (!solving || !bar_.visible())
-        std::fprintf(stderr, "%sReport: (%s)\n", bar_.visible() ? "\n" : "", text);
-    else if (progress_ == Progress::kBar)
-        bar_.show(percent / 100.0);
+    const bool visible = bar_.visible();
+    if (visible && std::strncmp(text, "Constraint solving ... ", 23) == 0) return;
+    std::fprintf(stderr, "%sReport: (%s)\n", visible ? "\n" : "", text);
 }
 
 }  // namespace knotfit

@@ -6,19 +6,16 @@
 
 namespace knotfit {
 
-/// Lets the solver speak on standard error; on a terminal its progress becomes a bar, unless the
-/// whole fit has one of its own.
+/// Lets the solver speak on standard error; on a terminal all but its progress, since the whole fit
+/// has a bar of its own.
 class ConsoleReporter : public TsolverReporter {
   public:
-    enum class Progress { kBar, kLeftToTheFit };
-
-    explicit ConsoleReporter(bool verbose, Progress progress = Progress::kBar);
+    explicit ConsoleReporter(bool verbose) : TsolverReporter(!verbose) {}
     using TsolverReporter::report;
     void report(const char* text) override;
 
   private:
-    Progress progress_;
-    ProgressBar bar_;
+    ProgressBar bar_;  // the fit's, as far as a line of the solver's must not run into it
 };
 
 }  // namespace knotfit

@@ -27,7 +27,7 @@ class LineSource {
           file_(path == "-" ? stdin : std::fopen(path.c_str(), "rb"),
                 path == "-" ? [](std::FILE*) { return 0; } : std::fclose)
     {
-        if (file_ == nullptr) throw Failure(kBadUsage, path + ": cannot be opened");
+        if (file_ == nullptr) refuse(path + ": cannot be opened");
     }
 
     /// The next line without its end, good until the one after it; nothing behind the last one.
@@ -38,8 +38,7 @@ class LineSource {
             text_.erase(0, at_);
             at_ = 0;
             const std::size_t searched = text_.size();
-            if (searched > kMostInLine)
-                throw Failure(kBadUsage, path_ + ": has a line of more than 64 MiB");
+            if (searched > kMostInLine) refuse(path_ + ": has a line of more than 64 MiB");
             if (!readMore()) break;
             end = text_.find('\n', searched);
         }
@@ -57,9 +56,9 @@ class LineSource {
         text_.resize(kept + kChunk);
         const std::size_t got = std::fread(text_.data() + kept, 1, kChunk, file_.get());
         text_.resize(kept + got);
-        if (std::ferror(file_.get()) != 0) throw Failure(kBadUsage, path_ + ": cannot be read");
+        if (std::ferror(file_.get()) != 0) refuse(path_ + ": cannot be read");
         bytes_ += got;
-        if (bytes_ > kMostBytes) throw Failure(kBadUsage, path_ + ": is larger than 2 GiB");
+        if (bytes_ > kMostBytes) refuse(path_ + ": is larger than 2 GiB");
         return got > 0;
     }
 
@@ -101,7 +100,7 @@ class CsvReader {
             ++line_;
             readLine(line->substr(marked ? 3 : 0));  // without the byte order mark
         }
-        if (table_.rows == 0) throw Failure(kBadUsage, name_ + ": holds no points");
+        if (table_.rows == 0) knotfit::refuse(name_ + ": holds no points");
         return std::move(table_);
     }
 
@@ -136,8 +135,8 @@ class CsvReader {
 
     [[noreturn]] void refuse(std::size_t at, const std::string& fault) const
     {
-        throw Failure(kBadUsage, name_ + ":" + std::to_string(line_) + ":" +
-                                     std::to_string(at + 1) + ": " + fault);
+        knotfit::refuse(name_ + ":" + std::to_string(line_) + ":" + std::to_string(at + 1) + ": " +
+                        fault);
     }
 
     [[noreturn]] void refuseCount(std::size_t at, const std::string& which) const

@@ -2,83 +2,31 @@
 #include "tools/knotfit/CurveCommand.h"
 
 #include <CLI/CLI.hpp>
-#include <cstdio>
 #include <memory>
-#include <optional>
-#include <sstream>
 #include <string_view>
-#include <utility>
 
 #include "knotwork/picture/CurvePicture.h"
-#include "tools/knotfit/ConsoleReporter.h"
 #include "tools/knotfit/CurveRequest.h"
 #include "tools/knotfit/Failure.h"
-#include "tools/knotfit/FitText.h"
+#include "tools/knotfit/FitCommand.h"
 #include "tools/knotfit/GatheredFiles.h"
-#include "tools/knotfit/JsonText.h"
-#include "tools/knotfit/OutputFiles.h"
 #include "tools/knotfit/TextNumbers.h"
 
 namespace knotfit {
 
 namespace {
 
-using knotwork::CurveFitReport;
 using knotwork::FittedCurve;
 
-std::string jsonOf(const FittedCurve& curve, const Times& times)
+void writeCurve(const CurveOptions& options, const FittedCurve& curve, const Times& times,
+                OutputFiles& files)
 {
-    const CurveFitReport& report = curve.report;
-    JsonText json;
-    json.openObject();
-    json.member("degree", curve.basis.degree());
-    json.member("knots", curve.basis.knots());
-    json.points("control_points", curve.controlPoints, curve.dimension);
-    addReport(json, report, {report.maxResidualAt}, times);
-    json.closeObject();
-    return json.text();
-}
-
-/// Hears a fit and shows how far it is, if that was asked for.
-class Listeners {
-  public:
-    explicit Listeners(bool verbose)
-        : verbose_(verbose), reporter_(verbose, ConsoleReporter::Progress::kLeftToTheFit)
-    {
-    }
-
-    knotwork::CurveFitOptions fitOptions(const CurveOptions& options)
-    {
-        knotwork::CurveFitOptions fit;
-        fit.method = methodOf(options.method);
-        fit.zero = options.zero;
-        fit.estimateCutoff = options.cutoff;
-        fit.reporter = &reporter_;
-        if (verbose_) fit.progress = [this](double share) { bar_.show(share); };
-        return fit;
-    }
-
-  private:
-    bool verbose_;
-    ConsoleReporter reporter_;
-    ProgressBar bar_;
-};
-
-void refuseUnlessItFits(const FittedCurve& curve)
-{
-    if (curve.fits()) return;
-    const bool bad = curve.report.verdict == knotwork::FitVerdict::kBadInput;
-    throw Failure(bad ? kBadUsage : kRefused, curve.report.reason);
-}
-
-/// Writes the fit, and to standard output the figures unless something else goes there.
-void writeFit(const CurveOptions& options, const FittedCurve& curve, const Times& times,
-              OutputFiles& files)
-{
-    if (!options.output.empty()) files.add(options.output, jsonOf(curve, times));
-    if (options.output != "-" && options.svg != "-")
-        files.add("-", summaryOf(curve.report, {curve.report.maxResidualAt}, times));
-    files.write();
+    const auto shape = [&curve](JsonText& json) {
+        json.member("degree", curve.basis.degree());
+        json.member("knots", curve.basis.knots());
+        json.points("control_points", curve.controlPoints, curve.dimension);
+    };
+    writeFit(files, options.output, curve.report, {curve.report.maxResidualAt}, times, shape);
 }
 
 void fitPoints(const CurveOptions& options)
@@ -88,24 +36,23 @@ void fitPoints(const CurveOptions& options)
     const double readSeconds = reading.seconds();
     const CurveRequest request = makeCurveRequest(options, std::move(table));
 
-    Listeners listeners(options.verbose);
-    knotwork::CurveFitOptions fitOptions = listeners.fitOptions(options);
+    Listeners listeners(options);
+    knotwork::CurveFitOptions fitOptions;
+    listeners.attach(fitOptions);
     fitOptions.weights.reference(request.weights);
     const Stopwatch fitting;
     const FittedCurve curve = knotwork::fitCurve(request.points, request.parameters, request.basis,
                                                  request.constraints, fitOptions);
     const Times times = {readSeconds, fitting.seconds()};
-    refuseUnlessItFits(curve);
+    refuseUnlessItFits(curve.report, curve.fits());
 
     OutputFiles files({options.input});
-    if (!options.svg.empty()) {
-        std::ostringstream picture;
+    addDrawing(files, options.svg, [&](std::ostream& picture) {
         knotwork::writeCurveSvg(picture, curve, request.points, request.parameters,
                                 request.constraints,
                                 titleOf(options.input, "degree " + std::to_string(options.degree)));
-        files.add(options.svg, picture.str());
-    }
-    writeFit(options, curve, times, files);
+    });
+    writeCurve(options, curve, times, files);
 }
 
 std::vector<std::string> partNames(const std::vector<std::string>& lists)
@@ -113,7 +60,7 @@ std::vector<std::string> partNames(const std::vector<std::string>& lists)
     std::vector<std::string> names;
     for (const std::string& list : lists)
         for (const std::string_view name : split(list, ',')) {
-            if (name.empty()) throw Failure(kBadUsage, "--from " + list + ": a name is missing");
+            if (name.empty()) refuse("--from " + list + ": a name is missing");
             names.emplace_back(name);
         }
     return names;
@@ -122,9 +69,8 @@ std::vector<std::string> partNames(const std::vector<std::string>& lists)
 void fitGathered(const CurveOptions& options)
 {
     if (!options.pass.empty())
-        throw Failure(kBadUsage, "--pass: the data points are gone; --value says where to pass");
-    if (!options.svg.empty())
-        throw Failure(kBadUsage, "--svg: the data points are gone, there is nothing to draw");
+        refuse("--pass: the data points are gone; --value says where to pass");
+    if (!options.svg.empty()) refuse("--svg: the data points are gone, there is nothing to draw");
     const std::vector<std::string> names = partNames(options.from);
     const Stopwatch reading;
     const knotwork::CurveAccumulator gathered = readGathered(names);
@@ -132,21 +78,21 @@ void fitGathered(const CurveOptions& options)
     const std::vector<knotwork::CurveConstraint> constraints =
         constraintsOf(options, gathered.basis(), gathered.dimension());
 
-    Listeners listeners(options.verbose);
+    Listeners listeners(options);
+    knotwork::CurveFitOptions fitOptions;
+    listeners.attach(fitOptions);
     const Stopwatch fitting;
-    const FittedCurve curve =
-        knotwork::fitCurve(gathered, constraints, listeners.fitOptions(options));
+    const FittedCurve curve = knotwork::fitCurve(gathered, constraints, fitOptions);
     const Times times = {readSeconds, fitting.seconds()};
-    refuseUnlessItFits(curve);
+    refuseUnlessItFits(curve.report, curve.fits());
     OutputFiles files(names);
-    writeFit(options, curve, times, files);
+    writeCurve(options, curve, times, files);
 }
 
 void runCurve(const CurveOptions& options)
 {
     if (!options.from.empty()) return fitGathered(options);
-    if (options.input.empty())
-        throw Failure(kBadUsage, "POINTS.csv is required, or gathered parts with --from");
+    if (options.input.empty()) refuse("POINTS.csv is required, or gathered parts with --from");
     fitPoints(options);
 }
 
@@ -179,18 +125,8 @@ void addCurveCommand(CLI::App& app)
         ->allow_extra_args(false);
     curve->add_option("--slope", options->slopes, "T=X[:Y...]: its first derivative at T, exactly")
         ->allow_extra_args(false);
-    addZeroOptions(*curve, options->zero, options->cutoff);
-    addMethodOption(*curve, options->method);
-    curve
-        ->add_option("-o,--output", options->output, "Write the fit as JSON; - for standard output")
-        ->check(notEmpty);
-    curve
-        ->add_option("--svg", options->svg, "Draw data, curve, control polygon, knots, constraints")
-        ->check(notEmpty);
-    curve->add_flag(
-        "-v,--verbose", options->verbose,
-        "Let the solver report on standard error; a progress bar where that is a terminal");
-    curve->set_version_flag("--version", KNOTFIT_VERSION);
+    addFitOptions(*curve, *options, "data, curve, control polygon, knots, constraints");
+    addVerbose(*curve, *options, "the solver");
     curve->callback([options] { runCurve(*options); });
 }
 

@@ -18,11 +18,6 @@ namespace {
 using knotwork::CurveConstraint;
 using knotwork::Parameterisation;
 
-[[noreturn]] void refuse(const std::string& sentence)
-{
-    throw Failure(kBadUsage, sentence);
-}
-
 /// The table's columns: parameters in the first one, or coordinates in all.
 TtupleVector pointsOf(const CsvTable& table, int firstColumn)
 {

@@ -7,22 +7,17 @@
 #include "knotwork/fit/CurveFit.h"
 #include "knotwork/fit/Parameters.h"
 #include "tools/knotfit/CsvTable.h"
+#include "tools/knotfit/FitCommand.h"
 #include "tools/knotfit/SampleOptions.h"
 
 namespace knotfit {
 
 /// What `knotfit curve` was asked, as typed.
-struct CurveOptions : SampleOptions {
+struct CurveOptions : SampleOptions, FitCommandOptions {
     std::vector<std::string> from;  ///< gathered parts instead of points, or lists of them
     std::vector<std::string> pass;
     std::vector<std::string> values;
     std::vector<std::string> slopes;
-    bool cutoff = false;
-    double zero = 0.0;
-    std::string method = "householder";
-    std::string output;
-    std::string svg;
-    bool verbose = false;
 };
 
 /// The samples of a table.

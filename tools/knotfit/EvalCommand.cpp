@@ -29,9 +29,8 @@ void runEval(const EvalOptions& options)
     const CsvTable table = readCsv(options.at);
     const int wanted = fit.isSurface() ? 2 : 1;
     if (table.cols != wanted)
-        throw Failure(kBadUsage, options.at + ": a " + (fit.isSurface() ? "surface" : "curve") +
-                                     " takes " + std::to_string(wanted) + " parameter" +
-                                     (wanted > 1 ? "s" : "") + " a line");
+        refuse(options.at + ": a " + (fit.isSurface() ? "surface" : "curve") + " takes " +
+               std::to_string(wanted) + " parameter" + (wanted > 1 ? "s" : "") + " a line");
     OutputFiles files({options.at});
     files.add("-", evaluated(fit, table, options.derivatives));
     files.write();

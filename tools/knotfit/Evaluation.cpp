@@ -22,8 +22,8 @@ void append(std::string& line, const double* numbers, int count)
 void refuseOutside(const knotwork::BsplineBasis& basis, double t, int line)
 {
     if (t >= basis.first() && t <= basis.last()) return;
-    throw Failure(kBadUsage, "parameter line " + std::to_string(line + 1) + ": " +
-                                 JsonText::number(t) + " lies outside the fit");
+    refuse("parameter line " + std::to_string(line + 1) + ": " + JsonText::number(t) +
+           " lies outside the fit");
 }
 
 /// Point, first derivative, second, ...

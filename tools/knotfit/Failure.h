@@ -26,4 +26,9 @@ class Failure : public std::runtime_error {
     Status status_;
 };
 
+[[noreturn]] inline void refuse(const std::string& sentence)
+{
+    throw Failure(kBadUsage, sentence);
+}
+
 }  // namespace knotfit

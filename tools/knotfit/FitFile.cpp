@@ -55,7 +55,7 @@ class FitReader {
   private:
     [[noreturn]] void refuse(const std::string& fault) const
     {
-        throw Failure(kBadUsage, path_ + ": " + fault);
+        knotfit::refuse(path_ + ": " + fault);
     }
 
     const json& member(const char* key) const

@@ -34,18 +34,17 @@ std::pair<double, double> rangeOf(const std::string& text)
     const std::optional<double> first = parseNumber(ends.front());
     const std::optional<double> last = parseNumber(ends.back());
     if (ends.size() != 2 || !first || !last || !(*first < *last))
-        throw Failure(kBadUsage, "--range " + text + ": must read A,B, with A below B");
-    if (!std::isfinite(*last - *first))
-        throw Failure(kBadUsage, "--range " + text + ": is too wide");
+        refuse("--range " + text + ": must read A,B, with A below B");
+    if (!std::isfinite(*last - *first)) refuse("--range " + text + ": is too wide");
     return {*first, *last};
 }
 
 void refuseSpread(const std::string& asked)
 {
     if (asked == "column") return;
-    throw Failure(kBadUsage, "--parameter " + asked +
-                                 ": a part cannot spread parameters over points that others hold; "
-                                 "only a column can give them");
+    refuse("--parameter " + asked +
+           ": a part cannot spread parameters over points that others hold; "
+           "only a column can give them");
 }
 
 std::string summaryOf(const knotwork::CurveAccumulator& gathered, double read, double added)
@@ -77,7 +76,7 @@ void runGather(const GatherOptions& options)
     const std::string fault = gathered.add(
         {samples.points.points(), samples.parameters.data(), samples.points.numbers().data(),
          samples.weights.length() > 0 ? samples.weights.data() : nullptr});
-    if (!fault.empty()) throw Failure(kBadUsage, nameOf(options.input) + ": " + fault);
+    if (!fault.empty()) refuse(nameOf(options.input) + ": " + fault);
     const std::vector<unsigned char> bytes = gathered.bytes();
     const double addSeconds = adding.seconds();
 

@@ -21,7 +21,7 @@ std::vector<unsigned char> bytesOf(const std::string& name)
     const bool standard = name == "-";
     const File file(standard ? stdin : std::fopen(name.c_str(), "rb"),
                     standard ? [](std::FILE*) { return 0; } : std::fclose);
-    if (file == nullptr) throw Failure(kBadUsage, name + ": cannot be opened");
+    if (file == nullptr) refuse(name + ": cannot be opened");
     std::vector<unsigned char> bytes;
     for (std::size_t got = kChunk; got > 0;) {
         const std::size_t before = bytes.size();
@@ -29,7 +29,7 @@ std::vector<unsigned char> bytesOf(const std::string& name)
         got = std::fread(bytes.data() + before, 1, kChunk, file.get());
         bytes.resize(before + got);
     }
-    if (std::ferror(file.get()) != 0) throw Failure(kBadUsage, nameOf(name) + ": cannot be read");
+    if (std::ferror(file.get()) != 0) refuse(nameOf(name) + ": cannot be read");
     return bytes;
 }
 
@@ -45,7 +45,7 @@ CurveAccumulator readGathered(const std::vector<std::string>& names)
             fault = whole.merge(part);
         else if (fault.empty())
             whole = std::move(part);
-        if (!fault.empty()) throw Failure(kBadUsage, nameOf(name) + ": " + fault);
+        if (!fault.empty()) refuse(nameOf(name) + ": " + fault);
     }
     return whole;
 }

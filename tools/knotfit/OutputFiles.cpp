@@ -3,6 +3,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
@@ -19,9 +20,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-[[noreturn]] void refuse(const std::string& path)
+[[noreturn]] void refuseToWrite(const std::string& path)
 {
-    throw Failure(kBadUsage, path + ": cannot be written");
+    refuse(path + ": cannot be written");
 }
 
 bool writeAll(std::FILE* file, const std::string& content)
@@ -52,8 +53,8 @@ void checkPlace(const std::string& path, const fs::path& place)
     std::error_code fault;
     const bool isThere = fs::exists(fs::status(path, fault));
     if (!isThere && fs::is_symlink(fs::symlink_status(path, fault)))
-        throw Failure(kBadUsage, path + ": is a link that leads nowhere");
-    if (isThere && access(place.c_str(), W_OK) != 0) refuse(path);
+        refuse(path + ": is a link that leads nowhere");
+    if (isThere && access(place.c_str(), W_OK) != 0) refuseToWrite(path);
 }
 
 /// A file that was not there before, beside a place; the name it got goes to `beside`. What an
@@ -84,7 +85,7 @@ class Waiting {
         checkPlace(path_, place_);
         if (writeAndClose(createBeside(place_, beside_), content)) return;
         remove();
-        refuse(path_);
+        refuseToWrite(path_);
     }
     Waiting(Waiting&& other) noexcept
         : path_(std::move(other.path_)),
@@ -101,7 +102,7 @@ class Waiting {
         const fs::file_status earlier = fs::status(place_, fault);
         if (fs::exists(earlier)) fs::permissions(beside_, earlier.permissions(), fault);
         fs::rename(beside_, place_, fault);
-        if (fault) refuse(path_);
+        if (fault) refuseToWrite(path_);
         PendingFiles::forget(beside_);
         beside_.clear();
     }
@@ -137,11 +138,16 @@ bool samePlace(const std::string& a, const std::string& b)
 void OutputFiles::add(const std::string& path, std::string content)
 {
     for (const std::string& input : inputs_)
-        if (samePlace(path, input)) throw Failure(kBadUsage, path + ": is the input");
+        if (samePlace(path, input)) refuse(path + ": is the input");
     for (const File& file : files_)
         if (samePlace(path, file.path) || (path == "-" && file.path == "-"))
-            throw Failure(kBadUsage, path + ": cannot take two outputs");
+            refuse(path + ": cannot take two outputs");
     files_.push_back({path, std::move(content)});
+}
+
+bool OutputFiles::takeStandardOutput() const
+{
+    return std::any_of(files_.begin(), files_.end(), [](const File& f) { return f.path == "-"; });
 }
 
 void OutputFiles::write() const
@@ -152,10 +158,10 @@ void OutputFiles::write() const
         if (file.path != "-" && !writtenInPlace(file.path))
             waiting.emplace_back(file.path, file.content);
     for (const File& file : files_) {
-        if (file.path == "-" && !writeAll(stdout, file.content)) refuse("standard output");
+        if (file.path == "-" && !writeAll(stdout, file.content)) refuseToWrite("standard output");
         if (file.path != "-" && writtenInPlace(file.path) &&
             !writeAndClose(std::fopen(file.path.c_str(), "wb"), file.content))
-            refuse(file.path);
+            refuseToWrite(file.path);
     }
     const PendingFiles::Quiet quiet;  // all of them move, or none
     for (Waiting& file : waiting) file.move();

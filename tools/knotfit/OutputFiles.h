@@ -16,7 +16,8 @@ class OutputFiles {
     explicit OutputFiles(std::vector<std::string> inputs) : inputs_(std::move(inputs)) {}
     /// Throws a Failure for a file that is an input or was added before.
     void add(const std::string& path, std::string content);
-    void write() const;  ///< throws a Failure; nothing is left behind then
+    bool takeStandardOutput() const;  ///< whether one of them is "-"
+    void write() const;               ///< throws a Failure; nothing is left behind then
 
   private:
     struct File {

@@ -3,16 +3,12 @@
 
 #include <CLI/CLI.hpp>
 #include <memory>
-#include <sstream>
 #include <string>
 
 #include "knotwork/picture/SurfaceMesh.h"
 #include "knotwork/picture/SurfacePicture.h"
-#include "tools/knotfit/ConsoleReporter.h"
 #include "tools/knotfit/Failure.h"
-#include "tools/knotfit/FitText.h"
-#include "tools/knotfit/JsonText.h"
-#include "tools/knotfit/OutputFiles.h"
+#include "tools/knotfit/FitCommand.h"
 #include "tools/knotfit/SurfaceRequest.h"
 
 namespace knotfit {
@@ -22,25 +18,6 @@ namespace {
 using knotwork::FittedSurface;
 
 constexpr int kMostSteps = 1000;
-
-std::vector<double> worstAt(const FittedSurface& surface)
-{
-    return {surface.report.maxResidualAtU, surface.report.maxResidualAtV};
-}
-
-std::string jsonOf(const FittedSurface& surface, const Times& times)
-{
-    JsonText json;
-    json.openObject();
-    json.member("degree_u", surface.u.degree());
-    json.member("degree_v", surface.v.degree());
-    json.member("knots_u", surface.u.knots());
-    json.member("knots_v", surface.v.knots());
-    json.rows("control_points", surface.controlPoints, surface.dimension, surface.u.count());
-    addReport(json, surface.report, worstAt(surface), times);
-    json.closeObject();
-    return json.text();
-}
 
 FittedSurface fit(const SurfaceRequest& request)
 {
@@ -56,9 +33,8 @@ void refuseTooFine(const SurfaceRequest& request, int steps)
 {
     const std::uint64_t vertices = knotwork::meshVertices(request.u, request.v, steps);
     if (vertices > knotwork::kMostMeshVertices)
-        throw Failure(kBadUsage, "--steps: a mesh of " + std::to_string(vertices) +
-                                     " vertices is more than the " +
-                                     std::to_string(knotwork::kMostMeshVertices) + " it may have");
+        refuse("--steps: a mesh of " + std::to_string(vertices) + " vertices is more than the " +
+               std::to_string(knotwork::kMostMeshVertices) + " it may have");
 }
 
 void runSurface(const SurfaceOptions& options)
@@ -68,39 +44,32 @@ void runSurface(const SurfaceOptions& options)
     const double readSeconds = reading.seconds();
     SurfaceRequest request = makeSurfaceRequest(options, table);
     if (!options.obj.empty()) refuseTooFine(request, options.steps);
-    ConsoleReporter reporter(options.verbose, ConsoleReporter::Progress::kLeftToTheFit);
-    ProgressBar bar;
-    request.options.method = methodOf(options.method);
-    request.options.zero = options.zero;
-    request.options.estimateCutoff = options.cutoff;
-    request.options.reporter = &reporter;
-    if (options.verbose) request.options.progress = [&bar](double share) { bar.show(share); };
+    Listeners listeners(options);
+    listeners.attach(request.options);
 
     const Stopwatch fitting;
     const FittedSurface surface = fit(request);
     const Times times = {readSeconds, fitting.seconds()};
-    if (!surface.fits()) {
-        const bool bad = surface.report.verdict == knotwork::FitVerdict::kBadInput;
-        throw Failure(bad ? kBadUsage : kRefused, surface.report.reason);
-    }
+    refuseUnlessItFits(surface.report, surface.fits());
 
     OutputFiles files({options.input});
-    if (!options.output.empty()) files.add(options.output, jsonOf(surface, times));
-    if (!options.svg.empty()) {
-        std::ostringstream picture;
+    addDrawing(files, options.svg, [&](std::ostream& picture) {
         knotwork::writeSurfaceSvg(picture, surface, request.points, request.uParameters,
                                   request.vParameters,
                                   titleOf(options.input, "a tensor-product surface"));
-        files.add(options.svg, picture.str());
-    }
-    if (!options.obj.empty()) {
-        std::ostringstream mesh;
+    });
+    addDrawing(files, options.obj, [&](std::ostream& mesh) {
         knotwork::writeSurfaceObj(mesh, surface, options.steps);
-        files.add(options.obj, mesh.str());
-    }
-    if (options.output != "-" && options.svg != "-" && options.obj != "-")
-        files.add("-", summaryOf(surface.report, worstAt(surface), times));
-    files.write();
+    });
+    const auto shape = [&surface](JsonText& json) {
+        json.member("degree_u", surface.u.degree());
+        json.member("degree_v", surface.v.degree());
+        json.member("knots_u", surface.u.knots());
+        json.member("knots_v", surface.v.knots());
+        json.rows("control_points", surface.controlPoints, surface.dimension, surface.u.count());
+    };
+    writeFit(files, options.output, surface.report,
+             {surface.report.maxResidualAtU, surface.report.maxResidualAtV}, times, shape);
 }
 
 }  // namespace
@@ -148,22 +117,13 @@ void addSurfaceCommand(CLI::App& app)
         ->excludes(knotsU)
         ->excludes(knotsV)
         ->excludes(border);
-    addZeroOptions(*surface, options->zero, options->cutoff);
-    addMethodOption(*surface, options->method);
-    surface
-        ->add_option("-o,--output", options->output, "Write the fit as JSON; - for standard output")
-        ->check(notEmpty);
-    surface->add_option("--svg", options->svg, "Draw the surface and a map of the residuals")
-        ->check(notEmpty);
+    addFitOptions(*surface, *options, "the surface and a map of the residuals");
     surface->add_option("--obj", options->obj, "Write a triangle mesh with normals")
         ->check(notEmpty);
     surface->add_option("--steps", options->steps, "Steps of the mesh in each span")
         ->check(CLI::Range(1, kMostSteps))
         ->capture_default_str();
-    surface->add_flag(
-        "-v,--verbose", options->verbose,
-        "Let the solvers report on standard error; a progress bar where that is a terminal");
-    surface->set_version_flag("--version", KNOTFIT_VERSION);
+    addVerbose(*surface, *options, "the solvers");
     surface->callback([options] { runSurface(*options); });
 }
 

@@ -16,11 +16,6 @@ namespace knotfit {
 
 namespace {
 
-[[noreturn]] void refuse(const std::string& sentence)
-{
-    throw Failure(kBadUsage, sentence);
-}
-
 /// "N" for both directions, or "NU,NV".
 std::pair<int, int> bothDirections(const std::string& option, const std::string& text)
 {

@@ -5,11 +5,12 @@
 
 #include "knotwork/fit/SurfaceFit.h"
 #include "tools/knotfit/CsvTable.h"
+#include "tools/knotfit/FitCommand.h"
 
 namespace knotfit {
 
 /// What `knotfit surface` was asked, as typed.
-struct SurfaceOptions {
+struct SurfaceOptions : FitCommandOptions {
     std::string input;
     bool triples = false;
     int columns = 0;
@@ -19,14 +20,8 @@ struct SurfaceOptions {
     std::string knotsV;
     std::string border = "free";
     std::string hold;
-    std::string method = "householder";
-    double zero = 0.0;
-    bool cutoff = false;
-    std::string output;
-    std::string svg;
     std::string obj;
     int steps = 8;
-    bool verbose = false;
 };
 
 /// The fit that the options ask of a table.

@@ -3,10 +3,10 @@
 
 #include <array>
 
-#include "tests/factor/MatrixChecks.h"
-#include "tests/factor/Worst.h"
+#include "measures/MatrixChecks.h"
+#include "measures/Worst.h"
 
-namespace checks {
+namespace knotwork_measures {
 
 /// error / norm, less what underflow costs: a subnormal number is rounded to a unit of its own,
 /// once for every operation it goes through.
@@ -45,4 +45,4 @@ struct SvdRatios {
     }
 };
 
-}  // namespace checks
+}  // namespace knotwork_measures

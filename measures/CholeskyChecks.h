@@ -10,15 +10,12 @@
 
 #include "knotwork/factor/linpack.h"
 #include "knotwork/linalg/DoubleGenMatPick.h"
-#include "tests/factor/MatrixChecks.h"
-#include "tests/factor/Worst.h"
-#include "tests/support/Arrays.h"
-#include "tests/support/Dice.h"
+#include "measures/MatrixChecks.h"
+#include "measures/Worst.h"
 
-namespace checks {
+namespace knotwork_measures {
 
 constexpr unsigned kTrials = 21000;
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 /// An upper triangle as the kernels take it. Whatever is not its own is NaN, and has to stay so:
 /// below the diagonal, two rows under the matrix, a column behind it.
@@ -53,12 +50,12 @@ struct Triangle {
 };
 
 /// Mostly small; a few reach beyond the blocks that the kernels work in.
-inline unsigned randomSize(unsigned trial, knotwork_test::Dice& dice)
+inline unsigned randomSize(unsigned trial, Dice& dice)
 {
     return trial % 499 == 0 ? 61 + dice.below(90) : dice.below(1 + dice.below(61));
 }
 
-inline DoubleGenMat randomRows(unsigned rows, unsigned cols, knotwork_test::Dice& dice)
+inline DoubleGenMat randomRows(unsigned rows, unsigned cols, Dice& dice)
 {
     DoubleGenMat x(rows, cols);
     for (unsigned i = 0; i < rows * cols; ++i) x.data()[i] = 2.0 * dice.unit() - 1.0;
@@ -68,11 +65,11 @@ inline DoubleGenMat randomRows(unsigned rows, unsigned cols, knotwork_test::Dice
 /// A(order(i), order(j))
 inline DoubleGenMat reordered(const DoubleGenMat& a, const std::vector<int>& order)
 {
-    const IntVec index = knotwork_test::vecFrom(order);
+    const IntVec index(order.data(), static_cast<unsigned>(order.size()));
     return DoubleGenMat(a.matPick(index, index));
 }
 
-inline std::vector<int> randomOrder(int p, knotwork_test::Dice& dice)
+inline std::vector<int> randomOrder(int p, Dice& dice)
 {
     std::vector<int> order(static_cast<std::size_t>(p));
     std::iota(order.begin(), order.end(), 0);
@@ -84,7 +81,7 @@ inline std::vector<int> randomOrder(int p, knotwork_test::Dice& dice)
 
 /// Columns of small integers on a diagonal that falls faster than they add up: every product, every
 /// difference and every square root on the way to the factor is an integer.
-inline DoubleGenMat integerFactor(int p, int rank, knotwork_test::Dice& dice)
+inline DoubleGenMat integerFactor(int p, int rank, Dice& dice)
 {
     DoubleGenMat r(static_cast<unsigned>(p), static_cast<unsigned>(p), 0.0);
     for (int j = 0; j < p; ++j)
@@ -112,7 +109,7 @@ struct CholeskyProblem {
         if (kind == Kind::kIndefinite) a.diagonal(0) -= dice.unit();
         a *= scale;  // 1, or a power of two next to 1e140 or 1e-140
     }
-    knotwork_test::Dice dice;
+    Dice dice;
     Kind kind;
     DoubleGenMat a;
     int rank;
@@ -145,7 +142,7 @@ struct CholeskyFactors {
 
 /// What dchud, dchdd and dchex work on: R, two right-hand sides and their norms.
 struct Current {
-    explicit Current(const DoubleGenMat& upper, knotwork_test::Dice& dice)
+    explicit Current(const DoubleGenMat& upper, Dice& dice)
         : r(upper), z(randomRows(upper.rows(), 2, dice)), rho(2, 3.0), c(upper.rows()), s(c)
     {
         z *= frobeniusNorm(upper);
@@ -211,8 +208,8 @@ inline double shiftError(const Current& start, int k, int l, int job)
     Current unmoved(start);
     Moments expected(unmoved);
     expected.xx.reference(reordered(expected.xx, order));
-    expected.xy.reference(DoubleGenMat(
-        expected.xy.matPick(knotwork_test::vecFrom(order), knotwork_test::intVec({0, 1}))));
+    expected.xy.reference(DoubleGenMat(expected.xy.matPick(
+        IntVec(order.data(), static_cast<unsigned>(order.size())), IntVec(2, 0, 1))));
     return moved.r.restUntouched() ? expected.distance(Moments(moved)) : kNaN;
 }
 
@@ -244,7 +241,7 @@ struct UpdateRatios {
     /// False when the row could not be withdrawn, or more than R was written.
     bool see(unsigned trial)
     {
-        knotwork_test::Dice dice(trial);
+        Dice dice(trial);
         const unsigned p = randomSize(trial, dice);
         const double scale = std::pow(10.0, 140 * (static_cast<int>(trial % 3) - 1));
         const DoubleGenMat x = randomRows(p + 1 + dice.below(p + 1), p, dice);
@@ -287,4 +284,4 @@ struct UpdateRatios {
     }
 };
 
-}  // namespace checks
+}  // namespace knotwork_measures

@@ -3,15 +3,13 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 #include <random>
 
 #include "knotwork/linalg/DoubleGenMat.h"
 #include "knotwork/linalg/DoubleVec.h"
+#include "measures/Numbers.h"
 
-namespace checks {
-
-constexpr double kEps = std::numeric_limits<double>::epsilon();
+namespace knotwork_measures {
 
 /// What a backward stable factorisation of an n x p matrix may be off by, relative to its norm.
 inline double tolerance(const DoubleGenMat& a)
@@ -64,4 +62,4 @@ inline DoubleGenMat randomOrthogonal(unsigned n, std::mt19937& generator)
     return q;
 }
 
-}  // namespace checks
+}  // namespace knotwork_measures

@@ -6,9 +6,9 @@
 #include <functional>
 #include <ostream>
 
-#include "tests/factor/MatrixChecks.h"
+#include "measures/MatrixChecks.h"
 
-namespace checks {
+namespace knotwork_measures {
 
 /// A member of one family of matrices: n x p, from a generator that is already seeded.
 struct Family {
@@ -158,4 +158,4 @@ struct Sample {
     DoubleGenMat a;
 };
 
-}  // namespace checks
+}  // namespace knotwork_measures

@@ -6,10 +6,10 @@
 #include <vector>
 
 #include "knotwork/factor/linpack.h"
-#include "tests/factor/MatrixChecks.h"
-#include "tests/factor/Worst.h"
+#include "measures/MatrixChecks.h"
+#include "measures/Worst.h"
 
-namespace checks {
+namespace knotwork_measures {
 
 constexpr double kUntouched = 123.25;
 
@@ -136,4 +136,4 @@ struct QrRatios {
     }
 };
 
-}  // namespace checks
+}  // namespace knotwork_measures

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "knotwork/platform/kernel.h"
 
-#include <gtest/gtest.h>
-
 #include <set>
-#include <vector>
+
+#include "tests/support/Testing.h"
 
 namespace {
 

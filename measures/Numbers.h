@@ -1,9 +1,13 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <limits>
 #include <random>
 
-namespace knotwork_test {
+namespace knotwork_measures {
+
+constexpr double kEps = std::numeric_limits<double>::epsilon();
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 /// Small random numbers from a fixed seed, the same with every standard library.
 class Dice {
@@ -16,4 +20,4 @@ class Dice {
     std::mt19937_64 bits_;
 };
 
-}  // namespace knotwork_test
+}  // namespace knotwork_measures

@@ -1,10 +1,36 @@
 // SPDX-License-Identifier: MIT
+// What nearly every test starts from.
 #pragma once
 
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <functional>
+#include <limits>
+#include <numeric>
+#include <ostream>
 #include <string>
 #include <type_traits>
+#include <vector>
+
+#include "measures/Numbers.h"
 
 namespace knotwork_test {
+
+using knotwork_measures::Dice;
+using knotwork_measures::kEps;
+using knotwork_measures::kNaN;
+using testing::Each;
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+using Numbers = std::vector<double>;
+
+constexpr double kInf = std::numeric_limits<double>::infinity();
 
 /// Names a parameterised test after its case: the last argument of INSTANTIATE_TEST_SUITE_P.
 struct CaseName {

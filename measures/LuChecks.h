@@ -7,11 +7,10 @@
 #include <vector>
 
 #include "knotwork/factor/linpack.h"
-#include "tests/factor/MatrixChecks.h"
-#include "tests/factor/Worst.h"
-#include "tests/support/Arrays.h"
+#include "measures/MatrixChecks.h"
+#include "measures/Worst.h"
 
-namespace checks {
+namespace knotwork_measures {
 
 inline double oneNorm(const DoubleGenMat& a)
 {
@@ -77,8 +76,8 @@ inline long double exactDeterminant(const DoubleGenMat& m)
     const std::size_t n = m.rows();
     std::vector<std::vector<long double>> a(n);
     for (std::size_t i = 0; i < n; ++i)
-        for (const double x : knotwork_test::elements(m.row(static_cast<int>(i))))
-            a[i].push_back(x);
+        for (std::size_t j = 0; j < n; ++j)
+            a[i].push_back(m(static_cast<int>(i), static_cast<int>(j)));
     long double result = 1.0L;
     for (std::size_t k = 0; k < n; ++k) {
         for (std::size_t i = k + 1; i < n; ++i)
@@ -148,4 +147,4 @@ struct LuRatios {
     }
 };
 
-}  // namespace checks
+}  // namespace knotwork_measures

@@ -6,7 +6,7 @@
 #include <string>
 #include <utility>
 
-namespace checks {
+namespace knotwork_measures {
 
 /// The largest of many ratios, the seed of the matrix it came from, and the bound it is held to.
 /// NaN counts as the worst there can be.
@@ -35,4 +35,4 @@ class Worst {
     int count_ = 0;
 };
 
-}  // namespace checks
+}  // namespace knotwork_measures
