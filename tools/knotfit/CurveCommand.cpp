@@ -9,6 +9,7 @@
 #include <string_view>
 #include <utility>
 
+#include "knotwork/fit/Refine.h"
 #include "knotwork/picture/CurvePicture.h"
 #include "tools/knotfit/ConsoleReporter.h"
 #include "tools/knotfit/CurveRequest.h"
@@ -26,15 +27,19 @@ namespace {
 using knotwork::CurveFitReport;
 using knotwork::FittedCurve;
 
-std::string jsonOf(const FittedCurve& curve, const Times& times)
+std::string jsonOf(const FittedCurve& curve, const Times& times, std::optional<bool> lastNearFirst)
 {
     const CurveFitReport& report = curve.report;
     JsonText json;
     json.openObject();
     json.member("degree", curve.basis.degree());
+    if (curve.basis.closed()) {
+        json.flag("closed", true);
+        json.member("period", curve.basis.period());
+    }
     json.member("knots", curve.basis.knots());
     json.points("control_points", curve.controlPoints, curve.dimension);
-    addReport(json, report, {report.maxResidualAt}, times);
+    addReport(json, report, {report.maxResidualAt}, times, lastNearFirst);
     json.closeObject();
     return json.text();
 }
@@ -73,16 +78,30 @@ void refuseUnlessItFits(const FittedCurve& curve)
 
 /// Writes the fit, and to standard output the figures unless something else goes there.
 void writeFit(const CurveOptions& options, const FittedCurve& curve, const Times& times,
-              OutputFiles& files)
+              OutputFiles& files, std::optional<bool> lastNearFirst = {})
 {
-    if (!options.output.empty()) files.add(options.output, jsonOf(curve, times));
-    if (options.output != "-" && options.svg != "-")
-        files.add("-", summaryOf(curve.report, {curve.report.maxResidualAt}, times));
+    if (!options.output.empty()) {
+        const FittedCurve written = options.clamped ? knotwork::clampedForm(curve) : curve;
+        files.add(options.output, jsonOf(written, times, lastNearFirst));
+    }
+    if (options.output != "-" && options.svg != "-") {
+        const knotwork::BsplineBasis& basis = curve.basis;
+        files.add("-", (basis.closed() ? closedSummary(basis.period(), lastNearFirst) : "") +
+                           summaryOf(curve.report, {curve.report.maxResidualAt}, times));
+    }
     files.write();
+}
+
+void refuseIfOpen(const CurveOptions& options, bool closed)
+{
+    if (closed) return;
+    if (options.closed) throw Failure(kBadUsage, "--closed: the parts are those of an open curve");
+    if (options.clamped) throw Failure(kBadUsage, "--clamped: the curve is not a closed one");
 }
 
 void fitPoints(const CurveOptions& options)
 {
+    refuseIfOpen(options, options.closed);
     const Stopwatch reading;
     CsvTable table = readCsv(options.input);
     const double readSeconds = reading.seconds();
@@ -102,10 +121,12 @@ void fitPoints(const CurveOptions& options)
         std::ostringstream picture;
         knotwork::writeCurveSvg(picture, curve, request.points, request.parameters,
                                 request.constraints,
-                                titleOf(options.input, "degree " + std::to_string(options.degree)));
+                                titleOf(options.input, "degree " + std::to_string(options.degree) +
+                                                           (options.closed ? ", closed" : "")));
         files.add(options.svg, picture.str());
     }
-    writeFit(options, curve, times, files);
+    writeFit(options, curve, times, files,
+             options.closed ? std::optional<bool>(request.lastNearFirst) : std::nullopt);
 }
 
 std::vector<std::string> partNames(const std::vector<std::string>& lists)
@@ -129,6 +150,7 @@ void fitGathered(const CurveOptions& options)
     const Stopwatch reading;
     const knotwork::CurveAccumulator gathered = readGathered(names);
     const double readSeconds = reading.seconds();
+    refuseIfOpen(options, gathered.basis().closed());
     const std::vector<knotwork::CurveConstraint> constraints =
         constraintsOf(options, gathered.basis(), gathered.dimension());
 
@@ -181,6 +203,8 @@ void addCurveCommand(CLI::App& app)
         ->allow_extra_args(false);
     addZeroOptions(*curve, options->zero, options->cutoff);
     addMethodOption(*curve, options->method);
+    curve->add_flag("--clamped", options->clamped,
+                    "Write a closed curve as an open one with clamped ends that meet at the seam");
     curve
         ->add_option("-o,--output", options->output, "Write the fit as JSON; - for standard output")
         ->check(notEmpty);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,7 @@ struct CurveOptions : SampleOptions {
     std::string method = "householder";
     std::string output;
     std::string svg;
+    bool clamped = false;
     bool verbose = false;
 };
 
@@ -29,7 +31,13 @@ struct CurveOptions : SampleOptions {
 struct TableSamples {
     TtupleVector points;
     DoubleVec parameters;
-    DoubleVec weights;  ///< empty without any
+    DoubleVec weights;                                 ///< empty without any
+    std::optional<knotwork::Parameterisation> spread;  ///< none where a column holds parameters
+
+    // Of a closed curve:
+    double period = 0.0;
+    bool firstRepeated = false;  ///< at the end, where it was taken away
+    bool lastNearFirst = false;  ///< but another point
 };
 
 /// The fit that the options ask of a table: samples, basis, constraints.

@@ -3,6 +3,7 @@
 
 #include <CLI/CLI.hpp>
 #include <ctime>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -26,13 +27,16 @@ struct Times {
 };
 
 /// Writes "report"; `at` is where the largest residual lies, one parameter or two. Without it where
-/// that is not known.
+/// that is not known. lastNearFirst: of the points of a closed curve.
 void addReport(JsonText& json, const knotwork::FitReport& report, const std::vector<double>& at,
-               const Times& times);
+               const Times& times, std::optional<bool> lastNearFirst = {});
 
 /// The figures for people.
 std::string summaryOf(const knotwork::FitReport& report, const std::vector<double>& at,
                       const Times& times);
+
+/// What stands in front of them for a closed curve.
+std::string closedSummary(double period, std::optional<bool> lastNearFirst);
 
 /// --method, for the commands that fit.
 void addMethodOption(CLI::App& command, std::string& method);

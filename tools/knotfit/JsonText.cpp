@@ -63,6 +63,12 @@ void JsonText::closeObject()
     first_ = false;
 }
 
+void JsonText::flag(const char* key, bool value)
+{
+    begin(key);
+    text_ += value ? "true" : "false";
+}
+
 void JsonText::member(const char* key, double value)
 {
     begin(key);
