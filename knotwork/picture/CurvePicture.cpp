@@ -28,6 +28,9 @@ constexpr const char* kControlStyle = "fill=\"#9a9a9a\"";
 constexpr const char* kDataStyle = "fill=\"#e08214\" fill-opacity=\"0.75\"";
 constexpr const char* kKnotStyle = "stroke=\"#2c8a4b\" stroke-width=\"2\"";
 constexpr const char* kKnotFill = "fill=\"#2c8a4b\"";
+constexpr const char* kSeamStyle = "stroke=\"#111111\" stroke-width=\"3\"";
+constexpr double kSeamLength = 34.0;  // of a bar across the curve
+
 constexpr const char* kConstraintStyle = "stroke=\"#c2185b\" stroke-width=\"2\"";
 
 /// Puts parameters and coordinates on paper.
@@ -40,6 +43,11 @@ class CurveView {
     {
         return graph_ ? PlotPoint{drawn(t), drawn(value[0])}
                       : PlotPoint{drawn(value[0]), drawn(value[1])};
+    }
+    double wrapped(double t) const { return curve_.basis.wrapped(t); }
+    PlotPoint placeWrapped(double t, const std::vector<double>& value) const
+    {
+        return place(wrapped(t), value);
     }
     PlotPoint at(double t) const { return place(t, curve_.at(t)); }
     PlotPoint direction(double t) const
@@ -62,6 +70,40 @@ class CurveView {
     bool graph_;
 };
 
+/// Where the segment from a to b stands at x.
+PlotPoint between(PlotPoint a, PlotPoint b, double x)
+{
+    const double share = b.x > a.x ? (x - a.x) / (b.x - a.x) : 0.0;
+    return {x, a.y * (1.0 - share) + b.y * share};
+}
+
+/// The control points, those of a closed curve once.
+std::vector<PlotPoint> controlPoints(const CurveView& view, const BsplineBasis& basis)
+{
+    std::vector<PlotPoint> points;
+    int from = 0;
+    while (view.graph() && basis.closed() && basis.greville(from) < basis.first()) ++from;
+    for (int i = from; i < from + basis.unknowns(); ++i) points.push_back(view.control(i));
+    return points;
+}
+
+/// The way through the control points; of a closed curve back to the first, of a closed graph for
+/// one period.
+std::vector<PlotPoint> controlPolygon(const CurveView& view, const BsplineBasis& basis,
+                                      std::vector<PlotPoint> points)
+{
+    if (!basis.closed()) return points;
+    if (!view.graph()) {
+        points.push_back(points.front());
+        return points;
+    }
+    const PlotPoint before = {points.back().x - basis.period(), points.back().y};
+    const PlotPoint start = between(before, points.front(), basis.first());
+    points.insert(points.begin(), start);
+    points.push_back({basis.last(), start.y});
+    return points;
+}
+
 std::vector<PlotPoint> tracedCurve(const CurveView& view, const std::vector<double>& breaks)
 {
     std::vector<PlotPoint> trace;
@@ -81,8 +123,8 @@ std::vector<PlotPoint> placedData(const CurveView& view, const TtupleVector& poi
     for (std::size_t i = 0; i < count; i += step) {
         const DoubleVec point(points.point(static_cast<int>(i)));
         data.push_back(
-            view.place(parameters(static_cast<int>(i)),
-                       std::vector<double>(point.data(), point.data() + point.length())));
+            view.placeWrapped(parameters(static_cast<int>(i)),
+                              std::vector<double>(point.data(), point.data() + point.length())));
     }
     return data;
 }
@@ -103,10 +145,20 @@ void drawConstraints(SvgPlot& plot, const CurveView& view,
 {
     for (const CurveConstraint& c : constraints) {
         if (c.derivative == 0)
-            plot.diamond(view.place(c.parameter, c.value), 7, kConstraintStyle);
+            plot.diamond(view.placeWrapped(c.parameter, c.value), 7, kConstraintStyle);
         else if (c.derivative == 1)
-            plot.tangent(view.at(c.parameter), view.direction(c.parameter), 70, kConstraintStyle);
+            plot.tangent(view.at(view.wrapped(c.parameter)), view.direction(c.parameter), 70,
+                         kConstraintStyle);
     }
+}
+
+/// A bar across the curve where its period begins and, drawn over the parameter, ends.
+void drawSeam(SvgPlot& plot, const CurveView& view, const BsplineBasis& basis)
+{
+    const PlotPoint along = view.direction(basis.first());
+    const PlotPoint across = view.graph() ? PlotPoint{0.0, 1.0} : PlotPoint{-along.y, along.x};
+    plot.tangent(view.at(basis.first()), across, kSeamLength, kSeamStyle);
+    if (view.graph()) plot.tangent(view.at(basis.last()), across, kSeamLength, kSeamStyle);
 }
 
 }  // namespace
@@ -120,8 +172,8 @@ void writeCurveSvg(std::ostream& os, const FittedCurve& curve, const TtupleVecto
     const std::vector<double> breaks = curve.basis.breakpoints();
     const std::vector<PlotPoint> trace = tracedCurve(view, breaks);
     const std::vector<PlotPoint> data = placedData(view, points, parameters);
-    std::vector<PlotPoint> polygon;
-    for (int i = 0; i < curve.basis.count(); ++i) polygon.push_back(view.control(i));
+    const std::vector<PlotPoint> controls = controlPoints(view, curve.basis);
+    const std::vector<PlotPoint> polygon = controlPolygon(view, curve.basis, controls);
 
     PlotRange range;
     for (const PlotPoint& p : trace) range.include(p);
@@ -135,7 +187,7 @@ void writeCurveSvg(std::ostream& os, const FittedCurve& curve, const TtupleVecto
     SvgPlot plot(canvas, kFrame, range);
     plot.axes(view.graph() ? "parameter" : "x", view.graph() ? "value" : "y");
     plot.polyline(polygon, kPolygonStyle);
-    for (const PlotPoint& p : polygon) plot.dot(p, 2.5, kControlStyle);
+    for (const PlotPoint& p : controls) plot.dot(p, 2.5, kControlStyle);
     for (const PlotPoint& p : data) plot.dot(p, 3, kDataStyle);
     plot.polyline(trace, kCurveStyle);
     for (const double t : breaks) {
@@ -144,12 +196,14 @@ void writeCurveSvg(std::ostream& os, const FittedCurve& curve, const TtupleVecto
         else
             plot.diamond(view.at(t), 3.5, kKnotFill);
     }
+    if (curve.basis.closed()) drawSeam(plot, view, curve.basis);
     drawConstraints(plot, view, constraints);
 
     plot.key("dot", kDataStyle, "data");
     plot.key("line", kCurveStyle, "curve");
     plot.key("line", kPolygonStyle, "control polygon");
     plot.key(view.graph() ? "line" : "diamond", view.graph() ? kKnotStyle : kKnotFill, "knots");
+    if (curve.basis.closed()) plot.key("line", kSeamStyle, "seam");
     if (!constraints.empty()) plot.key("diamond", kConstraintStyle, "met exactly");
 }
 

@@ -125,3 +125,32 @@ TEST(CurvePictureTest, NothingWithoutACurve)
     p.constraints.push_back(p.constraints.front());
     EXPECT_EQ(pictureOf(p, "title"), "");
 }
+
+/// As a graph and in the plane: curve and control polygon end where they begin, and nothing is
+/// there twice.
+TEST(CurvePictureTest, ClosedCurvesHaveNoGapAndShowTheirSeam)
+{
+    for (const int dimension : {1, 2}) {
+        FitProblem p = wave(dimension, {1}, 1, 0);
+        p.basis = knotwork::BsplineBasis::periodicUniform(3, 0.2, 1.2, 5);
+        p.constraints = {
+            {-0.75, 0, std::vector<double>(p.points.end() - dimension, p.points.end())}};
+        ASSERT_TRUE(p.fit().fits());
+        const std::string svg = pictureOf(p, "A ring");
+        EXPECT_EQ(xmlFault(svg), "");
+        EXPECT_THAT(svg, HasSubstr(">seam</text>"));
+        EXPECT_EQ(count(svg, "<circle"), p.parameters.size() + 5 + 1);
+        for (const char* style : {"#1f4e9c", "#9a9a9a"}) {
+            const std::size_t at =
+                svg.rfind("<path d=\"M", svg.find(std::string("stroke=\"") + style));
+            const std::string path = svg.substr(at + 10, svg.find('"', at + 10) - at - 10);
+            const std::string first = path.substr(0, path.find('L'));
+            const std::string last = path.substr(path.rfind('L') + 1);
+            const auto from = [dimension](const std::string& place) {
+                return dimension == 2 ? place : place.substr(place.find(' '));  // the same height
+            };
+            EXPECT_EQ(from(first), from(last)) << style;
+        }
+        EXPECT_EQ(count(svg, "stroke=\"#111111\""), dimension == 1 ? 3U : 2U);
+    }
+}

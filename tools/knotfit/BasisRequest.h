@@ -18,6 +18,7 @@ struct BasisRequest {
     double last;
     std::optional<int> lines = {};  ///< of data, that have to fix the control points; not all known
     int equations = 0;              ///< constraints beside them
+    bool closed = false;            ///< first to last is a period
 };
 
 /// Makes the basis. Throws a Failure: status 2 for what cannot be meant, status 1 for more control

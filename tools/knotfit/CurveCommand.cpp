@@ -3,8 +3,10 @@
 
 #include <CLI/CLI.hpp>
 #include <memory>
+#include <optional>
 #include <string_view>
 
+#include "knotwork/fit/Refine.h"
 #include "knotwork/picture/CurvePicture.h"
 #include "tools/knotfit/CurveRequest.h"
 #include "tools/knotfit/Failure.h"
@@ -16,21 +18,53 @@ namespace knotfit {
 
 namespace {
 
+using knotwork::CurveFitReport;
 using knotwork::FittedCurve;
 
+/// lastNearFirst: of the points of a closed curve, where there are points.
 void writeCurve(const CurveOptions& options, const FittedCurve& curve, const Times& times,
-                OutputFiles& files)
+                OutputFiles& files, std::optional<bool> lastNearFirst = {})
 {
-    const auto shape = [&curve](JsonText& json) {
-        json.member("degree", curve.basis.degree());
-        json.member("knots", curve.basis.knots());
-        json.points("control_points", curve.controlPoints, curve.dimension);
+    const CurveFitReport& report = curve.report;
+    const knotwork::BsplineBasis& basis = curve.basis;
+    FitExtras extras;
+    extras.at = {report.maxResidualAt};
+    extras.shape = [&](JsonText& json) {
+        const FittedCurve written = options.clamped ? knotwork::clampedForm(curve) : curve;
+        json.member("degree", written.basis.degree());
+        if (written.basis.closed()) {
+            json.flag("closed", true);
+            json.member("period", written.basis.period());
+        }
+        json.member("knots", written.basis.knots());
+        json.points("control_points", written.controlPoints, written.dimension);
     };
-    writeFit(files, options.output, curve.report, {curve.report.maxResidualAt}, times, shape);
+    extras.figures = [&](JsonText& json) {
+        if (!report.remarks.empty()) json.member("remarks", report.remarks);
+        if (lastNearFirst) json.flag("last_point_near_first", *lastNearFirst);
+    };
+    if (basis.closed()) extras.heading = closedSummary(basis.period(), lastNearFirst);
+    for (const std::string& remark : report.remarks)
+        extras.heading += "note                 " + remark + "\n";
+    writeFit(files, options.output, report, times, extras);
+}
+
+void refuseIfOpen(const CurveOptions& options, bool closed)
+{
+    if (closed) return;
+    if (options.closed) refuse("--closed: the parts are those of an open curve");
+    if (options.clamped) refuse("--clamped: the curve is not a closed one");
+}
+
+void holdOn(const AskedOfCurve& asked, knotwork::CurveFitOptions& options)
+{
+    options.directions = asked.directions;
+    options.held = asked.held;
 }
 
 void fitPoints(const CurveOptions& options)
 {
+    refuseIfOpen(options, options.closed);
     const Stopwatch reading;
     CsvTable table = readCsv(options.input);
     const double readSeconds = reading.seconds();
@@ -40,19 +74,22 @@ void fitPoints(const CurveOptions& options)
     knotwork::CurveFitOptions fitOptions;
     listeners.attach(fitOptions);
     fitOptions.weights.reference(request.weights);
+    holdOn(request.asked, fitOptions);
     const Stopwatch fitting;
     const FittedCurve curve = knotwork::fitCurve(request.points, request.parameters, request.basis,
-                                                 request.constraints, fitOptions);
+                                                 request.asked.constraints, fitOptions);
     const Times times = {readSeconds, fitting.seconds()};
     refuseUnlessItFits(curve.report, curve.fits());
 
     OutputFiles files({options.input});
     addDrawing(files, options.svg, [&](std::ostream& picture) {
         knotwork::writeCurveSvg(picture, curve, request.points, request.parameters,
-                                request.constraints,
-                                titleOf(options.input, "degree " + std::to_string(options.degree)));
+                                request.asked.constraints,
+                                titleOf(options.input, "degree " + std::to_string(options.degree) +
+                                                           (options.closed ? ", closed" : "")));
     });
-    writeCurve(options, curve, times, files);
+    writeCurve(options, curve, times, files,
+               options.closed ? std::optional<bool>(request.lastNearFirst) : std::nullopt);
 }
 
 std::vector<std::string> partNames(const std::vector<std::string>& lists)
@@ -75,14 +112,16 @@ void fitGathered(const CurveOptions& options)
     const Stopwatch reading;
     const knotwork::CurveAccumulator gathered = readGathered(names);
     const double readSeconds = reading.seconds();
-    const std::vector<knotwork::CurveConstraint> constraints =
-        constraintsOf(options, gathered.basis(), gathered.dimension());
+    refuseIfOpen(options, gathered.basis().closed());
+    AskedOfCurve asked;
+    addAsked(options, gathered.basis(), gathered.dimension(), asked);
 
     Listeners listeners(options);
     knotwork::CurveFitOptions fitOptions;
     listeners.attach(fitOptions);
+    holdOn(asked, fitOptions);
     const Stopwatch fitting;
-    const FittedCurve curve = knotwork::fitCurve(gathered, constraints, fitOptions);
+    const FittedCurve curve = knotwork::fitCurve(gathered, asked.constraints, fitOptions);
     const Times times = {readSeconds, fitting.seconds()};
     refuseUnlessItFits(curve.report, curve.fits());
     OutputFiles files(names);
@@ -121,10 +160,9 @@ void addCurveCommand(CLI::App& app)
         ->add_option("--pass", options->pass,
                      "Data points met exactly, I[,J...]: numbers from 0, or first, last")
         ->allow_extra_args(false);
-    curve->add_option("--value", options->values, "T=X[:Y...]: the curve's value at T, exactly")
-        ->allow_extra_args(false);
-    curve->add_option("--slope", options->slopes, "T=X[:Y...]: its first derivative at T, exactly")
-        ->allow_extra_args(false);
+    addConstraintOptions(*curve, *options);
+    curve->add_flag("--clamped", options->clamped,
+                    "Write a closed curve as an open one with clamped ends that meet at the seam");
     addFitOptions(*curve, *options, "data, curve, control polygon, knots, constraints");
     addVerbose(*curve, *options, "the solver");
     curve->callback([options] { runCurve(*options); });

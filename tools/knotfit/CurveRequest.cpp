@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "tools/knotfit/BasisRequest.h"
+#include "tools/knotfit/ClosedSamples.h"
 #include "tools/knotfit/Failure.h"
 #include "tools/knotfit/TextNumbers.h"
 
@@ -15,7 +16,6 @@ namespace knotfit {
 
 namespace {
 
-using knotwork::CurveConstraint;
 using knotwork::Parameterisation;
 
 /// The table's columns: parameters in the first one, or coordinates in all.
@@ -67,6 +67,7 @@ void placePoints(const std::string& asked, const CsvTable& table, TableSamples& 
                                         : mode == "centripetal" ? Parameterisation::kCentripetal
                                                                 : Parameterisation::kChord;
         samples.parameters.reference(knotwork::parameterValues(samples.points, spread));
+        samples.spread = spread;
     }
 }
 
@@ -86,7 +87,7 @@ void addPasses(const std::vector<std::string>& texts, CurveRequest& request)
 {
     for (const std::string& text : texts)
         for (const std::string_view part : split(text, ',')) {
-            const int last = request.points.points() - 1;
+            const int last = request.points.points() - (request.firstRepeated ? 0 : 1);
             const std::optional<double> number = part == "first"  ? std::optional<double>(0.0)
                                                  : part == "last" ? std::optional<double>(last)
                                                                   : parseNumber(part);
@@ -96,42 +97,15 @@ void addPasses(const std::vector<std::string>& texts, CurveRequest& request)
             if (*number < 0 || *number > last)
                 refuse("--pass: there is no data point " + std::string(part) +
                        "; the last one is " + std::to_string(last));
-            const int i = static_cast<int>(*number);
+            const int turns = static_cast<int>(*number) / request.points.points();
+            const int i = static_cast<int>(*number) % request.points.points();
             const DoubleVec point(request.points.point(i));
             const auto dimension = static_cast<std::size_t>(request.points.size());
             std::vector<double> value(dimension);
             for (std::size_t k = 0; k < dimension; ++k) value[k] = point(static_cast<int>(k));
-            request.constraints.push_back({request.parameters(i), 0, value});
+            request.asked.constraints.push_back(
+                {request.parameters(i) + turns * request.period, 0, value});
         }
-}
-
-/// T=X[:Y...]
-void addConstraints(const char* option, const std::vector<std::string>& texts, int derivative,
-                    const knotwork::BsplineBasis& basis, int dimension,
-                    std::vector<CurveConstraint>& constraints)
-{
-    for (const std::string& text : texts) {
-        const auto bad = [&](const std::string& why) {
-            refuse(std::string(option) + " " + text + ": " + why);
-        };
-        const std::size_t equals = text.find('=');
-        if (equals == std::string::npos) bad("must read T=X[:Y...]");
-        const std::optional<double> t = parseNumber(std::string_view(text).substr(0, equals));
-        if (!t) bad("the parameter is no finite number");
-        CurveConstraint constraint{*t, derivative, {}};
-        for (const std::string_view part : split(std::string_view(text).substr(equals + 1), ':')) {
-            const std::optional<double> x = parseNumber(part);
-            if (!x) bad("'" + std::string(part) + "' is no finite number");
-            constraint.value.push_back(*x);
-        }
-        if (constraint.value.size() != static_cast<std::size_t>(dimension))
-            bad("the points have " + std::to_string(dimension) + " coordinates");
-        const double first = basis.first();
-        const double last = basis.last();
-        if (*t < first || *t > last)
-            bad("the parameter lies outside " + shortest(first) + " to " + shortest(last));
-        constraints.push_back(constraint);
-    }
 }
 
 }  // namespace
@@ -144,26 +118,24 @@ TableSamples samplesOf(const SampleOptions& options, CsvTable table)
     return samples;
 }
 
-std::vector<CurveConstraint> constraintsOf(const CurveOptions& options,
-                                           const knotwork::BsplineBasis& basis, int dimension)
-{
-    std::vector<CurveConstraint> constraints;
-    addConstraints("--value", options.values, 0, basis, dimension, constraints);
-    addConstraints("--slope", options.slopes, 1, basis, dimension, constraints);
-    return constraints;
-}
-
 CurveRequest makeCurveRequest(const CurveOptions& options, CsvTable table)
 {
     CurveRequest request{samplesOf(options, std::move(table)), {}, {}};
+    if (!options.period.empty() && request.spread)
+        refuse("--period: goes with --parameter column; spread parameters have a period of 1");
     checkWhole(request);
     const int equations = static_cast<int>(options.values.size() + options.slopes.size());
-    request.basis = basisFor({options.degree, options.spans, options.knots, "--knots",
-                              minValue(request.parameters), maxValue(request.parameters),
-                              request.points.points(), equations});
+    double first = minValue(request.parameters);
+    double last = maxValue(request.parameters);
+    if (options.closed) {
+        closeSamples(options, periodOf(options), request);
+        first = startOf(options).value_or(request.parameters(0));
+        last = first + request.period;
+    }
+    request.basis = basisFor({options.degree, options.spans, options.knots, "--knots", first, last,
+                              request.points.points(), equations, options.closed});
     addPasses(options.pass, request);
-    for (CurveConstraint& constraint : constraintsOf(options, request.basis, request.points.size()))
-        request.constraints.push_back(std::move(constraint));
+    addAsked(options, request.basis, request.points.size(), request.asked);
     return request;
 }
 

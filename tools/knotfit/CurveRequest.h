@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "knotwork/fit/CurveFit.h"
 #include "knotwork/fit/Parameters.h"
+#include "tools/knotfit/ConstraintOptions.h"
 #include "tools/knotfit/CsvTable.h"
 #include "tools/knotfit/FitCommand.h"
 #include "tools/knotfit/SampleOptions.h"
@@ -13,33 +15,33 @@
 namespace knotfit {
 
 /// What `knotfit curve` was asked, as typed.
-struct CurveOptions : SampleOptions, FitCommandOptions {
+struct CurveOptions : SampleOptions, FitCommandOptions, ConstraintOptions {
     std::vector<std::string> from;  ///< gathered parts instead of points, or lists of them
     std::vector<std::string> pass;
-    std::vector<std::string> values;
-    std::vector<std::string> slopes;
+    bool clamped = false;
 };
 
 /// The samples of a table.
 struct TableSamples {
     TtupleVector points;
     DoubleVec parameters;
-    DoubleVec weights;  ///< empty without any
+    DoubleVec weights;                                 ///< empty without any
+    std::optional<knotwork::Parameterisation> spread;  ///< none where a column holds parameters
+
+    // Of a closed curve:
+    double period = 0.0;
+    bool firstRepeated = false;  ///< at the end, where it was taken away
+    bool lastNearFirst = false;  ///< but another point
 };
 
 /// The fit that the options ask of a table: samples, basis, constraints.
 struct CurveRequest : TableSamples {
     knotwork::BsplineBasis basis;
-    std::vector<knotwork::CurveConstraint> constraints;
+    AskedOfCurve asked;
 };
 
 /// Tells parameters, coordinates and weights apart; throws a Failure with status 2.
 TableSamples samplesOf(const SampleOptions& options, CsvTable table);
-
-/// What --value and --slope hold on to; throws a Failure with status 2.
-std::vector<knotwork::CurveConstraint> constraintsOf(const CurveOptions& options,
-                                                     const knotwork::BsplineBasis& basis,
-                                                     int dimension);
 
 /// Puts options and data together; throws a Failure with status 2 for what cannot be meant, with
 /// status 1 for more control points than there are equations.

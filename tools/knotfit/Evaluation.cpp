@@ -21,7 +21,7 @@ void append(std::string& line, const double* numbers, int count)
 
 void refuseOutside(const knotwork::BsplineBasis& basis, double t, int line)
 {
-    if (t >= basis.first() && t <= basis.last()) return;
+    if (basis.closed() || (t >= basis.first() && t <= basis.last())) return;
     refuse("parameter line " + std::to_string(line + 1) + ": " + JsonText::number(t) +
            " lies outside the fit");
 }
@@ -34,7 +34,7 @@ std::string curveLines(const FitFile& fit, const CsvTable& table, int order)
     std::string text;
     for (int i = 0; i < table.rows; ++i) {
         refuseOutside(fit.bases[0], table.at(i, 0), i);
-        spline->eval(rows.data(), table.at(i, 0), order);
+        spline->eval(rows.data(), fit.bases[0].wrapped(table.at(i, 0)), order);
         std::string line;
         append(line, rows.data(), (order + 1) * fit.dimension);
         text += line + "\n";

@@ -31,18 +31,18 @@ void refuseUnlessItFits(const knotwork::FitReport& report, bool fits)
 }
 
 void writeFit(OutputFiles& files, const std::string& output, const knotwork::FitReport& report,
-              const std::vector<double>& at, const Times& times,
-              const std::function<void(JsonText&)>& writeShape)
+              const Times& times, const FitExtras& extras)
 {
     if (!output.empty()) {
         JsonText json;
         json.openObject();
-        writeShape(json);
-        addReport(json, report, at, times);
+        extras.shape(json);
+        addReport(json, report, extras.at, times, extras.figures);
         json.closeObject();
         files.add(output, json.text());
     }
-    if (!files.takeStandardOutput()) files.add("-", summaryOf(report, at, times));
+    if (!files.takeStandardOutput())
+        files.add("-", extras.heading + summaryOf(report, extras.at, times));
     files.write();
 }
 

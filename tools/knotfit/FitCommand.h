@@ -65,10 +65,17 @@ void addDrawing(OutputFiles& files, const std::string& path, Draw draw)
     files.add(path, drawing.str());
 }
 
-/// Writes all files: besides those added before, the fit as JSON, whose shape `writeShape` writes,
-/// and to standard output the figures unless something else goes there. `at` as for addReport().
+/// What a command has to say of its own fit.
+struct FitExtras {
+    std::vector<double> at;                  ///< where the largest residual is
+    std::function<void(JsonText&)> shape;    ///< writes members of the fit
+    std::function<void(JsonText&)> figures;  ///< and of its report; may be null
+    std::string heading;                     ///< lines in front of the figures for people
+};
+
+/// Writes all files: besides those added before, the fit as JSON, and to standard output the
+/// figures unless something else goes there.
 void writeFit(OutputFiles& files, const std::string& output, const knotwork::FitReport& report,
-              const std::vector<double>& at, const Times& times,
-              const std::function<void(JsonText&)>& writeShape);
+              const Times& times, const FitExtras& extras);
 
 }  // namespace knotfit

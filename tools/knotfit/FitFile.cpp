@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tools/knotfit/FitFile.h"
 
+#include <algorithm>
 #include <cmath>
 #include <fstream>
 #include <nlohmann/json.hpp>
@@ -30,7 +31,7 @@ class FitReader {
         if (fit_.contains("knots_u"))
             result.bases = {basis("degree_u", "knots_u"), basis("degree_v", "knots_v")};
         else
-            result.bases = {basis("degree", "knots")};
+            result.bases = {basis("degree", "knots", closed())};
         const json& points = member("control_points");
         if (!result.isSurface()) {
             addPoints(points, result);
@@ -49,6 +50,7 @@ class FitReader {
         for (const BsplineBasis& one : result.bases) expected *= one.count();
         if (pointsBetween(0, result) != expected)
             refuse("\"control_points\" must hold " + std::to_string(expected) + " points");
+        if (result.bases[0].closed()) checkWrapped(result);
         return result;
     }
 
@@ -72,7 +74,25 @@ class FitReader {
         return value.get<double>();
     }
 
-    BsplineBasis basis(const char* degreeKey, const char* knotsKey) const
+    bool closed() const
+    {
+        const auto found = fit_.find("closed");
+        if (found == fit_.end()) return false;
+        if (!found->is_boolean()) refuse("\"closed\" is neither true nor false");
+        return found->get<bool>();
+    }
+
+    void checkWrapped(const FitFile& fit) const
+    {
+        if (number(member("period"), "period") != fit.bases[0].period())
+            refuse("\"period\" is not that of the knots");
+        const auto differs = static_cast<std::ptrdiff_t>(fit.bases[0].unknowns()) * fit.dimension;
+        if (!std::equal(fit.controlPoints.begin() + differs, fit.controlPoints.end(),
+                        fit.controlPoints.begin()))
+            refuse("the last \"control_points\" of a closed curve do not repeat the first");
+    }
+
+    BsplineBasis basis(const char* degreeKey, const char* knotsKey, bool periodic = false) const
     {
         const json& degree = member(degreeKey);
         if (!degree.is_number_integer() || degree.get<double>() < 1 ||
@@ -83,6 +103,10 @@ class FitReader {
         std::vector<double> knots;
         for (const json& knot : list) knots.push_back(number(knot, knotsKey));
         BsplineBasis result(degree.get<int>(), knots);
+        if (periodic) {
+            result = BsplineBasis::periodicUniform(degree.get<int>(), 0, 1, 1).withKnots(knots);
+            if (!result.valid()) refuse("\"knots\" do not repeat as those of a closed curve do");
+        }
         if (!result.valid())
             refuse(std::string("\"") + degreeKey + "\" and \"" + knotsKey + "\" make no basis");
         return result;

@@ -3,7 +3,6 @@
 
 #include <cmath>
 #include <cstdio>
-#include <optional>
 
 #include "tools/knotfit/CsvTable.h"
 #include "tools/knotfit/TextNumbers.h"
@@ -76,7 +75,7 @@ knotwork::FitMethod methodOf(const std::string& name)
 }
 
 void addReport(JsonText& json, const knotwork::FitReport& report, const std::vector<double>& at,
-               const Times& times)
+               const Times& times, const std::function<void(JsonText&)>& more)
 {
     json.openObject("report");
     json.member("verdict", nameOf(report.verdict));
@@ -97,6 +96,7 @@ void addReport(JsonText& json, const knotwork::FitReport& report, const std::vec
     json.member("constraints", report.constraints);
     json.member("read_seconds", times.read);
     json.member("fit_seconds", times.fit);
+    if (more != nullptr) more(json);
     json.closeObject();
 }
 
@@ -121,6 +121,14 @@ std::string summaryOf(const knotwork::FitReport& report, const std::vector<doubl
                   nameOf(report.method).c_str(), nameOf(report.verdict).c_str(), times.read,
                   times.fit);
     return text;
+}
+
+std::string closedSummary(double period, std::optional<bool> lastNearFirst)
+{
+    return "curve                closed, period " + shortest(period) + "\n" +
+           (lastNearFirst.value_or(false)
+                ? "last point           near the first but another one, and kept\n"
+                : "");
 }
 
 std::string nameOf(const std::string& input)

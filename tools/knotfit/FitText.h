@@ -3,6 +3,8 @@
 
 #include <CLI/CLI.hpp>
 #include <ctime>
+#include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -26,13 +28,16 @@ struct Times {
 };
 
 /// Writes "report"; `at` is where the largest residual lies, one parameter or two. Without it where
-/// that is not known.
+/// that is not known. more: writes further members, unless it is null.
 void addReport(JsonText& json, const knotwork::FitReport& report, const std::vector<double>& at,
-               const Times& times);
+               const Times& times, const std::function<void(JsonText&)>& more);
 
 /// The figures for people.
 std::string summaryOf(const knotwork::FitReport& report, const std::vector<double>& at,
                       const Times& times);
+
+/// What stands in front of them for a closed curve.
+std::string closedSummary(double period, std::optional<bool> lastNearFirst);
 
 /// --method, for the commands that fit.
 void addMethodOption(CLI::App& command, std::string& method);

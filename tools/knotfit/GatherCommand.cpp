@@ -12,6 +12,7 @@
 
 #include "knotwork/fit/CurveAccumulator.h"
 #include "tools/knotfit/BasisRequest.h"
+#include "tools/knotfit/ClosedSamples.h"
 #include "tools/knotfit/CurveRequest.h"
 #include "tools/knotfit/Failure.h"
 #include "tools/knotfit/FitText.h"
@@ -39,6 +40,17 @@ std::pair<double, double> rangeOf(const std::string& text)
     return {*first, *last};
 }
 
+/// Of parts that cannot know where the first sample lies.
+std::pair<double, double> rangeOf(const GatherOptions& options)
+{
+    if (!options.range.empty()) return rangeOf(options.range);
+    const std::optional<double> period = periodOf(options);
+    if (!period)
+        refuse(options.closed ? "--closed needs --range or --period" : "--range is required");
+    const double start = startOf(options).value_or(0.0);
+    return {start, start + *period};
+}
+
 void refuseSpread(const std::string& asked)
 {
     if (asked == "column") return;
@@ -55,20 +67,22 @@ std::string summaryOf(const knotwork::CurveAccumulator& gathered, double read, d
                   "coordinates          %d\n"
                   "unknowns             %d\n"
                   "processor time       %.4f s reading, %.4f s gathering\n",
-                  gathered.rows(), gathered.dimension(), gathered.basis().count(), read, added);
+                  gathered.rows(), gathered.dimension(), gathered.basis().unknowns(), read, added);
     return text;
 }
 
 void runGather(const GatherOptions& options)
 {
     refuseSpread(options.parameter);
-    const auto [first, last] = rangeOf(options.range);
-    const BasisRequest request = {options.degree, options.spans, options.knots,
-                                  "--knots",      first,         last};
+    const auto [first, last] = rangeOf(options);
+    const BasisRequest request = {
+        options.degree, options.spans, options.knots, "--knots", first, last, {}, 0,
+        options.closed};
     const knotwork::BsplineBasis basis = basisFor(request);
 
     const Stopwatch reading;
-    const TableSamples samples = samplesOf(options, readCsv(options.input));
+    TableSamples samples = samplesOf(options, readCsv(options.input));
+    if (options.closed) closeSamples(options, last - first, samples);
     const double readSeconds = reading.seconds();
 
     const Stopwatch adding;
@@ -93,12 +107,13 @@ void addGatherCommand(CLI::App& app)
     const auto options = std::make_shared<GatherOptions>();
     CLI::App* gather = app.add_subcommand(
         "gather", "Gather a part of a curve's points, for knotfit curve --from to fit");
-    addSampleOptions(*gather, *options).front()->required();
-    gather
-        ->add_option("--range", options->range,
-                     "Parameter range A,B of the whole curve; all parts take the same, and the "
-                     "same basis over it")
-        ->required();
+    const std::vector<CLI::Option*> ofSamples = addSampleOptions(*gather, *options);
+    ofSamples.front()->required();
+    CLI::Option* range = gather->add_option(
+        "--range", options->range,
+        "Parameter range A,B of the whole curve, required; all parts take the same, and the same "
+        "basis over it. Of a closed one a period, or else --period, which begins at --start, or 0");
+    for (const char* other : {"--period", "--start"}) range->excludes(gather->get_option(other));
     options->parameter = "column";
     gather
         ->add_option("--parameter", options->parameter,

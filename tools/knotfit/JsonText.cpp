@@ -63,6 +63,12 @@ void JsonText::closeObject()
     first_ = false;
 }
 
+void JsonText::flag(const char* key, bool value)
+{
+    begin(key);
+    text_ += value ? "true" : "false";
+}
+
 void JsonText::member(const char* key, double value)
 {
     begin(key);
@@ -85,6 +91,15 @@ void JsonText::member(const char* key, const std::vector<double>& values)
 {
     begin(key);
     text_ += list(values.data(), values.size());
+}
+
+void JsonText::member(const char* key, const std::vector<std::string>& values)
+{
+    begin(key);
+    text_ += "[";
+    for (std::size_t i = 0; i < values.size(); ++i)
+        text_ += (i > 0 ? ", " : "") + quoted(values[i]);
+    text_ += "]";
 }
 
 void JsonText::points(const char* key, const std::vector<double>& numbers, int dimension)

@@ -15,7 +15,9 @@ class JsonText {
     void member(const char* key, double value);
     void member(const char* key, int value);
     void member(const char* key, const std::string& value);
+    void flag(const char* key, bool value);
     void member(const char* key, const std::vector<double>& values);
+    void member(const char* key, const std::vector<std::string>& values);
     /// Points of `dimension` numbers, a list each, a line each.
     void points(const char* key, const std::vector<double>& numbers, int dimension);
 

@@ -25,7 +25,23 @@ std::vector<CLI::Option*> addSampleOptions(CLI::App& command, SampleOptions& opt
                         "Column, counted from 1, that holds a weight for each point, 0 or more, "
                         "instead of a coordinate")
             ->check(CLI::PositiveNumber);
-    return {input, degree, spans, knots, weights};
+    CLI::Option* closed = command.add_flag(
+        "--closed", options.closed,
+        "A closed curve, its parameters modulo a period; a first point that is repeated at the end "
+        "counts once, and --knots lie in the period that begins at --start");
+    CLI::Option* period =
+        command
+            .add_option("--period", options.period,
+                        "After which parameters come again; a column needs it, unless the first "
+                        "point is repeated at the end")
+            ->needs(closed)
+            ->check(notEmpty);
+    CLI::Option* start = command
+                             .add_option("--start", options.start,
+                                         "Parameter where the period's spans begin, the seam")
+                             ->needs(closed)
+                             ->check(notEmpty);
+    return {input, degree, spans, knots, weights, period, start};
 }
 
 }  // namespace knotfit

@@ -61,15 +61,16 @@ void runSurface(const SurfaceOptions& options)
     addDrawing(files, options.obj, [&](std::ostream& mesh) {
         knotwork::writeSurfaceObj(mesh, surface, options.steps);
     });
-    const auto shape = [&surface](JsonText& json) {
+    FitExtras extras;
+    extras.at = {surface.report.maxResidualAtU, surface.report.maxResidualAtV};
+    extras.shape = [&surface](JsonText& json) {
         json.member("degree_u", surface.u.degree());
         json.member("degree_v", surface.v.degree());
         json.member("knots_u", surface.u.knots());
         json.member("knots_v", surface.v.knots());
         json.rows("control_points", surface.controlPoints, surface.dimension, surface.u.count());
     };
-    writeFit(files, options.output, surface.report,
-             {surface.report.maxResidualAtU, surface.report.maxResidualAtV}, times, shape);
+    writeFit(files, options.output, surface.report, times, extras);
 }
 
 }  // namespace
