@@ -60,10 +60,10 @@ class ConstraintCombination {
             entries_[static_cast<std::size_t>(place)] += entry;
             first_ = std::min(first_, place);
             end_ = std::max(end_, place + 1);
+            size_ = std::max(size_, std::fabs(entry.high));
         }
         factors_.back() = 1.0;
         choosePivot();
-        size_ = std::fabs(entries_[pivot_].high);
     }
 
     /// Adds so much of an earlier combination that this one is 0 where that one is largest.
@@ -109,7 +109,7 @@ class ConstraintCombination {
     int first_;
     int end_;
     std::size_t pivot_ = 0;
-    double size_;
+    double size_ = 0.0;
 };
 
 /// Gives each control point, in order, the first parameter that is left and lies under its basis
@@ -192,7 +192,9 @@ std::string whyDependent(const BandFit& fit)
             std::vector<int> numbers;
             for (const int part : next.parts())
                 numbers.push_back(constraints[static_cast<std::size_t>(part)].number);
-            return why + ": " + listed("constraint", numbers);
+            const std::string which = listed("constraint", numbers);
+            return numbers.size() > 1 ? why + ": " + which
+                                      : "no control point moves what " + which + " asks for";
         }
         kept.push_back(std::move(next));
     }
