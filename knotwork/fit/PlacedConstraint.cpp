@@ -21,19 +21,26 @@ bool repeats(const PlacedConstraint& a, const PlacedConstraint& b, double period
            a.asked->value == b.asked->value;
 }
 
+/// What rounding does to a parameter some periods away, and to the sum that brings it back.
+double slackOf(const PlacedConstraint& c, const BsplineBasis& basis)
+{
+    const double largest = std::max(
+        {std::fabs(c.asked->parameter), std::fabs(basis.first()), std::fabs(basis.last())});
+    return ParameterRange::kConstraintSteps * 0x1p-52 * largest;
+}
+
 /// Works on one group of constraints after the other that share a parameter but for rounding.
 void uniteRepeated(const BsplineBasis& basis, std::vector<PlacedConstraint>& all)
 {
     const double period = basis.period();
-    const double slack = ParameterRange::kConstraintSteps * 0x1p-52 * period;
     for (PlacedConstraint& c : all)
-        if (c.parameter >= basis.last() - slack) c.parameter = basis.first();
+        if (c.parameter >= basis.last() - slackOf(c, basis)) c.parameter = basis.first();
     std::stable_sort(all.begin(), all.end(),
                      [](const auto& a, const auto& b) { return a.parameter < b.parameter; });
     std::vector<PlacedConstraint> kept;
     std::size_t group = 0;  // where the current one begins
     for (PlacedConstraint& c : all) {
-        if (kept.empty() || c.parameter > kept[group].parameter + slack)
+        if (kept.empty() || c.parameter > kept[group].parameter + slackOf(c, basis))
             group = kept.size();
         else if (periodsApart(c, kept[group], period))
             c.parameter = kept[group].parameter;
