@@ -144,8 +144,7 @@ class Direction {
     explicit Direction(const Equations& equations)
         : equations_(equations),
           scales_(unknownScales(equations)),
-          system_(scaledRows(equations.fitted, scales_), scaledRows(equations.met, scales_),
-                  equations.metSize)
+          system_(scaledRows(equations.fitted, scales_), scaledRows(equations.met, scales_))
     {
     }
     const ConstrainedLeastSquares& system() const { return system_; }
@@ -214,7 +213,7 @@ Equations equationsOf(const BsplineBasis& basis, const std::vector<double>& para
                 QuadMatrix(unknowns, exact ? asked : 0),
                 {},
                 {},
-                exact && asked > 0 ? 1.0 : 0.0};
+                basis.closed() && asked > 0 ? 1.0 : 0.0};
     for (int i = 0; i < samples; ++i) {
         e.fittedScales.push_back(weights.empty() ? Quad(1) : root(weights[at(i)]));
         put(basis, {parameters[at(i)], 0}, e.fittedScales.back(), e.fitted, i);
