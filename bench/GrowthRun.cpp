@@ -3,6 +3,7 @@
 // memory of the process in KiB, and with `stream` the seconds spent on making samples.
 //   knotwork_growth curve DEGREE SAMPLES UNKNOWNS CONSTRAINTS
 //   knotwork_growth file NAME SAMPLES UNKNOWNS CONSTRAINTS   doubles: parameters, then points
+//   knotwork_growth closed-curve, closed-file                the same as closed curves
 //   knotwork_growth stream SAMPLES UNKNOWNS CONSTRAINTS      samples made on the fly, never held
 //   knotwork_growth surface SAMPLES UNKNOWNS                 in each direction
 // bench/growth.py calls it.
@@ -26,6 +27,7 @@ using knotwork::CurveConstraint;
 using knotwork::SampleStretch;
 
 constexpr int kDimension = 2;
+constexpr double kTurn = 6.283185307179586;
 constexpr double kLeastSeconds = 0.3;  // to be spent on fits, of which there are three at least
 constexpr int kLeastFits = 3;
 constexpr int kStretch = 4096;  // samples that are handed out together
@@ -79,7 +81,7 @@ double parameterOf(long long i, long long samples)
 
 double coordinate(int k, double t)
 {
-    return std::sin((40 + k) * t);
+    return std::sin(kTurn * (6 + k) * t);
 }
 
 std::vector<CurveConstraint> someValues(int count)
@@ -90,10 +92,19 @@ std::vector<CurveConstraint> someValues(int count)
     return constraints;
 }
 
-int fitCurves(const TtupleVector& points, const DoubleVec& parameters, int degree, int unknowns,
-              int constraints)
+/// What is asked for besides samples.
+struct Request {
+    bool closed;
+    int degree;
+    int unknowns;
+    int constraints;
+};
+
+int fitCurves(const TtupleVector& points, const DoubleVec& parameters, const Request& request)
 {
-    const BsplineBasis basis = BsplineBasis::uniform(degree, 0.0, 1.0, unknowns - degree);
+    const auto [closed, degree, unknowns, constraints] = request;
+    const BsplineBasis basis = closed ? BsplineBasis::periodicUniform(degree, 0.0, 1.0, unknowns)
+                                      : BsplineBasis::uniform(degree, 0.0, 1.0, unknowns - degree);
     const std::vector<CurveConstraint> held = someValues(constraints);
     const double best =
         fastest([&] { return stands(knotwork::fitCurve(points, parameters, basis, held).report); });
@@ -101,7 +112,7 @@ int fitCurves(const TtupleVector& points, const DoubleVec& parameters, int degre
     return 0;
 }
 
-int runCurve(int degree, int samples, int unknowns, int constraints)
+int runCurve(int samples, const Request& request)
 {
     TtupleVector points(kDimension, samples, 0.0);
     DoubleVec parameters(static_cast<unsigned>(samples));
@@ -110,10 +121,10 @@ int runCurve(int degree, int samples, int unknowns, int constraints)
         parameters(i) = parameterOf(i, samples);
         for (int k = 0; k < kDimension; ++k) *point++ = coordinate(k, parameters(i));
     }
-    return fitCurves(points, parameters, degree, unknowns, constraints);
+    return fitCurves(points, parameters, request);
 }
 
-int runFile(const char* name, int samples, int unknowns, int constraints)
+int runFile(const char* name, int samples, const Request& request)
 {
     TtupleVector points(kDimension, samples, 0.0);
     DoubleVec parameters(static_cast<unsigned>(samples));
@@ -122,7 +133,7 @@ int runFile(const char* name, int samples, int unknowns, int constraints)
     file.read(reinterpret_cast<char*>(parameters.data()), bytes);
     file.read(reinterpret_cast<char*>(points.data().data()), bytes * kDimension);
     if (!file) return 2;
-    return fitCurves(points, parameters, 3, unknowns, constraints);
+    return fitCurves(points, parameters, request);
 }
 
 int runStream(long long samples, int unknowns, int constraints)
@@ -184,8 +195,11 @@ int main(int argc, char** argv)
     const std::vector<std::string> words(argv, argv + argc);
     const auto number = [&words](std::size_t i) { return std::atoi(words[i].c_str()); };
     const std::string what = words.size() > 1 ? words[1] : "";
-    if (what == "curve" && argc == 6) return runCurve(number(2), number(3), number(4), number(5));
-    if (what == "file" && argc == 6) return runFile(argv[2], number(3), number(4), number(5));
+    const bool closed = what == "closed-curve" || what == "closed-file";
+    if ((what == "curve" || what == "closed-curve") && argc == 6)
+        return runCurve(number(3), {closed, number(2), number(4), number(5)});
+    if ((what == "file" || what == "closed-file") && argc == 6)
+        return runFile(argv[2], number(3), {closed, 3, number(4), number(5)});
     if (what == "stream" && argc == 5) return runStream(number(2), number(3), number(4));
     if (what == "surface" && argc == 4) return runSurface(number(2), number(3));
     return 2;

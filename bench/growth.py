@@ -3,6 +3,7 @@
 import array
 import json
 import math
+import os
 import pathlib
 import random
 import re
@@ -15,6 +16,7 @@ UNKNOWNS = [50, 100, 200, 500, 1000, 2000, 4000, 8000, 16000, 32000, 64000]
 PER_UNKNOWN = 10
 DEGREES, SPANS = [3, 13], 6000
 STREAMED = 10000000
+CLOSED = 1600  # control points of the closed curves beside open ones
 SURFACES = [(300, 60), (1200, 600)]
 MILLION = 1000000
 ROUNDS = 6  # all sizes are measured as many times over, so that what else the machine does passes some of them by
@@ -116,7 +118,7 @@ def write_samples(path, shuffled):
     if shuffled:
         random.Random(1).shuffle(order)
     t = array.array("d", (i / (MILLION - 1) for i in order))
-    points = array.array("d", (f(a * x) for x in t for f, a in ((math.sin, 40), (math.cos, 31))))
+    points = array.array("d", (f(a * x) for x in t for f, a in ((math.sin, 12 * math.pi), (math.cos, 10 * math.pi))))
     with path.open("wb") as out:
         t.tofile(out)
         points.tofile(out)
@@ -131,20 +133,28 @@ def scipy_seconds(path, unknowns):
 
 
 def against_scipy(program):
-    """Rows of a table: order, control points, our milliseconds and SciPy's, which run by turns."""
-    rows = []
+    """Rows of two tables: order, control points, our milliseconds and SciPy's, or those of a closed curve; all run by
+    turns."""
+    rows, closed_rows = [], []
     with tempfile.TemporaryDirectory() as folder:
         for name in ["sorted", "shuffled"]:
             path = pathlib.Path(folder) / name
             write_samples(path, name == "shuffled")
             for unknowns in [200, 1000]:
-                ours, theirs = math.inf, math.inf
+                ours, closed, theirs = math.inf, math.inf, math.inf
                 for _ in range(ROUNDS):
+                    closed = min(closed, run(program, "closed-file", path, MILLION, unknowns, 20)[0])
                     ours = min(ours, run(program, "file", path, MILLION, unknowns, 20)[0])
                     theirs = min(theirs, scipy_seconds(path, unknowns))
                 peer = [f"{1000 * theirs:.0f}", f"{ours / theirs:.2f}"] if math.isfinite(theirs) else ["", ""]
                 rows.append([name, str(unknowns), f"{1000 * ours:.0f}", *peer])
-    return rows
+                closed_rows.append(beside_open(f"{MILLION}, {name}", unknowns, ours, closed))
+    return rows, closed_rows
+
+
+def beside_open(samples, unknowns, seconds_open, seconds_closed):
+    return [samples, str(unknowns), f"{1000 * seconds_open:.3g}", f"{1000 * seconds_closed:.3g}",
+            f"{seconds_closed / seconds_open:.2f}"]
 
 
 def scipy_version():
@@ -159,7 +169,12 @@ def sentence_of(report, memory, samples, unknowns, held):
             f"{memory:.0f} MB at most, constraint residual {report['constraint_residual']:.1e}.")
 
 
+def load():
+    return f"{os.getloadavg()[0]:.1f} processes on {os.cpu_count()} processors"
+
+
 def main(program, knotfit, docs):
+    before = load()
     docs = pathlib.Path(docs)
     images = docs / "images"
     images.mkdir(exist_ok=True)
@@ -168,12 +183,16 @@ def main(program, knotfit, docs):
         "unknowns": [("curve", 3, PER_UNKNOWN * n, n, 10) for n in UNKNOWNS],
         "degree": [("curve", p, PER_UNKNOWN * SPANS, SPANS + p, 10) for p in DEGREES],
         "surfaces": [("surface", m, n) for m, n in SURFACES],
+        "closed": [("closed-curve", 3, PER_UNKNOWN * n, n, 10) for n in UNKNOWNS],
+        "pairs": [(kind, 3, m * CLOSED, CLOSED, 10) for m in [2, PER_UNKNOWN] for kind in ["curve", "closed-curve"]],
         "stream": [("stream", STREAMED, 200, 10)],
     }
     measured = iter(fastest_of_rounds(program, sum(calls.values(), [])))
-    by_samples, by_unknowns, by_degree, surfaces, ((seconds, memory, making, readings),) = (
+    by_samples, by_unknowns, by_degree, surfaces, closed, pairs, ((seconds, memory, making, readings),) = (
         [next(measured) for _ in group] for group in calls.values())
-    beside = against_scipy(program)
+    beside, closed_rows = against_scipy(program)
+    closed_rows = [beside_open(str(m * CLOSED), CLOSED, pairs[i][0], pairs[i + 1][0])
+                   for i, m in [(0, 2), (2, PER_UNKNOWN)]] + closed_rows
     tool = [sentence_of(*through_knotfit(knotfit, *size), *size)
             for size in [(MILLION, 1000, 20), (PER_UNKNOWN * 16000, 16000, 10)]]
 
@@ -189,9 +208,9 @@ def main(program, knotfit, docs):
 
 Fits through the fit layer: cubic unless said otherwise, curves in the plane with 10 values held exactly, one thread.
 The samples go through the row compression and are never a dense matrix. Measured on
-{cpu.group(1) if cpu else "this machine"}, which other work shares: processor time, the fastest of several
-fits in each of {ROUNDS} rounds; memory is the peak of the whole process, data included. `scripts/growth` makes this
-page anew.
+{cpu.group(1) if cpu else "this machine"}, which other work shares (load at the start {before}, at the end
+{load()}): processor time, the fastest of several fits in each of {ROUNDS} rounds; memory is the peak of the
+whole process, data included. `scripts/growth` makes this page anew.
 
 ## Against the number of samples, 200 control points
 
@@ -219,6 +238,16 @@ over the whole range.
        [[f"{p}", f"{1000 * r[0]:.3g}", f"{r[1]:.1f}"] for p, r in zip(DEGREES, by_degree)])}
 
 Degree {DEGREES[1]} takes {by_degree[1][0] / by_degree[0][0]:.1f} times the time of degree {DEGREES[0]}.
+
+## Closed curves, beside open ones
+
+Periodic curves with as many control points that differ as the open ones have, and as many values held; a million
+samples are those of the file below.
+
+{table(["samples", "control points", "open, ms", "closed, ms", "closed / open"], closed_rows)}
+
+Over the sizes from {UNKNOWNS[0]} to {UNKNOWNS[-1]:,} control points, ten samples each, the time of closed curves grows with the \
+power {exponent(UNKNOWNS, [r[0] for r in closed]):.2f}: {1000 * closed[0][0]:.3g} ms to {1000 * closed[-1][0]:.3g} ms.
 
 ## Samples that are never held
 

@@ -17,12 +17,40 @@ std::size_t at(int i)
     return static_cast<std::size_t>(i);
 }
 
-/// The span of t: an interior knot opens the one at its right, the last knot closes the last one.
-int spanOf(const BsplineBasis& basis, double t)
+/// Knots as they are given; those of a closed curve go on from its period without rounding.
+std::vector<Quad> knotsOf(const BsplineBasis& basis)
 {
-    const std::vector<double>& knots = basis.knots();
-    int s = basis.count() - 1;
-    while (s > basis.degree() && t < knots[at(s)]) --s;
+    if (!basis.closed()) return {basis.knots().begin(), basis.knots().end()};
+    const int p = basis.degree();
+    const int n = basis.count() - p;
+    const double* own = basis.knots().data() + p;
+    const Quad period = static_cast<Quad>(own[n]) - own[0];
+    std::vector<Quad> knots;
+    for (int i = -p; i <= n + p; ++i) {
+        int turns = 0;
+        while (i - turns * n < 0) --turns;
+        while (i - turns * n >= n) ++turns;
+        knots.push_back(own[i - turns * n] + turns * period);
+    }
+    return knots;
+}
+
+/// Where a closed curve has the parameter within its period.
+Quad reduced(const BsplineBasis& basis, double t)
+{
+    Quad u = t;
+    if (!basis.closed()) return u;
+    const Quad period = static_cast<Quad>(basis.last()) - basis.first();
+    while (u >= basis.last()) u -= period;
+    while (u < basis.first()) u += period;
+    return u;
+}
+
+/// The span of t: an interior knot opens the one at its right, the last knot closes the last one.
+int spanOf(const std::vector<Quad>& knots, int degree, Quad t)
+{
+    int s = static_cast<int>(knots.size()) - degree - 2;
+    while (s > degree && t < knots[at(s)]) --s;
     return s;
 }
 
@@ -33,12 +61,34 @@ double lengthOf(const Quad* row, int n)
     return static_cast<double>(root(squares));
 }
 
-/// Writes a row of the basis, times a factor, into column j.
+/// Writes a row of the basis, times a factor, into column j. Functions that are one on a closed
+/// curve add up; what is left where they cancel is 0.
 void put(const BsplineBasis& basis, const Place& place, Quad factor, QuadMatrix& rows, int j)
 {
+    constexpr double kCancelled = 1e-28;  // of a row's length
     Quad values[BsplineBasis::kMostDegree + 1];
     const int first = basisRow(basis, place.parameter, place.derivative, values);
-    for (int i = 0; i <= basis.degree(); ++i) rows(first + i, j) = factor * values[i];
+    for (int i = 0; i <= basis.degree(); ++i)
+        rows((first + i) % rows.rows(), j) += factor * values[i];
+    const double least =
+        kCancelled * static_cast<double>(factor) * lengthOf(values, basis.degree() + 1);
+    for (int i = 0; i < rows.rows(); ++i)
+        if (std::fabs(static_cast<double>(rows(i, j))) <= least) rows(i, j) = 0;
+}
+
+/// Without those that ask for the same as another some periods away: they are one equation.
+std::vector<knotwork::CurveConstraint> distinctConstraints(const CurveProblem& p)
+{
+    std::vector<knotwork::CurveConstraint> kept;
+    for (const knotwork::CurveConstraint& c : p.constraints) {
+        const auto repeats = [&](const knotwork::CurveConstraint& other) {
+            return other.parameter != c.parameter && other.derivative == c.derivative &&
+                   other.value == c.value &&
+                   reduced(p.basis, other.parameter) == reduced(p.basis, c.parameter);
+        };
+        if (std::none_of(kept.begin(), kept.end(), repeats)) kept.push_back(c);
+    }
+    return kept;
 }
 
 std::vector<Place> placesOf(const std::vector<LineConstraint>& lines)
@@ -102,7 +152,8 @@ class Direction {
     /// Of the equations as they are; infinite where it is beyond what can be told.
     double condition() const
     {
-        const ConstrainedLeastSquares asGiven(equations_.fitted, equations_.met);
+        const ConstrainedLeastSquares asGiven(equations_.fitted, equations_.met,
+                                              equations_.metSize);
         return asGiven.determined() ? asGiven.condition() : HUGE_VAL;
     }
 
@@ -127,22 +178,20 @@ class Direction {
 
 }  // namespace
 
-int basisRow(const BsplineBasis& basis, double t, int derivative, Quad* row)
+int basisRow(const BsplineBasis& basis, double parameter, int derivative, Quad* row)
 {
-    const std::vector<double>& knots = basis.knots();
+    const std::vector<Quad> knots = knotsOf(basis);
+    const Quad t = reduced(basis, parameter);
     const int p = basis.degree();
-    const int s = spanOf(basis, t);
+    const int s = spanOf(knots, p, t);
     row[0] = derivative > p ? 0 : 1;
     for (int q = 1; q <= p; ++q) {
         const bool differentiate = q > p - derivative;
         for (int j = q; j >= 0; --j) {  // function i of degree q, from i and i + 1 of degree q - 1
             const int i = s - q + j;
-            const auto width = [&](int from) {
-                return static_cast<Quad>(knots[at(from + q)]) - knots[at(from)];
-            };
-            const Quad up = differentiate ? Quad(q) : static_cast<Quad>(t) - knots[at(i)];
-            const Quad down =
-                differentiate ? Quad(-q) : knots[at(i + q + 1)] - static_cast<Quad>(t);
+            const auto width = [&](int from) { return knots[at(from + q)] - knots[at(from)]; };
+            const Quad up = differentiate ? Quad(q) : t - knots[at(i)];
+            const Quad down = differentiate ? Quad(-q) : knots[at(i + q + 1)] - t;
             Quad value = 0;
             if (j > 0) value += up / width(i) * row[j - 1];
             if (j < q) value += down / width(i + 1) * row[j];
@@ -159,10 +208,12 @@ Equations equationsOf(const BsplineBasis& basis, const std::vector<double>& para
     const int samples = static_cast<int>(parameters.size());
     const int asked = static_cast<int>(constraints.size());
     const bool exact = method == FitMethod::kHouseholder;
-    Equations e{QuadMatrix(basis.count(), samples + (exact ? 0 : asked)),
-                QuadMatrix(basis.count(), exact ? asked : 0),
+    const int unknowns = basis.closed() ? basis.count() - basis.degree() : basis.count();
+    Equations e{QuadMatrix(unknowns, samples + (exact ? 0 : asked)),
+                QuadMatrix(unknowns, exact ? asked : 0),
                 {},
-                {}};
+                {},
+                basis.closed() && asked > 0 ? 1.0 : 0.0};
     for (int i = 0; i < samples; ++i) {
         e.fittedScales.push_back(weights.empty() ? Quad(1) : root(weights[at(i)]));
         put(basis, {parameters[at(i)], 0}, e.fittedScales.back(), e.fitted, i);
@@ -188,8 +239,9 @@ Equations equationsOf(const BsplineBasis& basis, const std::vector<double>& para
 
 OracleAnswer answerFor(const CurveProblem& p)
 {
+    const std::vector<knotwork::CurveConstraint> constraints = distinctConstraints(p);
     std::vector<Place> places;
-    for (const knotwork::CurveConstraint& c : p.constraints)
+    for (const knotwork::CurveConstraint& c : constraints)
         places.push_back({c.parameter, c.derivative});
     const Direction direction(equationsOf(p.basis, p.parameters, p.weights, places, p.method));
     const ConstrainedLeastSquares& system = direction.system();
@@ -204,11 +256,11 @@ OracleAnswer answerFor(const CurveProblem& p)
     for (int k = 0; k < p.dimension; ++k)
         for (int i = 0; i < rhs.rows(); ++i)
             rhs(i, k) = i < samples ? p.points[at(i * p.dimension + k)]
-                                    : p.constraints[at(i - samples)].value[at(k)];
+                                    : constraints[at(i - samples)].value[at(k)];
     const QuadMatrix x(direction.solve(rhs));
-    for (int i = 0; i < x.rows(); ++i)
+    for (int i = 0; i < p.basis.count(); ++i)  // those of a closed curve go round
         for (int k = 0; k < x.cols(); ++k)
-            answer.controlPoints.push_back(static_cast<double>(x(i, k)));
+            answer.controlPoints.push_back(static_cast<double>(x(i % x.rows(), k)));
     return answer;
 }
 
@@ -247,8 +299,9 @@ OracleAnswer answerFor(const SurfaceProblem& p)
 }
 
 Deviation deviationOf(const std::vector<double>& found, const std::vector<double>& expected,
-                      int dimension)
+                      int dimension, const std::vector<double>& data)
 {
+    constexpr double kCancelled = 1e-6;
     Deviation worst;
     if (found.size() != expected.size()) return {HUGE_VAL, HUGE_VAL};
     const auto share = [](double part, double whole) { return part > 0.0 ? part / whole : 0.0; };
@@ -257,6 +310,8 @@ Deviation deviationOf(const std::vector<double>& found, const std::vector<double
     for (int k = 0; k < dimension; ++k) {
         double ownLargest = 0.0;
         double own = 0.0;
+        for (std::size_t i = at(k); i < data.size(); i += at(dimension))
+            ownLargest = std::max(ownLargest, kCancelled * std::fabs(data[i]));
         for (std::size_t i = at(k); i < found.size(); i += at(dimension)) {
             if (!std::isfinite(found[i])) return {HUGE_VAL, HUGE_VAL};
             ownLargest = std::max(ownLargest, std::fabs(expected[i]));

@@ -50,7 +50,8 @@ OracleAnswer answerFor(const CurveProblem& problem);
 OracleAnswer answerFor(const SurfaceProblem& problem);
 
 /// The degree + 1 functions that are not zero at t, or their derivatives of an order, by Cox and
-/// de Boor's recursion. Returns the first one's number.
+/// de Boor's recursion. Returns the first one's number; of a closed curve's those that lie a period
+/// apart are one.
 int basisRow(const knotwork::BsplineBasis& basis, double t, int derivative, Quad* row);
 
 /// The equations of one parameter direction, each a column: rows to be fitted, rows to be met.
@@ -59,6 +60,7 @@ struct Equations {
     QuadMatrix met;
     std::vector<Quad> fittedScales;  ///< what right-hand sides have to be multiplied by
     std::vector<Quad> metScales;
+    double metSize = 0.0;  ///< of what the rows to be met were summed from
 };
 
 struct Place {
@@ -74,7 +76,8 @@ struct Deviation {
     double overall = 0.0;        ///< of the largest number of all
     double perCoordinate = 0.0;  ///< each coordinate's of its own largest number, the worst
 };
+/// data: points that may have cancelled; numbers count as no smaller than a millionth of theirs.
 Deviation deviationOf(const std::vector<double>& found, const std::vector<double>& expected,
-                      int dimension);
+                      int dimension, const std::vector<double>& data = {});
 
 }  // namespace knotwork_measures

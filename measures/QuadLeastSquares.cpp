@@ -203,8 +203,9 @@ double PivotedQr::condition() const
 }
 
 ConstrainedLeastSquares::ConstrainedLeastSquares(QuadMatrix dataRows,
-                                                 const QuadMatrix& constraintRows)
-    : constraints_(constraintRows, longestColumn(constraintRows)),
+                                                 const QuadMatrix& constraintRows,
+                                                 double constraintSize)
+    : constraints_(constraintRows, std::max(longestColumn(constraintRows), constraintSize)),
       dataSize_(longestColumn(dataRows)),
       rotatedRows_(rotated(std::move(dataRows))),
       data_(leftOver(), dataSize_)

@@ -96,8 +96,10 @@ class PivotedQr {
 /// unknowns y from the constraints, the others from the rows of A Q that are left.
 class ConstrainedLeastSquares {
   public:
-    /// Rows as columns: one of length N for each row of A, and for each of C.
-    ConstrainedLeastSquares(QuadMatrix dataRows, const QuadMatrix& constraintRows);
+    /// Rows as columns: one of length N for each row of A, and for each of C. constraintSize: of
+    /// what rows of C were summed from, where that can have cancelled.
+    ConstrainedLeastSquares(QuadMatrix dataRows, const QuadMatrix& constraintRows,
+                            double constraintSize = 0.0);
 
     bool dependent() const { return !constraints_.fullRank(); }
     bool determined() const { return !dependent() && data_.fullRank(); }

@@ -88,6 +88,10 @@ Units randomUnits(Draw& draw, int spans)
 
 double inside(const BsplineBasis& basis, double t)
 {
+    if (basis.closed()) {
+        const double period = basis.last() - basis.first();
+        t -= period * std::floor((t - basis.first()) / period);
+    }
     return std::min(std::max(t, basis.first()), basis.last());
 }
 
@@ -121,10 +125,10 @@ Numbers spreadParameters(Draw& draw, const BsplineBasis& basis, int count)
         else if (kind == 1)
             values.push_back(inSpan(breaks, i % spans, draw.unit()));
         else {
-            const int j = i % basis.count();
+            const int j = i % basis.unknowns();
             const double here = basis.greville(j);
             const double next = basis.greville(j + 1 < basis.count() ? j + 1 : j);
-            const bool first = i < basis.count();
+            const bool first = i < basis.unknowns();
             values.push_back(here + (next - here) * (first ? 0.9 * shake : 1.0) * draw.unit());
         }
     }
@@ -139,7 +143,7 @@ Numbers wildParameters(Draw& draw, const BsplineBasis& basis, int count)
     const int kind = draw.below(11);
     const double centre = basis.first() + range * draw.unit();
     const double width = range * draw.power(-4, -1);
-    const int distinct = draw.from(1, std::max(1, basis.count() + 2));
+    const int distinct = draw.from(1, std::max(1, basis.unknowns() + 2));
     const int firstSpan = draw.below(spans);
     const int lastSpan = draw.from(firstSpan, spans - 1);
     Numbers few;
@@ -147,7 +151,7 @@ Numbers wildParameters(Draw& draw, const BsplineBasis& basis, int count)
     Numbers values;
     if (kind > 8) {  // one for each control point, then a few moved where others are
         for (int i = 0; i < count; ++i)
-            values.push_back(basis.greville(i % basis.count()) + 1e-3 * range * draw.unit());
+            values.push_back(basis.greville(i % basis.unknowns()) + 1e-3 * range * draw.unit());
         for (int moved = draw.from(1, 2); moved > 0; --moved)
             values[at(draw.below(count))] =
                 inside(basis, draw.oneOf(values) + 0.1 * range * draw.signedUnit());
@@ -182,13 +186,18 @@ Numbers wildParameters(Draw& draw, const BsplineBasis& basis, int count)
     return values;
 }
 
+int randomDegree(Draw& draw, const Wildness& wildness)
+{
+    const int degree =
+        draw.chance(40) ? std::min(3, wildness.mostDegree) : draw.from(1, wildness.mostDegree);
+    return draw.chance(6) ? wildness.mostDegree + draw.from(1, 2) : degree;
+}
+
 }  // namespace
 
 BsplineBasis randomBasis(Draw& draw, const Wildness& wildness)
 {
-    int degree =
-        draw.chance(40) ? std::min(3, wildness.mostDegree) : draw.from(1, wildness.mostDegree);
-    if (draw.chance(6)) degree = wildness.mostDegree + draw.from(1, 2);
+    const int degree = randomDegree(draw, wildness);
     const int mostInterior = wildness.mostUnknowns - degree - 1;
     const int interior = std::min(mostInterior, draw.chance(50) ? draw.below(8) : draw.below(30));
     const Units units = randomUnits(draw, interior + 1);
@@ -205,9 +214,26 @@ BsplineBasis randomBasis(Draw& draw, const Wildness& wildness)
     return basis.valid() ? basis : BsplineBasis::uniform(degree, 0.0, 1.0, interior + 1);
 }
 
+BsplineBasis randomPeriodicBasis(Draw& draw, const Wildness& wildness)
+{
+    const int degree = randomDegree(draw, wildness);
+    const int most = draw.chance(25)   ? degree
+                     : draw.chance(50) ? 8
+                                       : wildness.mostUnknowns - degree;
+    const int interior = draw.below(most);
+    const Units units = randomUnits(draw, interior + 1);
+    Numbers knots = interiorKnots(draw, interior, degree);
+    const int atSeam = draw.chance(85) ? 1 : draw.from(1, degree);
+    knots.insert(knots.begin(), at(atSeam), 0.0);
+    knots.push_back(1.0);
+    for (double& k : knots) k = units(k);
+    const BsplineBasis basis = BsplineBasis::periodic(degree, knots);
+    return basis.valid() ? basis : BsplineBasis::periodicUniform(degree, 0.0, 1.0, interior + 1);
+}
+
 Numbers randomParameters(Draw& draw, const BsplineBasis& basis, const Wildness& wildness)
 {
-    const int n = basis.count();
+    const int n = basis.unknowns();
     const int count = draw.chance(8)    ? draw.from(1, n)
                       : draw.chance(30) ? n + draw.below(4)
                                         : draw.from(n, wildness.mostPerUnknown * n);

@@ -42,6 +42,8 @@ struct Wildness {
 };
 
 knotwork::BsplineBasis randomBasis(Draw& draw, const Wildness& wildness);
+/// Of a closed curve: one span and more, fewer than the degree among them.
+knotwork::BsplineBasis randomPeriodicBasis(Draw& draw, const Wildness& wildness);
 std::vector<double> randomParameters(Draw& draw, const knotwork::BsplineBasis& basis,
                                      const Wildness& wildness);
 std::vector<Place> randomPlaces(Draw& draw, const knotwork::BsplineBasis& basis,

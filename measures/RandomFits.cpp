@@ -145,6 +145,40 @@ std::vector<LineConstraint> randomLines(Draw& draw, const BsplineBasis& basis,
     return lines;
 }
 
+CurveProblem randomCurveOn(Draw& draw, const BsplineBasis& basis)
+{
+    CurveProblem p;
+    p.basis = basis;
+    p.parameters = randomParameters(draw, p.basis, kCurves);
+    const std::vector<Coordinate> coordinates = randomCoordinates(draw);
+    p.dimension = static_cast<int>(coordinates.size());
+    const int samples = static_cast<int>(p.parameters.size());
+    for (int i = 0; i < samples; ++i)
+        for (const Coordinate& coordinate : coordinates)
+            p.points.push_back(coordinate(draw, shareOf(p.basis, p.parameters[at(i)]), i));
+    p.weights = randomWeights(draw, samples);
+    const int count = draw.chance(40)   ? 0
+                      : draw.chance(75) ? draw.from(1, std::min(4, p.basis.unknowns()))
+                                        : draw.from(1, p.basis.unknowns() + 1);
+    for (const Place& place : randomPlaces(draw, p.basis, p.parameters, count)) {
+        CurveConstraint c{place.parameter, place.derivative, {}};
+        const double steep = steepness(draw, p.basis, c.derivative);
+        for (const Coordinate& coordinate : coordinates)
+            c.value.push_back(steep * coordinate(draw, shareOf(p.basis, c.parameter), 0));
+        p.constraints.push_back(c);
+    }
+    return p;
+}
+
+/// A parameter that a closed curve takes for this one; itself where rounding would move it.
+double periodsAway(Draw& draw, const BsplineBasis& basis, double t)
+{
+    const Quad period = static_cast<Quad>(basis.last()) - basis.first();
+    const Quad there = t + (draw.chance(50) ? 1 : -1) * draw.from(1, 3) * period;
+    const auto rounded = static_cast<double>(there);
+    return rounded == there ? rounded : t;
+}
+
 class Text {
   public:
     Text() { out_ << std::setprecision(17); }
@@ -186,27 +220,24 @@ std::string nameOf(FitMethod method)
 CurveProblem randomCurve(std::uint64_t seed, std::uint64_t index)
 {
     Draw draw(seed, index);
-    CurveProblem p;
-    p.basis = randomBasis(draw, kCurves);
-    p.parameters = randomParameters(draw, p.basis, kCurves);
-    const std::vector<Coordinate> coordinates = randomCoordinates(draw);
-    p.dimension = static_cast<int>(coordinates.size());
-    const int samples = static_cast<int>(p.parameters.size());
-    for (int i = 0; i < samples; ++i)
-        for (const Coordinate& coordinate : coordinates)
-            p.points.push_back(coordinate(draw, shareOf(p.basis, p.parameters[at(i)]), i));
-    p.weights = randomWeights(draw, samples);
-    const int count = draw.chance(40)   ? 0
-                      : draw.chance(75) ? draw.from(1, std::min(4, p.basis.count()))
-                                        : draw.from(1, p.basis.count() + 1);
-    for (const Place& place : randomPlaces(draw, p.basis, p.parameters, count)) {
-        CurveConstraint c{place.parameter, place.derivative, {}};
-        const double steep = steepness(draw, p.basis, c.derivative);
-        for (const Coordinate& coordinate : coordinates)
-            c.value.push_back(steep * coordinate(draw, shareOf(p.basis, c.parameter), 0));
-        p.constraints.push_back(c);
-    }
+    CurveProblem p = randomCurveOn(draw, randomBasis(draw, kCurves));
     if (draw.chance(16)) p.method = FitMethod::kQr;
+    return p;
+}
+
+CurveProblem randomClosedCurve(std::uint64_t seed, std::uint64_t index)
+{
+    Draw draw(seed, index);
+    CurveProblem p = randomCurveOn(draw, randomPeriodicBasis(draw, kCurves));
+    for (double& t : p.parameters)
+        if (draw.chance(10)) t = periodsAway(draw, p.basis, t);
+    const std::vector<CurveConstraint> asked = p.constraints;
+    for (const CurveConstraint& c : asked)
+        if (draw.chance(15)) {  // once more, elsewhere
+            p.constraints.push_back(c);
+            p.constraints.back().parameter = periodsAway(draw, p.basis, c.parameter);
+            if (draw.chance(15)) p.constraints.back().value.front() += 1.0;
+        }
     return p;
 }
 
@@ -241,9 +272,9 @@ SurfaceProblem randomSurface(std::uint64_t seed, std::uint64_t index)
 std::string described(const CurveProblem& p)
 {
     std::ostringstream out;
-    out << "degree " << p.basis.degree() << ", N " << p.basis.count() << ", M "
-        << p.parameters.size() << ", C " << p.constraints.size() << ", " << nameOf(p.method)
-        << (p.weights.empty() ? "" : ", weighted");
+    out << (p.basis.closed() ? "closed, " : "") << "degree " << p.basis.degree() << ", N "
+        << p.basis.unknowns() << ", M " << p.parameters.size() << ", C " << p.constraints.size()
+        << ", " << nameOf(p.method) << (p.weights.empty() ? "" : ", weighted");
     return out.str();
 }
 

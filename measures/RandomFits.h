@@ -12,6 +12,9 @@ namespace knotwork_measures {
 
 /// Curves of 2 to 34 control points.
 CurveProblem randomCurve(std::uint64_t seed, std::uint64_t index);
+/// Closed curves of 1 to 34 control points that differ, some parameters and constraints periods
+/// away.
+CurveProblem randomClosedCurve(std::uint64_t seed, std::uint64_t index);
 /// Surfaces of up to 12 by 12.
 SurfaceProblem randomSurface(std::uint64_t seed, std::uint64_t index);
 

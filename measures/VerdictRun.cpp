@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: MIT
-// Holds the library's fits against the oracle's and prints a line of tallies for curves and one for
-// surfaces.
-//   verdict_run [curves] [surfaces] [seed]    how many of each, and of which seed
+// Holds the library's fits against the oracle's and prints a line of tallies for each kind.
+//   verdict_run [curves] [surfaces] [closed curves] [seed]    how many of each, and of which seed
 //     --list K        the first K offenders of each kind too
-//     --only INDEX    this one fit alone, with all its numbers: a surface if no curves are wanted
+//     --only INDEX    this one fit alone, with all its numbers, of the first kind that is wanted
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
@@ -25,6 +24,7 @@ using knotwork_measures::VerdictTally;
 struct Request {
     std::uint64_t curves = 1000;
     std::uint64_t surfaces = 100;
+    std::uint64_t closed = 1000;
     std::uint64_t seed = 1;
     int list = 0;
     bool single = false;
@@ -34,7 +34,8 @@ struct Request {
 Request requestFrom(const std::vector<std::string>& words)
 {
     Request request;
-    std::uint64_t* const counts[] = {&request.curves, &request.surfaces, &request.seed};
+    std::uint64_t* const counts[] = {&request.curves, &request.surfaces, &request.closed,
+                                     &request.seed};
     std::size_t given = 0;
     for (std::size_t i = 0; i < words.size(); ++i) {
         if (words[i] == "--list") {
@@ -42,7 +43,7 @@ Request requestFrom(const std::vector<std::string>& words)
         } else if (words[i] == "--only") {
             request.single = true;
             request.only = std::stoull(words.at(++i));
-        } else if (given < 3) {
+        } else if (given < 4) {
             *counts[given++] = std::stoull(words[i]);
         }
     }
@@ -131,11 +132,14 @@ int main(int argc, char** argv)
         const Request request = requestFrom({argv + 1, argv + argc});
         if (request.single && request.curves > 0)
             showSingle(knotwork_measures::randomCurve(request.seed, request.only));
-        else if (request.single)
+        else if (request.single && request.surfaces > 0)
             showSingle(knotwork_measures::randomSurface(request.seed, request.only));
+        else if (request.single)
+            showSingle(knotwork_measures::randomClosedCurve(request.seed, request.only));
         if (request.single) return 0;
         run("curves", request, request.curves, knotwork_measures::randomCurve);
         run("surfaces", request, request.surfaces, knotwork_measures::randomSurface);
+        run("closed curves", request, request.closed, knotwork_measures::randomClosedCurve);
     } catch (const std::exception& e) {
         std::fprintf(stderr, "verdict_run: %s\n", e.what());
         return 1;

@@ -25,7 +25,8 @@ Judgement compared(const Fit& fit, const Problem& problem)
     j.reason = fit.report.reason;
     j.controlPoints = fit.controlPoints;
     if (j.compared())
-        j.deviation = deviationOf(j.controlPoints, j.oracle.controlPoints, problem.dimension);
+        j.deviation =
+            deviationOf(j.controlPoints, j.oracle.controlPoints, problem.dimension, problem.points);
     return j;
 }
 

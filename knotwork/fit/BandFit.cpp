@@ -25,6 +25,13 @@ constexpr double kNothing = 1e-24;        // the same, of the largest right-hand
 constexpr double kProgress = 0.5;         // a round that gains less will not get there
 constexpr int kMostRounds = 12;
 
+double lengthOf(const double* row, int count)
+{
+    double squares = 0.0;
+    for (int i = 0; i < count; ++i) squares += row[i] * row[i];
+    return std::sqrt(squares);
+}
+
 /// take(a constraint's row times a factor, as it stands in the band).
 template <class Take>
 void forRows(const std::vector<ConstraintRow>& constraints, double factor, const BandOrder& order,
@@ -65,7 +72,16 @@ BandFit::BandFit(const BandTriangle& data, std::vector<ConstraintRow> constraint
 {
     SpanRows held(triangle_.size());
     if (!fitted_)
-        forRows(constraints_, 1.0, order_, [&held](const BandOrder::Placed& row) {
+        forRows(constraints_, 1.0, order_, [&](const BandOrder::Placed& row) {
+            // Slopes of functions that are one unknown have both signs.
+            if (order_.folded()) {
+                const std::vector<DoubleDouble>& parts =
+                    constraints_[static_cast<std::size_t>(held.rows())].entries;
+                double squares = 0.0;
+                for (const DoubleDouble& x : parts) squares += x.high * x.high;
+                cancelled_ =
+                    std::max(cancelled_, std::sqrt(squares) / lengthOf(row.entries, row.count));
+            }
             held.appendTrimmed(row.first, row.entries, row.count);
         });
     factors_ = std::make_unique<ConstrainedTriangle>(triangle_, held);

@@ -39,7 +39,7 @@ class BandFit {
 
     State state() const;
     double condition() const { return factors_->condition(); }
-    double constraintCondition() const { return factors_->constraintCondition(); }
+    double constraintCondition() const { return cancelled_ * factors_->constraintCondition(); }
     const std::vector<ConstraintRow>& constraints() const { return constraints_; }
     const BandOrder& order() const { return order_; }
     const BandTriangle& triangle() const { return triangle_; }  ///< of all rows that are fitted
@@ -72,6 +72,7 @@ class BandFit {
     double weight_;
     BandOrder order_;
     BandTriangle triangle_;
+    double cancelled_ = 1.0;  // how much shorter a constraint's row is at most than what it sums
     std::unique_ptr<ConstrainedTriangle> factors_;
 
     friend class Refinement;

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <utility>
 
 #include "knotwork/fit/BasisRecurrence.h"
@@ -20,6 +21,23 @@ std::vector<double> equalSteps(double first, double last, int spans)
         interior.push_back(first * (1.0 - share) + last * share);
     }
     return interior;
+}
+
+/// To multiples of a step so large that sums of breakpoints and the periods that a basis reaches
+/// into round no more, nor when that is done again. False where they are too large for that.
+bool roundForPeriods(std::vector<double>& breakpoints, int degree)
+{
+    const double periods = std::ceil(degree / static_cast<double>(breakpoints.size() - 1));
+    for (int step = std::numeric_limits<int>::min();;) {
+        const double beyond = (breakpoints.back() - breakpoints.front()) * periods;
+        const double largest = std::max(std::fabs(breakpoints.front() - beyond),
+                                        std::fabs(breakpoints.back() + beyond));
+        if (!std::isfinite(largest)) return false;
+        const int needed = std::max(std::ilogb(largest) - 51, -1074);  // with a bit to spare
+        if (needed <= step) return true;
+        step = needed;
+        for (double& b : breakpoints) b = std::ldexp(std::nearbyint(std::ldexp(b, -step)), step);
+    }
 }
 
 }  // namespace
@@ -48,8 +66,10 @@ BsplineBasis BsplineBasis::periodic(int degree, std::vector<double> breakpoints)
 {
     BsplineBasis basis(degree, {});
     basis.closed_ = true;
-    const std::size_t n = breakpoints.size() - 1;
     if (breakpoints.size() < 2 || degree < 1 || degree > kMostDegree) return basis;
+    if (!std::all_of(breakpoints.begin(), breakpoints.end(),
+                     [](double b) { return std::isfinite(b); }))
+        return basis;
     // The knots before the first one of the range are at or before its own repetitions.
     const auto seam = std::find_if(breakpoints.begin(), breakpoints.end(),
                                    [&](double b) { return b != breakpoints.front(); });
@@ -58,17 +78,10 @@ BsplineBasis BsplineBasis::periodic(int degree, std::vector<double> breakpoints)
     breakpoints.erase(breakpoints.begin(), seam - 1);
     breakpoints.insert(breakpoints.end(), moved, breakpoints.back());
 
-    const double beyond = (breakpoints.back() - breakpoints.front()) *
-                          std::ceil(static_cast<double>(degree) / static_cast<double>(n));
-    const double largest =
-        std::max(std::fabs(breakpoints.front() - beyond), std::fabs(breakpoints.back() + beyond));
-    if (!std::isfinite(largest)) return basis;
-    const int step =
-        std::max(std::ilogb(largest) - 51, -1074);  // multiples fit with a bit to spare
-    for (double& b : breakpoints) b = std::ldexp(std::nearbyint(std::ldexp(b, -step)), step);
+    if (!roundForPeriods(breakpoints, degree)) return basis;
     const double period = breakpoints.back() - breakpoints.front();
     const auto p = static_cast<std::ptrdiff_t>(degree);
-    const auto spans = static_cast<std::ptrdiff_t>(n);
+    const auto spans = static_cast<std::ptrdiff_t>(breakpoints.size()) - 1;
     for (std::ptrdiff_t i = -p; i <= spans + p; ++i) {
         const std::ptrdiff_t turns = i < 0 ? -((spans - 1 - i) / spans) : i / spans;
         basis.knots_.push_back(breakpoints[static_cast<std::size_t>(i - turns * spans)] +
@@ -121,7 +134,7 @@ double BsplineBasis::wrapped(double t) const
 {
     if (!closed_ || (t >= first() && t < last())) return t;
     const double u = t - period() * std::floor((t - first()) / period());
-    return u >= first() && u < last() ? u : first();
+    return std::isnan(u) || (u >= first() && u < last()) ? u : first();
 }
 
 int BsplineBasis::span(double t) const

@@ -25,6 +25,19 @@ double distanceBetween(const TtupleVector& points, int a, int b)
     return distance;
 }
 
+bool allFinite(const DoubleVec& values)
+{
+    for (int i = 0, n = static_cast<int>(values.length()); i < n; ++i)
+        if (!std::isfinite(values(i))) return false;
+    return true;
+}
+
+/// One a point, or none.
+bool countsFit(const DoubleVec& weights, const TtupleVector& points)
+{
+    return weights.length() == 0 || weights.length() == static_cast<unsigned>(points.points());
+}
+
 bool lastRepeatsFirst(const TtupleVector& points)
 {
     const int last = points.points() - 1;
@@ -71,6 +84,7 @@ ClosedSamples withoutRepeat(const TtupleVector& points, const DoubleVec& weights
 ClosedSamples closedSamples(const TtupleVector& points, Parameterisation mode,
                             const DoubleVec& weights)
 {
+    if (!countsFit(weights, points)) return {};
     const bool repeated = lastRepeatsFirst(points);
     ClosedSamples samples = withoutRepeat(points, weights, repeated);
     const int count = samples.points.points();
@@ -90,6 +104,7 @@ ClosedSamples closedSamples(const TtupleVector& points, const DoubleVec& paramet
 {
     const int last = points.points() - 1;
     if (last < 0 || parameters.length() != static_cast<unsigned>(points.points())) return {};
+    if (!countsFit(weights, points) || !allFinite(parameters)) return {};
     const double range = parameters(last) - parameters(0);
     const bool later = period == 0.0 || std::fabs(range - period) <= kRoundings * period;
     const bool repeated = later && lastRepeatsFirst(points);

@@ -27,13 +27,14 @@ struct ClosedSamples {
 
 /// Spreads parameters over a period of 1 from the first point on, the way back from the last point
 /// to the first included. Parameters are empty for fewer than two points, for points that all
-/// coincide (unless uniform) and for numbers that are not finite. weights: one a point, or empty.
+/// coincide (unless uniform) and for numbers that are not finite. weights: one a point, or empty;
+/// parameters are empty for any other number of them.
 KNOTWORK_EXPORT ClosedSamples closedSamples(const TtupleVector& points, Parameterisation mode,
                                             const DoubleVec& weights = {});
 
 /// Points with parameters of their own. period: 0 where the last point repeats the first, a period
 /// later. Parameters are empty where it does not, and for a period that is negative, not finite or
-/// shorter than the range of the parameters.
+/// shorter than the range of the parameters, and for parameters that are not finite.
 KNOTWORK_EXPORT ClosedSamples closedSamples(const TtupleVector& points, const DoubleVec& parameters,
                                             double period, const DoubleVec& weights = {});
 

@@ -10,6 +10,8 @@ namespace knotwork {
 
 namespace {
 
+constexpr double kCancelled = 1e-14;  // of the largest entry that was summed
+
 DoubleDouble timesPowerOfTwo(const DoubleDouble& x, int exponent)
 {
     return {std::ldexp(x.high, exponent), std::ldexp(x.low, exponent)};
@@ -81,6 +83,14 @@ ConstraintRow sumOfTerms(const BsplineBasis& scaledBasis, int parameterExponent,
     for (const ConstraintRow& row : rows)
         for (std::size_t i = 0; i < row.entries.size(); ++i)
             sum.entries[static_cast<std::size_t>(row.first - sum.first) + i] += row.entries[i];
+    // What is left by rounding of terms that cancel is nothing.
+    double most = 0.0;
+    for (const DoubleDouble& x : sum.entries) most = std::max(most, std::fabs(x.high));
+    double size = 0.0;
+    for (const ConstraintRow& row : rows)
+        for (const DoubleDouble& x : row.entries) size = std::max(size, std::fabs(x.high));
+    if (most <= kCancelled * size)
+        std::fill(sum.entries.begin(), sum.entries.end(), DoubleDouble());
     sum.exponent = -largest;
     normalise(sum);
     return sum;

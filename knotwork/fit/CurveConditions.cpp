@@ -3,6 +3,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
+#include <map>
+#include <set>
 #include <utility>
 
 #include "knotwork/fit/ParameterRange.h"
@@ -28,35 +31,74 @@ bool repeats(const CurveCondition& a, const CurveCondition& b, double period)
            a.mask == b.mask;
 }
 
-/// Works on one group after the other that share a parameter but for rounding; all have one term.
+/// What rounding does to a parameter some periods away, and to the sum that brings it back.
+double slackOf(const CurveCondition& c, const BsplineBasis& basis)
+{
+    const double largest =
+        std::max({std::fabs(c.askedAt), std::fabs(basis.first()), std::fabs(basis.last())});
+    return ParameterRange::kConstraintSteps * 0x1p-52 * largest;
+}
+
+/// What the knots can have been rounded by: asked for at the end of the period as it was before, a
+/// constraint is still one at the seam.
+double roundingOf(const BsplineBasis& basis)
+{
+    const double periods = std::ceil(basis.degree() / static_cast<double>(basis.unknowns()));
+    const double largest =
+        std::max(std::fabs(basis.first()), std::fabs(basis.last())) + periods * basis.period();
+    return std::ldexp(1.0, std::ilogb(largest) - 52);
+}
+
+/// The place nearby where another constraint stands, itself where there is none: those of the
+/// basis's own period stay where they are, the others come to them.
+class Places {
+  public:
+    explicit Places(const BsplineBasis& basis) : basis_(basis) { taken_.insert(basis.first()); }
+
+    void take(double parameter) { taken_.insert(parameter); }
+    double nearby(double parameter, double slack)
+    {
+        const auto next = taken_.lower_bound(parameter);
+        if (next != taken_.end() && *next - parameter <= slack) return *next;
+        if (next != taken_.begin() && parameter - *std::prev(next) <= slack)
+            return *std::prev(next);
+        // Round the seam.
+        if (basis_.last() - parameter <= slack) return *taken_.begin();
+        const double last = *taken_.rbegin();
+        if (parameter - basis_.first() + basis_.last() - last <= slack) return last;
+        return *taken_.insert(parameter).first;
+    }
+
+  private:
+    const BsplineBasis& basis_;
+    std::set<double> taken_;
+};
+
+/// All of one term.
+void bringTogether(const BsplineBasis& basis, std::vector<CurveCondition>& all)
+{
+    Places places(basis);
+    const double rounding = roundingOf(basis);
+    for (CurveCondition& c : all) {
+        if (basis.last() - placeOf(c) <= rounding) placeOf(c) = basis.first();
+        if (c.askedAt == placeOf(c)) places.take(placeOf(c));
+    }
+    for (CurveCondition& c : all)
+        if (c.askedAt != placeOf(c)) placeOf(c) = places.nearby(placeOf(c), slackOf(c, basis));
+}
+
 void uniteRepeated(const BsplineBasis& basis, std::vector<CurveCondition>& all)
 {
-    const double period = basis.period();
-    const double slack = ParameterRange::kConstraintSteps * 0x1p-52 * period;
-    std::vector<std::size_t> order(all.size());
-    for (std::size_t i = 0; i < all.size(); ++i) {
-        if (placeOf(all[i]) >= basis.last() - slack) placeOf(all[i]) = basis.first();
-        order[i] = i;
-    }
-    std::stable_sort(order.begin(), order.end(), [&all](std::size_t a, std::size_t b) {
-        return placeOf(all[a]) < placeOf(all[b]);
-    });
-    std::vector<std::size_t> kept;
-    std::size_t group = 0;  // where in `kept` the current one begins
-    for (const std::size_t i : order) {
-        CurveCondition& c = all[i];
-        if (kept.empty() || placeOf(c) > placeOf(all[kept[group]]) + slack)
-            group = kept.size();
-        else if (periodsApart(c, all[kept[group]], period))
-            placeOf(c) = placeOf(all[kept[group]]);
-        const auto begin = kept.begin() + static_cast<std::ptrdiff_t>(group);
-        if (std::none_of(begin, kept.end(),
-                         [&](std::size_t k) { return repeats(c, all[k], period); }))
-            kept.push_back(i);
-    }
-    std::sort(kept.begin(), kept.end());
+    std::map<double, std::vector<std::size_t>> kept;  // at each parameter
     std::vector<CurveCondition> united;
-    for (const std::size_t i : kept) united.push_back(std::move(all[i]));
+    for (CurveCondition& c : all) {
+        std::vector<std::size_t>& here = kept[placeOf(c)];
+        if (std::any_of(here.begin(), here.end(),
+                        [&](std::size_t k) { return repeats(c, united[k], basis.period()); }))
+            continue;
+        here.push_back(united.size());
+        united.push_back(std::move(c));
+    }
     all = std::move(united);
 }
 
@@ -84,20 +126,19 @@ std::vector<CurveCondition> conditionsOf(const BsplineBasis& basis, int dimensio
                        flags(c.mask, dimension),
                        false,
                        c.parameter});
-    std::vector<CurveCondition> directions;
     number = 0;
     for (const DirectionConstraint& c : options.directions)
-        directions.push_back({"direction",
-                              number++,
-                              {{1.0, range.inside(c.parameter), 1}},
-                              0,
-                              c.direction,
-                              everywhere,
-                              true,
-                              c.parameter});
+        all.push_back({"direction",
+                       number++,
+                       {{1.0, range.inside(c.parameter), 1}},
+                       0,
+                       c.direction,
+                       everywhere,
+                       true,
+                       c.parameter});
     if (basis.closed()) {
+        bringTogether(basis, all);
         uniteRepeated(basis, all);
-        uniteRepeated(basis, directions);
     }
     number = 0;
     for (const LinearConstraint& c : options.linear) {
@@ -106,7 +147,6 @@ std::vector<CurveCondition> conditionsOf(const BsplineBasis& basis, int dimensio
         for (LinearConstraint::Term& term : all.back().terms)
             term.parameter = range.inside(term.parameter);
     }
-    all.insert(all.end(), directions.begin(), directions.end());
     number = 0;
     for (const HeldControlPoint& c : options.held)
         all.push_back({"held control point",

@@ -64,10 +64,10 @@ class ConstraintCombination {
             entries_[static_cast<std::size_t>(place)] += entry;
             first_ = std::min(first_, place);
             end_ = std::max(end_, place + 1);
+            size_ = std::max(size_, std::fabs(entry.high));
         }
         factors_.back() = 1.0;
         choosePivot();
-        size_ = std::fabs(entries_[pivot_].high);
     }
 
     /// Adds so much of an earlier combination that this one is 0 where that one is largest.
@@ -114,7 +114,7 @@ class ConstraintCombination {
     int first_;
     int end_;
     std::size_t pivot_ = 0;
-    double size_;
+    double size_ = 0.0;
 };
 
 /// Gives each control point, in order, the first parameter that is left and lies under its basis
@@ -175,6 +175,13 @@ std::string namesOf(const BandFit& fit, const Vanishing& parts)
     for (const auto& [noun, numbers] : kinds)
         names += (names.empty() ? "" : ", ") + listed(noun, numbers);
     return names;
+}
+
+/// Whether one constraint is left, whose own row adds up to nothing.
+bool isAlone(const Vanishing& parts)
+{
+    return std::count_if(parts.begin(), parts.end(),
+                         [](const DoubleDouble& f) { return f.high != 0.0; }) == 1;
 }
 
 /// By how much the last of them would have to be another for all to hold; 0 but for rounding: 0.
@@ -257,18 +264,20 @@ std::string whyTooClose(const BandFit& fit, int numbers)
 std::string whyDependent(const BandFit& fit)
 {
     const std::optional<Vanishing> found = vanishingCombination(fit);
-    return kDependOnEachOther + (found ? ": " + namesOf(fit, *found) : "");
+    if (!found) return kDependOnEachOther;
+    return isAlone(*found) ? "no control point moves what " + namesOf(fit, *found) + " asks for"
+                           : kDependOnEachOther + ": " + namesOf(fit, *found);
 }
 
 std::string whyDependent(const BandFit& fit, const CurveSystem& system,
                          const std::vector<int>& exponents)
 {
     const std::optional<Vanishing> found = vanishingCombination(fit);
-    if (!found) return kDependOnEachOther;
+    if (!found || isAlone(*found)) return whyDependent(fit);
     const double gap = contradiction(fit, *found, system, exponents);
-    return kDependOnEachOther + ": " + namesOf(fit, *found) +
-           (gap == 0.0 ? ", which repeat each other"
-                       : ", which contradict each other by " + generalText(gap, 3));
+    return whyDependent(fit) + (gap == 0.0
+                                    ? ", which repeat each other"
+                                    : ", which contradict each other by " + generalText(gap, 3));
 }
 
 }  // namespace knotwork

@@ -186,6 +186,7 @@ FittedCurve clampedForm(const FittedCurve& curve)
                               std::vector<double>(all.begin() + first + p, all.begin() + last));
     open.controlPoints.assign(round.points.begin() + dimension * (first - 1),
                               round.points.begin() + dimension * last);
+    std::copy_n(open.controlPoints.begin(), dimension, open.controlPoints.end() - dimension);
     open.spline = makeSpline(open.basis, open.dimension, open.controlPoints);
     return open;
 }

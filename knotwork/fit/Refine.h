@@ -28,8 +28,8 @@ KNOTWORK_EXPORT bool refine(FittedCurve& curve, const std::vector<double>& knots
 KNOTWORK_EXPORT bool refine(FittedSurface& surface, const std::vector<double>& knotsU,
                             const std::vector<double>& knotsV);
 
-/// The same closed curve as an open one over one period, with clamped ends that meet at its seam:
-/// for those who know no other. An open curve: itself.
+/// The same closed curve as an open one over one period, with clamped ends that are the same point
+/// to the bit: for those who know no other. An open curve: itself.
 /// Accuracy  as refine(), with degree knots at either end.
 KNOTWORK_EXPORT FittedCurve clampedForm(const FittedCurve& curve);
 

@@ -11,6 +11,7 @@ using namespace knotwork_measures;
 // Seeds whose first fits hold some that are not determined and hard to tell from those that are.
 constexpr std::uint64_t kCurveSeed = 4;
 constexpr std::uint64_t kSurfaceSeed = 23;
+constexpr std::uint64_t kClosedSeed = 5;
 constexpr double kRefusedShare = 0.005;  // of the fits that are well conditioned
 
 template <class Problem>
@@ -33,6 +34,11 @@ void expectVerdictsToBeBelievable(std::uint64_t seed, int count,
 TEST(RandomFitsTest, CurvesAnswerRightAndRefuseWithReason)
 {
     expectVerdictsToBeBelievable(kCurveSeed, 1000, randomCurve);
+}
+
+TEST(RandomFitsTest, ClosedCurvesAnswerRightAndRefuseWithReason)
+{
+    expectVerdictsToBeBelievable(kClosedSeed, 1000, knotwork_measures::randomClosedCurve);
 }
 
 TEST(RandomFitsTest, SurfacesAnswerRightAndRefuseWithReason)

@@ -1,25 +1,19 @@
 // SPDX-License-Identifier: MIT
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <cmath>
 #include <nlohmann/json.hpp>
 #include <set>
 #include <sstream>
 #include <string>
 #include <vector>
 
-#include "tests/fit/Reference.h"
+#include "measures/FitOracle.h"
+#include "tests/support/Testing.h"
 #include "tests/tools/KnotfitRun.h"
 
 namespace {
 
-using knotwork_test::KnotfitRun;
-using knotwork_test::Outcome;
 using nlohmann::json;
-using testing::HasSubstr;
 using testing::Not;
-using Numbers = std::vector<double>;
+using namespace knotwork_test;
 
 /// 24 points round an outline, in whole thousandths, and what follows the last.
 std::string outline(const std::string& end = "")
@@ -57,13 +51,15 @@ json closedFit(const KnotfitRun& run, const std::string& arguments)
 /// What any evaluator of the whole knot sequence makes of it.
 Numbers valueAt(const json& fit, double t, int derivative)
 {
-    const Numbers knots = fit["knots"];
+    const knotwork::BsplineBasis basis(fit["degree"].get<int>(), fit["knots"].get<Numbers>());
+    knotwork_measures::Quad row[knotwork::BsplineBasis::kMostDegree + 1];
+    const auto first =
+        static_cast<std::size_t>(knotwork_measures::basisRow(basis, t, derivative, row));
     Numbers total(2);
-    for (std::size_t j = 0; j < fit["control_points"].size(); ++j)
+    for (std::size_t j = 0; j <= fit["degree"].get<std::size_t>(); ++j)
         for (std::size_t k = 0; k < 2; ++k)
             total[k] +=
-                fit["control_points"][j][k].get<double>() *
-                knotwork_test::basisFunction<double>(knots, j, fit["degree"], t, derivative);
+                static_cast<double>(row[j]) * fit["control_points"][first + j][k].get<double>();
     return total;
 }
 

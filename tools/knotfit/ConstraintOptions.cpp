@@ -5,6 +5,7 @@
 #include <optional>
 #include <string_view>
 
+#include "tools/knotfit/CsvTable.h"
 #include "tools/knotfit/Failure.h"
 #include "tools/knotfit/TextNumbers.h"
 
