@@ -16,7 +16,7 @@ struct PlacedConstraint {
 
 /// In the order in which they were asked for. On a periodic basis one that repeats another some
 /// periods away is left out, and parameters that are a number of periods apart but for rounding are
-/// one.
+/// one; so is the seam one with what lies before it by no more than the knots' own rounding.
 std::vector<PlacedConstraint> placedConstraints(const BsplineBasis& basis,
                                                 const std::vector<CurveConstraint>& constraints);
 
