@@ -5,6 +5,7 @@
 
 #include "knotwork/fit/ClosedSamples.h"
 #include "knotwork/fit/CurveFit.h"
+#include "knotwork/fit/Refine.h"
 #include "tests/fit/Problems.h"
 
 namespace {
@@ -220,6 +221,15 @@ TEST(ClosedRequestTest, WhatIsNoPeriodMakesNoBasis)
     EXPECT_FALSE(BsplineBasis::periodicUniform(3, 1.0, 0.0, 5).valid());
     EXPECT_FALSE(BsplineBasis::periodicUniform(3, 1.0, 1.0, 5).valid());
     EXPECT_FALSE(BsplineBasis::periodicUniform(3, 0.0, kNaN, 5).valid());
+
+    // Knots that would make none are not put in.
+    FittedCurve curve = ellipse(BsplineBasis::periodicUniform(2, 0.0, 1.0, 4), 30).fit();
+    const FittedCurve before = curve;
+    for (const Numbers& knots : {Numbers{0.0}, {1.0}, {1.1}, {kNaN}, {0.25, 0.25}, {0.3, -0.1}}) {
+        EXPECT_FALSE(refine(curve, knots));
+        EXPECT_EQ(curve.basis, before.basis);
+        EXPECT_EQ(curve.controlPoints, before.controlPoints);
+    }
 }
 
 TEST(ClosedRequestTest, BadRequestsAreRefusedWithAReason)
