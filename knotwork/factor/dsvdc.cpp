@@ -52,10 +52,13 @@ Panel panelFrom(const ColumnMajor<double>& a, int i, int j, int n, int p)
 /// Clears column l below the diagonal; what remains on it is s(l).
 void reflectFromLeft(Decomposition& d, int l)
 {
-    double* v = d.X.at(l, l);
-    d.s[l] = makeReflection(d.n - l, v);
-    if (d.s[l] != 0.0) reflectColumns(v, panelFrom(d.X, l, l + 1, d.n, d.p));
-    if (l < d.left.count) std::copy(v, v + (d.n - l), d.left.column.at(l, l));
+    double* w = d.X.at(l, l);
+    const Reflection reflection = makeReflection(d.n - l, w);
+    d.s[l] = reflection.sigma;
+    if (reflection.tau != 0.0)
+        reflectColumns(w, reflection.tau, panelFrom(d.X, l, l + 1, d.n, d.p));
+    w[0] = reflection.tau;
+    if (l < d.left.count) std::copy(w, w + (d.n - l), d.left.column.at(l, l));
 }
 
 /// Clears row l beyond the superdiagonal; what remains there is e(l). The row is copied to e, whose
@@ -63,14 +66,17 @@ void reflectFromLeft(Decomposition& d, int l)
 void reflectFromRight(Decomposition& d, int l)
 {
     for (int j = l + 1; j < d.p; ++j) d.e[j] = d.X(l, j);
-    double* v = d.e + l + 1;
-    d.e[l] = makeReflection(d.p - l - 1, v);
-    if (d.e[l] != 0.0) {
+    double* w = d.e + l + 1;
+    const Reflection reflection = makeReflection(d.p - l - 1, w);
+    d.e[l] = reflection.sigma;
+    if (reflection.tau != 0.0) {
         const Panel below = panelFrom(d.X, l + 1, l + 1, d.n, d.p);
-        combineColumns(below, v, d.work);
-        subtractMultiples(d.work, v, v[0], below);
+        std::fill_n(d.work, below.rows, 0.0);
+        addCombination(below, w, d.work);
+        subtractMultiples(d.work, w, reflection.tau, below);
     }
-    if (l < d.right.count) std::copy(v, d.e + d.p, d.right.column.at(l + 1, l));
+    w[0] = reflection.tau;
+    if (l < d.right.count) std::copy(w, d.e + d.p, d.right.column.at(l + 1, l));
 }
 
 /// Leaves the bidiagonal form in s and e, and the vectors of the reflections in the columns of the
@@ -112,11 +118,13 @@ void generateLeft(Decomposition& d)
             setToAxis(U, l);
             continue;
         }
-        double* v = U.column.at(l, l);
-        reflectColumns(v, panelFrom(U.column, l, l + 1, U.length, U.count));
-        std::fill(U.column.column(l), v, 0.0);
-        for (int i = 0; i < U.length - l; ++i) v[i] = -v[i];  // the axis, reflected, is axis - v
-        v[0] += 1.0;
+        double* w = U.column.at(l, l);
+        const double tau = w[0];
+        w[0] = 1.0;
+        reflectColumns(w, tau, panelFrom(U.column, l, l + 1, U.length, U.count));
+        std::fill(U.column.column(l), w, 0.0);
+        for (int i = 0; i < U.length - l; ++i) w[i] *= -tau;  // the axis, reflected: axis - tau w
+        w[0] += 1.0;
     }
 }
 
@@ -125,9 +133,13 @@ void generateRight(Decomposition& d)
 {
     const Vectors& V = d.right;
     for (int l = V.count - 1; l >= 0; --l) {
-        if (l < d.rightReflections && d.e[l] != 0.0)
-            reflectColumns(V.column.at(l + 1, l),
-                           panelFrom(V.column, l + 1, l + 1, V.length, V.count));
+        if (l < d.rightReflections) {
+            double* w = V.column.at(l + 1, l);
+            const double tau = w[0];
+            w[0] = 1.0;
+            if (tau != 0.0)
+                reflectColumns(w, tau, panelFrom(V.column, l + 1, l + 1, V.length, V.count));
+        }
         setToAxis(V, l);
     }
 }
