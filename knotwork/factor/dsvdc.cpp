@@ -4,8 +4,7 @@
 #include <cstdint>
 #include <limits>
 
-#include "knotwork/factor/detail/ColumnMajor.h"
-#include "knotwork/factor/detail/PanelLoops.h"
+#include "knotwork/factor/detail/Bidiagonal.h"
 #include "knotwork/factor/detail/Reflection.h"
 #include "knotwork/factor/detail/Rotation.h"
 #include "knotwork/factor/linpack.h"
@@ -18,147 +17,30 @@ namespace {
 constexpr int kStep = 1;             // increment of every BLAS call: all vectors are columns
 constexpr int kIterationLimit = 30;  // QR steps a value, for all of them together
 
-/// Singular vectors being built as columns; with count 0 there are none, and nothing is done.
-struct Vectors {
-    ColumnMajor<double> column;
-    int length;
-    int count;
-};
-
-/// What all stages share. The bidiagonal matrix has diagonal s and superdiagonal e, `size` of each.
+/// What the iteration works on. The bidiagonal matrix has diagonal s and superdiagonal e, `size` of
+/// each; the columns of left and right, if there are any, become the singular vectors.
 struct Decomposition {
-    ColumnMajor<double> X;
-    int n;
-    int p;
     double* s;
     double* e;
-    double* work;
-    Vectors left;
-    Vectors right;
-    int leftReflections;   // each clears a column below the diagonal
-    int rightReflections;  // each clears a row beyond the superdiagonal
-    int size;              // min(n + 1, p): a wide matrix keeps one row more than it has
+    int size;
+    Panel left;
+    Panel right;
 };
-
-/// Rows i .. n - 1 of columns j .. p - 1, which may be none.
-Panel panelFrom(const ColumnMajor<double>& a, int i, int j, int n, int p)
-{
-    if (i >= n || j >= p) return {a.at(0, 0), a.leading(), 0, 0};
-    return {a.at(i, j), a.leading(), n - i, p - j};
-}
-
-// --- reduction to bidiagonal form ---
-
-/// Clears column l below the diagonal; what remains on it is s(l).
-void reflectFromLeft(Decomposition& d, int l)
-{
-    double* w = d.X.at(l, l);
-    const Reflection reflection = makeReflection(d.n - l, w);
-    d.s[l] = reflection.sigma;
-    if (reflection.tau != 0.0)
-        reflectColumns(w, reflection.tau, panelFrom(d.X, l, l + 1, d.n, d.p));
-    w[0] = reflection.tau;
-    if (l < d.left.count) std::copy(w, w + (d.n - l), d.left.column.at(l, l));
-}
-
-/// Clears row l beyond the superdiagonal; what remains there is e(l). The row is copied to e, whose
-/// upper part is free until then.
-void reflectFromRight(Decomposition& d, int l)
-{
-    for (int j = l + 1; j < d.p; ++j) d.e[j] = d.X(l, j);
-    double* w = d.e + l + 1;
-    const Reflection reflection = makeReflection(d.p - l - 1, w);
-    d.e[l] = reflection.sigma;
-    if (reflection.tau != 0.0) {
-        const Panel below = panelFrom(d.X, l + 1, l + 1, d.n, d.p);
-        std::fill_n(d.work, below.rows, 0.0);
-        addCombination(below, w, d.work);
-        subtractMultiples(d.work, w, reflection.tau, below);
-    }
-    w[0] = reflection.tau;
-    if (l < d.right.count) std::copy(w, d.e + d.p, d.right.column.at(l + 1, l));
-}
-
-/// Leaves the bidiagonal form in s and e, and the vectors of the reflections in the columns of the
-/// singular vectors that are wanted.
-void bidiagonalise(Decomposition& d)
-{
-    const int steps = std::max(d.leftReflections, d.rightReflections);
-    for (int l = 0; l < steps; ++l) {
-        if (l < d.leftReflections) reflectFromLeft(d, l);
-        if (l < d.rightReflections) reflectFromRight(d, l);
-    }
-    const int last = d.size - 1;
-    const int nextLeft = d.leftReflections;
-    const int nextRight = d.rightReflections;
-    if (nextLeft < d.p) d.s[nextLeft] = d.X(nextLeft, nextLeft);
-    if (d.n < d.size) d.s[last] = 0.0;
-    if (nextRight < last) d.e[nextRight] = d.X(nextRight, last);
-    d.e[last] = 0.0;
-}
-
-// --- the reflections multiplied out ---
-
-void setToAxis(const Vectors& vectors, int j)
-{
-    double* x = vectors.column.column(j);
-    std::fill(x, x + vectors.length, 0.0);
-    x[j] = 1.0;
-}
-
-/// U = H(0) H(1) ... times the identity, last reflection first: the columns before l are axes
-/// still, which reflection l leaves alone.
-void generateLeft(Decomposition& d)
-{
-    const Vectors& U = d.left;
-    if (U.count == 0) return;
-    for (int j = d.leftReflections; j < U.count; ++j) setToAxis(U, j);
-    for (int l = d.leftReflections - 1; l >= 0; --l) {
-        if (d.s[l] == 0.0) {
-            setToAxis(U, l);
-            continue;
-        }
-        double* w = U.column.at(l, l);
-        const double tau = w[0];
-        w[0] = 1.0;
-        reflectColumns(w, tau, panelFrom(U.column, l, l + 1, U.length, U.count));
-        std::fill(U.column.column(l), w, 0.0);
-        for (int i = 0; i < U.length - l; ++i) w[i] *= -tau;  // the axis, reflected: axis - tau w
-        w[0] += 1.0;
-    }
-}
-
-/// V likewise; a row's reflection starts one place further down, so its own column is an axis.
-void generateRight(Decomposition& d)
-{
-    const Vectors& V = d.right;
-    for (int l = V.count - 1; l >= 0; --l) {
-        if (l < d.rightReflections) {
-            double* w = V.column.at(l + 1, l);
-            const double tau = w[0];
-            w[0] = 1.0;
-            if (tau != 0.0)
-                reflectColumns(w, tau, panelFrom(V.column, l + 1, l + 1, V.length, V.count));
-        }
-        setToAxis(V, l);
-    }
-}
 
 // --- iteration on the bidiagonal form ---
 
 /// Turns columns j and k. A wide matrix has one row more than U has columns, but its s is 0, so
 /// that it converges first, with rotations from the right only.
-void rotate(const Vectors& vectors, int j, int k, Rotation r)
+void rotate(const Panel& vectors, int j, int k, Rotation r)
 {
-    if (vectors.count == 0) return;
-    drot_(&vectors.length, vectors.column.column(j), &kStep, vectors.column.column(k), &kStep, &r.c,
-          &r.s);
+    if (vectors.cols == 0) return;
+    drot_(&vectors.rows, vectors.at(0, j), &kStep, vectors.at(0, k), &kStep, &r.c, &r.s);
 }
 
-void exchange(const Vectors& vectors, int j, int k)
+void exchange(const Panel& vectors, int j, int k)
 {
-    if (vectors.count == 0) return;
-    dswap_(&vectors.length, vectors.column.column(j), &kStep, vectors.column.column(k), &kStep);
+    if (vectors.cols == 0) return;
+    dswap_(&vectors.rows, vectors.at(0, j), &kStep, vectors.at(0, k), &kStep);
 }
 
 /// Subnormal numbers are negligible too, for rounding could keep their rotations from ever ending;
@@ -292,10 +174,8 @@ void settle(Decomposition& d, int k)
 {
     if (std::signbit(d.s[k])) {
         d.s[k] = -d.s[k];
-        if (k < d.right.count) {
-            double* x = d.right.column.column(k);
-            for (int i = 0; i < d.right.length; ++i) x[i] = -x[i];
-        }
+        if (k < d.right.cols)
+            for (int i = 0; i < d.right.rows; ++i) *d.right.at(i, k) *= -1.0;
     }
     for (; k + 1 < d.size && d.s[k] < d.s[k + 1]; ++k) {
         std::swap(d.s[k], d.s[k + 1]);
@@ -364,20 +244,10 @@ int dsvdc(double* x, const int* ldx, const int* n, const int* p, double* s, doub
     const int leftChoice = *job / 10;
     const int leftVectors = leftChoice == 0 ? 0 : leftChoice == 1 ? *n : std::min(*n, *p);
     const int rightVectors = *job % 10 == 0 ? 0 : *p;
-    Decomposition d{{x, *ldx},
-                    *n,
-                    *p,
-                    s,
-                    e,
-                    work,
-                    {{u, *ldu}, *n, leftVectors},
-                    {{v, *ldv}, *p, rightVectors},
-                    std::min(*n - 1, *p),
-                    std::max(0, std::min(*p - 2, *n)),
-                    std::min(*n + 1, *p)};
-    bidiagonalise(d);
-    generateLeft(d);
-    generateRight(d);
+    const Panel left = {u, *ldu, *n, leftVectors};
+    const Panel right = {v, *ldv, *p, rightVectors};
+    bidiagonalise({x, *ldx, *n, *p}, {s, e, work, left, right});
+    Decomposition d = {s, e, std::min(*n + 1, *p), left, right};
     *info = iterate(d);
     return 0;
 }
