@@ -89,7 +89,7 @@ void reduceInOrder(const Factorisation& f, int first, int end)
 class Pivoting {
   public:
     Pivoting(const Factorisation& f, double* work)
-        : f_(f), work_(work), most_(std::min(kMostTogether, kRoom / f.p))
+        : f_(f), work_(work), most_(std::clamp(kRoom / f.p - 1, 0, kMostTogether))
     {
     }
 
@@ -102,15 +102,14 @@ class Pivoting {
         for (int l = first; l < last; ++l) {
             bringLargestTo(l);
             step(l);
-            for (int j = l + 1; j < freeEnd_; ++j) downdate(l, j);
             if (anyLost_ || l + 1 == last || l + 1 - first_ >= most_) applyPending(l + 1);
         }
     }
 
   private:
-    static constexpr int kMostTogether = 16;
+    static constexpr int kMostTogether = 31;
     static constexpr double kLost = -1.0;
-    static constexpr int kRoom = 8192;  // numbers of F; more columns wait for fewer reflections
+    static constexpr int kRoom = 1 << 14;  // numbers of F; more columns wait for fewer reflections
 
     void measure(int j, int row)
     {
@@ -132,47 +131,53 @@ class Pivoting {
         f_.exchange(l, pivot);
         f_.qraux[pivot] = f_.qraux[l];
         work_[pivot] = work_[l];
-        std::swap_ranges(factors(l), factors(l) + (l - first_), factors(pivot));
+        for (int k = 0; k < l - first_; ++k) std::swap(*F(k, l), *F(k, pivot));
     }
 
     void step(int l)
     {
-        const int pending = l - first_;
         double* w = f_.X.at(l, l);
-        const Panel before = {f_.X.at(l, first_), f_.X.leading(), f_.n - l, pending};
-        addCombination(before, factors(l), w);
+        for (int k = 0; k < l - first_; ++k) {
+            const int count = f_.n - l;
+            daxpy_(&count, F(k, l), f_.X.at(l, first_ + k), &kStep, w, &kStep);
+        }
         const Reflection reflection =
             l == f_.n - 1 ? Reflection{w[0], 0.0, 0.0} : makeReflection(f_.n - l, w);
         f_.qraux[l] = reflection.tau;
-        double products[kMostTogether];
-        dotColumns(before, w, products);
-        for (int j = l + 1; j < f_.p; j += kPanel)
-            reflect(l, j, std::min(kPanel, f_.p - j), products);
+        if (most_ > 0) {
+            defer(l);
+        } else {
+            if (reflection.tau != 0.0)
+                reflectColumns(w, reflection.tau,
+                               {f_.X.at(l, l + 1), f_.X.leading(), f_.n - l, f_.p - l - 1});
+            for (int j = l + 1; j < freeEnd_; ++j) downdate(j, f_.X(l, j));
+        }
         w[0] = reflection.sigma;
     }
 
-    /// Finds what reflection l adds to columns j .. j + count - 1 and completes row l of R.
-    /// products: of the reflection with those before it.
-    void reflect(int l, int j, int count, const double* products)
+    /// Finds what reflection l adds to the columns behind it, and completes row l of R.
+    void defer(int l)
     {
         const int pending = l - first_;
-        const double* w = f_.X.at(l, l);
-        double* columns[kPanel] = {};
-        for (int c = 0; c < count; ++c) columns[c] = f_.X.at(l, j + c);
-        double added[kPanel];
-        panelDot(RowRange{0, f_.n - l}, w, columns, count, added);
-        for (int c = 0; c < count; ++c) {
-            double* F = factors(j + c);
-            double rest = 0.0;  // of row l
-            for (int k = 0; k < pending; ++k) {
-                added[c] += products[k] * F[k];
-                rest += f_.X(l, first_ + k) * F[k];
-            }
-            added[c] = f_.qraux[l] != 0.0 ? -f_.qraux[l] * added[c] : 0.0;  // no 0 times infinity
-            F[pending] = added[c];
-            columns[c][0] += rest + added[c];
-        }
-        if (most_ == 0) panelUpdate(RowRange{1, f_.n - l}, w, columns, count, added);
+        const int behind = f_.p - l - 1;
+        const double tau = f_.qraux[l];
+        double* w = f_.X.at(l, l);
+        double* added = F(pending, l + 1);
+        double products[kMostTogether];
+        dotColumns({f_.X.at(l, first_), f_.X.leading(), f_.n - l, pending}, w, products);
+        dotColumns({f_.X.at(l, l + 1), f_.X.leading(), f_.n - l, behind}, w, added);
+        addCombination({F(0, l + 1), f_.p, behind, pending}, products, added);
+        for (int j = 0; j < behind; ++j)
+            added[j] = tau != 0.0 ? -tau * added[j] : 0.0;  // no 0 times infinity
+
+        double* row = F(most_, l + 1);
+        double entries[kMostTogether];
+        for (int k = 0; k < pending; ++k) entries[k] = f_.X(l, first_ + k);
+        entries[pending] = 1.0;
+        for (int j = 0; j < behind; ++j) row[j] = f_.X(l, l + 1 + j);
+        addCombination({F(0, l + 1), f_.p, behind, pending + 1}, entries, row);
+        for (int j = 0; j < behind; ++j) f_.X(l, l + 1 + j) = row[j];
+        for (int j = l + 1; j < freeEnd_; ++j) downdate(j, row[j - l - 1]);
     }
 
     /// Columns take the pending reflections, from row and column `end` on.
@@ -184,7 +189,7 @@ class Pivoting {
         const auto count = static_cast<unsigned>(end - first_);
         if (most_ > 0)
             addProduct<double>({f_.X.at(end, first_), 1, f_.X.leading(), rows, count},
-                               {factors(end), 1, most_, count, cols}, rest.corner, rest.leading);
+                               {F(0, end), f_.p, 1, count, cols}, rest.corner, rest.leading);
         publish(f_, first_, end - first_);
         first_ = end;
         for (int j = end; anyLost_ && j < freeEnd_; ++j)
@@ -192,12 +197,12 @@ class Pivoting {
         anyLost_ = false;
     }
 
-    /// Takes R(l, j) out of a column's norm; one that has lost its digits is computed anew.
-    void downdate(int l, int j)
+    /// Takes an entry of R out of a column's norm; one that has lost its digits is computed anew.
+    void downdate(int j, double entry)
     {
         double& norm = f_.qraux[j];
         if (norm == 0.0) return;
-        const double share = std::fabs(f_.X(l, j)) / norm;
+        const double share = std::fabs(entry) / norm;
         const double left = std::max(0.0, 1.0 - share * share);
         const double sinceMeasured = norm / work_[j];
         if (1.0 + 0.05 * left * sinceMeasured * sinceMeasured != 1.0) {
@@ -208,8 +213,8 @@ class Pivoting {
         }
     }
 
-    /// F's column j: an element for each pending reflection.
-    double* factors(int j) { return factors_ + std::ptrdiff_t{most_} * j; }
+    /// A row for each pending reflection, and one more for scratch.
+    double* F(int k, int j) { return factors_ + (std::ptrdiff_t{f_.p} * k + j); }
 
     const Factorisation& f_;
     double* work_;
