@@ -7,6 +7,7 @@
 #include "knotwork/factor/detail/Bidiagonal.h"
 #include "knotwork/factor/detail/Reflection.h"
 #include "knotwork/factor/detail/Rotation.h"
+#include "knotwork/factor/detail/RotationWaves.h"
 #include "knotwork/factor/linpack.h"
 #include "knotwork/platform/blas.h"
 
@@ -16,15 +17,25 @@ namespace {
 
 constexpr int kStep = 1;             // increment of every BLAS call: all vectors are columns
 constexpr int kIterationLimit = 30;  // QR steps a value, for all of them together
+constexpr int kFew = 4;              // columns, two for a wave on either side
 
 /// What the iteration works on. The bidiagonal matrix has diagonal s and superdiagonal e, `size` of
-/// each; the columns of left and right, if there are any, become the singular vectors.
+/// each; the columns of left and right, if there are any, become the singular vectors. QR steps are
+/// waves of rotations, which wait.
 struct Decomposition {
     double* s;
     double* e;
     int size;
     Panel left;
     Panel right;
+    RotationWaves leftWaves;
+    RotationWaves rightWaves;
+
+    void applyWaves()
+    {
+        leftWaves.apply();
+        rightWaves.apply();
+    }
 };
 
 // --- iteration on the bidiagonal form ---
@@ -96,6 +107,7 @@ Block classify(Decomposition& d, int end)
 /// s(end - 1) is zero: rotations from the right chase the entry above it out of the block's top.
 void deflate(Decomposition& d, int first, int end)
 {
+    d.applyWaves();
     double f = d.e[end - 2];
     d.e[end - 2] = 0.0;
     for (int k = end - 2; k >= first; --k) {
@@ -111,6 +123,7 @@ void deflate(Decomposition& d, int first, int end)
 /// s(first - 1) is zero: rotations from the left chase the entry beside it out of the block's end.
 void split(Decomposition& d, int first, int end)
 {
+    d.applyWaves();
     double f = d.e[first - 1];
     d.e[first - 1] = 0.0;
     for (int k = first; k < end; ++k) {
@@ -148,6 +161,8 @@ bool qrStep(Decomposition& d, int first, int end)
     double g;
     startOfStep(d, first, end, f, g);
     if (!std::isfinite(f) || !std::isfinite(g)) return false;
+    d.leftWaves.begin(first);
+    d.rightWaves.begin(first);
     for (int k = first; k < end - 1; ++k) {
         const Rotation right = makeRotation(f, g);
         if (k > first) d.e[k - 1] = f;
@@ -155,7 +170,7 @@ bool qrStep(Decomposition& d, int first, int end)
         d.e[k] = right.c * d.e[k] - right.s * d.s[k];
         g = right.s * d.s[k + 1];
         d.s[k + 1] *= right.c;
-        rotate(d.right, k, k + 1, right);
+        d.rightWaves.add(right);
 
         const Rotation left = makeRotation(f, g);
         d.s[k] = f;
@@ -163,24 +178,26 @@ bool qrStep(Decomposition& d, int first, int end)
         d.s[k + 1] = left.c * d.s[k + 1] - left.s * d.e[k];
         g = left.s * d.e[k + 1];
         d.e[k + 1] *= left.c;
-        rotate(d.left, k, k + 1, left);
+        d.leftWaves.add(left);
     }
     d.e[end - 2] = f;
     return true;
 }
 
-/// Makes s(k) positive and moves it down to its place among the values behind it.
-void settle(Decomposition& d, int k)
+/// Makes the values from `first` on, which have converged, positive and puts them in order.
+void settle(Decomposition& d, int first)
 {
-    if (std::signbit(d.s[k])) {
+    for (int k = first; k < d.size; ++k) {
+        if (!std::signbit(d.s[k])) continue;
         d.s[k] = -d.s[k];
-        if (k < d.right.cols)
-            for (int i = 0; i < d.right.rows; ++i) *d.right.at(i, k) *= -1.0;
+        for (int i = 0; i < d.right.rows && k < d.right.cols; ++i) *d.right.at(i, k) *= -1.0;
     }
-    for (; k + 1 < d.size && d.s[k] < d.s[k + 1]; ++k) {
-        std::swap(d.s[k], d.s[k + 1]);
-        exchange(d.left, k, k + 1);
-        exchange(d.right, k, k + 1);
+    for (int k = first; k < d.size; ++k) {
+        const int largest = static_cast<int>(std::max_element(d.s + k, d.s + d.size) - d.s);
+        if (largest == k) continue;
+        std::swap(d.s[k], d.s[largest]);
+        exchange(d.left, k, largest);
+        exchange(d.right, k, largest);
     }
 }
 
@@ -190,7 +207,7 @@ void scaleBidiagonal(Decomposition& d, double scale)
     dscal_(&d.size, &scale, d.e, &kStep);
 }
 
-/// Diagonalises, with the values in order; returns how many leading values are left when the limit
+/// Diagonalises; returns how many leading values are left when the limit
 /// or a value that is not finite stops it, 0 at the end.
 int iterateLifted(Decomposition& d)
 {
@@ -213,7 +230,6 @@ int iterateLifted(Decomposition& d)
                 break;
             case Finding::kConverged:
                 if (!std::isfinite(d.s[block.first])) return end;
-                settle(d, block.first);
                 --end;
                 break;
         }
@@ -230,6 +246,8 @@ int iterate(Decomposition& d)
     const double lift = std::max(safeScale(largest), 1.0);
     scaleBidiagonal(d, lift);
     const int unconverged = iterateLifted(d);
+    d.applyWaves();
+    settle(d, unconverged);
     scaleBidiagonal(d, 1.0 / lift);
     return unconverged;
 }
@@ -247,7 +265,17 @@ int dsvdc(double* x, const int* ldx, const int* n, const int* p, double* s, doub
     const Panel left = {u, *ldu, *n, leftVectors};
     const Panel right = {v, *ldv, *p, rightVectors};
     bidiagonalise({x, *ldx, *n, *p}, {s, e, work, left, right});
-    Decomposition d = {s, e, std::min(*n + 1, *p), left, right};
+    // x is through, and has room for waves: none is longer than its columns.
+    double few[kFew * kFew];
+    const Panel room = *p < kFew ? Panel{few, kFew, kFew, kFew} : Panel{x, *ldx, *n, *p};
+    const int half = room.cols / 2;
+    Decomposition d = {s,
+                       e,
+                       std::min(*n + 1, *p),
+                       left,
+                       right,
+                       {left, room.part(0, 0, room.rows, half)},
+                       {right, room.part(0, half, room.rows, half)}};
     *info = iterate(d);
     return 0;
 }
