@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <utility>
 
 #include "knotwork/factor/PanelKernels.h"
@@ -91,6 +92,7 @@ class Pivoting {
     Pivoting(const Factorisation& f, double* work)
         : f_(f), work_(work), most_(std::clamp(kRoom / f.p - 1, 0, kMostTogether))
     {
+        if (std::int64_t{f.n} * f.p <= kSmall) most_ = 0;
     }
 
     void reduce(int first, int end)
@@ -108,6 +110,7 @@ class Pivoting {
 
   private:
     static constexpr int kMostTogether = 31;
+    static constexpr int kSmall = 1 << 14;  // numbers that are as soon written as read
     static constexpr double kLost = -1.0;
     static constexpr int kRoom = 1 << 14;  // numbers of F; more columns wait for fewer reflections
 
@@ -218,7 +221,7 @@ class Pivoting {
 
     const Factorisation& f_;
     double* work_;
-    const int most_;  // reflections that may wait; 0 where not even one finds room
+    int most_;  // reflections that may wait; 0 where not even one finds room, or need not
     int freeEnd_ = 0;
     int first_ = 0;  // of those that wait
     bool anyLost_ = false;

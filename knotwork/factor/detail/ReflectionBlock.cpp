@@ -49,21 +49,6 @@ class Vectors {
     double numbers_[kMost * kMost];
 };
 
-/// Every column is reflected by those before it.
-void factorFew(const Panel& a, double* taus)
-{
-    for (int j = 0; j < a.cols; ++j) {
-        double* w = a.at(j, j);
-        taus[j] = 0.0;
-        if (j == a.rows - 1) continue;
-        const Reflection reflection = makeReflection(a.rows - j, w);
-        taus[j] = reflection.tau;
-        if (reflection.tau == 0.0) continue;
-        reflectColumns(w, reflection.tau, a.part(j, j + 1, a.rows - j, a.cols - j - 1));
-        w[0] = reflection.sigma;
-    }
-}
-
 /// The nearer to the middle the better, in whole groups of those that go one by one.
 int halfOf(int count)
 {
@@ -90,6 +75,20 @@ void reflectFromLeft(const Panel& w, const Operand& factor, const Panel& c)
 }
 
 }  // namespace
+
+void reduceOneByOne(const Panel& a, int columns, double* taus)
+{
+    for (int j = 0; j < columns; ++j) {
+        double* w = a.at(j, j);
+        taus[j] = 0.0;
+        if (j == a.rows - 1) continue;
+        const Reflection reflection = makeReflection(a.rows - j, w);
+        taus[j] = reflection.tau;
+        if (reflection.tau == 0.0) continue;
+        reflectColumns(w, reflection.tau, a.part(j, j + 1, a.rows - j, a.cols - j - 1));
+        w[0] = reflection.sigma;
+    }
+}
 
 ReflectionBlock::ReflectionBlock(const Panel& w) : w_(w)
 {
@@ -118,7 +117,7 @@ Panel ReflectionBlock::part(int first, int count) const
 void ReflectionBlock::factorPart(int first, int count, double* taus)
 {
     if (count <= kFew) {
-        factorFew(part(first, count), taus + first);
+        reduceOneByOne(part(first, count), count, taus + first);
         combineFew(first, count, taus);
         return;
     }

@@ -45,13 +45,24 @@ class ReflectionBlock {
     double factor_[kMost * kMost];  // -T, column after column of kMost numbers
 };
 
+/// QR of the first `columns` columns, reflection by reflection, all columns behind each taking it.
+void reduceOneByOne(const Panel& a, int columns, double* taus);
+
 /// QR of the first `columns` columns of a panel, at most as many as it has rows, with those behind
 /// taking it too. visit(first column, their number) is called for each block once that is done.
 template <class Visit>
 void reduceInBlocks(const Panel& a, int columns, double* taus, Visit visit)
 {
-    for (int first = 0; first < columns; first += ReflectionBlock::kMost) {
-        const int width = std::min(ReflectionBlock::kMost, columns - first);
+    constexpr int kNarrow = 24;   // columns that make no blocks worth their while
+    constexpr int kMedium = 160;  // that make no large ones so
+    if (a.cols <= kNarrow) {
+        reduceOneByOne(a, columns, taus);
+        visit(0, columns);
+        return;
+    }
+    const int most = a.cols <= kMedium ? ReflectionBlock::kMost / 4 : ReflectionBlock::kMost;
+    for (int first = 0; first < columns; first += most) {
+        const int width = std::min(most, columns - first);
         const int behind = first + width;
         const auto block =
             ReflectionBlock::factor(a.part(first, first, a.rows - first, width), taus + first);
