@@ -5,16 +5,12 @@
 #include <vector>
 
 #include "knotwork/factor/detail/PanelLoops.h"
-#include "knotwork/linalg/detail/MatrixProduct.h"
 
 namespace knotwork {
 
-/// QR by Householder reflections without pivoting, A = Q R, most of the work in matrix products.
-/// Storage   R and, below its diagonal, the reflections overwrite A, which must outlive this. The
-///           reflections of up to kBlock columns act as one, Q = I - V T V^T.
+/// QR by Householder reflections without pivoting, A = Q R, in blocks (see ReflectionBlock.h).
+/// Storage   R and, below its diagonal, the reflections overwrite A, which must outlive this.
 /// Shapes    rows x cols with at least as many rows as columns.
-/// Source    Schreiber, Van Loan: A storage-efficient WY representation for products of Householder
-///           transformations, SIAM J. Sci. Stat. Comput. 10 (1989).
 class BlockedQR {
   public:
     BlockedQR() = default;
@@ -46,28 +42,11 @@ class BlockedQR {
     double columnLength(int j) const;  ///< of A, which is that of R
 
   private:
-    static constexpr int kBlock = 32;
-
-    /// V of one block: its triangle with ones on the diagonal, a copy, and what lies below.
-    struct Block {
-        int first;
-        int width;
-        double triangle[kBlock * kBlock];
-        MatrixOperand<double> upper;
-        MatrixOperand<double> lower;
-    };
-
-    double* column(int j) const { return a_.corner + a_.leading * j; }
-    void factorColumns(int first, int width);
-    void combineReflections(int first, int width);
-    void applyToRight(int first, int width);
-    void loadBlock(int first, int width, Block& block) const;
-    MatrixOperand<double> combined(int first, int width) const;
+    double* column(int j) const { return a_.at(0, j); }
 
     Panel a_ = {nullptr, 0, 0, 0};
     bool sound_ = true;
     std::vector<double> taus_;
-    std::vector<double> combined_;  // -T of each block, kBlock x kBlock
 };
 
 }  // namespace knotwork

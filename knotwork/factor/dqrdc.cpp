@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <utility>
 
 #include "knotwork/factor/PanelKernels.h"
 #include "knotwork/factor/detail/ColumnMajor.h"
 #include "knotwork/factor/detail/PanelLoops.h"
 #include "knotwork/factor/detail/Reflection.h"
-#include "knotwork/factor/detail/ReflectionKernels.h"
+#include "knotwork/factor/detail/ReflectionBlock.h"
 #include "knotwork/factor/linpack.h"
 #include "knotwork/platform/blas.h"
 
@@ -35,11 +36,13 @@ struct Factorisation {
     }
 };
 
-/// Turns column l, from the diagonal down, into the vector of its reflection and returns what the
-/// diagonal becomes; 0.0 when there is no reflection, nor need for one: zeros, or the last row.
-double makeDiagonal(const Factorisation& f, int l)
+/// A reflection I - tau w w^T is published as I - v v^T / tau: v = tau w, and tau in qraux.
+void publish(const Factorisation& f, int first, int count)
 {
-    return l == f.n - 1 ? 0.0 : makeReflection(f.n - l, f.X.at(l, l));
+    for (int l = first; l < first + count; ++l) {
+        double* v = f.X.at(l, l);
+        for (int i = 1; i < f.n - l; ++i) v[i] *= f.qraux[l];
+    }
 }
 
 // --- specifiers ---
@@ -72,85 +75,44 @@ FreeColumns arrange(const Factorisation& f)
 
 // --- columns in the order they have ---
 
-/// Reflects the columns of a block one after the other, each by those before it.
-void reduceColumns(const Factorisation& f, int first, int count)
-{
-    for (int l = first; l < first + count; ++l) {
-        f.qraux[l] = 0.0;
-        double* v = f.X.at(l, l);
-        const double diagonal = makeDiagonal(f, l);
-        if (diagonal == 0.0) continue;
-        const int behind = first + count - l - 1;
-        if (behind > 0) reflectColumns(v, {f.X.at(l, l + 1), f.X.leading(), f.n - l, behind});
-        f.qraux[l] = v[0];
-        v[0] = diagonal;
-    }
-}
-
-/// T(r, r) = 1 / v_r(r), above it -T (V^T v_r) / v_r(r): the next reflection multiplied in.
-ReflectionBlock gather(const Factorisation& f, int first, int count)
-{
-    ReflectionBlock b;
-    b.count = count;
-    b.below = f.X.at(first, first) + count;
-    b.leading = f.X.leading();
-    b.rowsBelow = f.n - first - count;
-    for (int r = 0; r < count; ++r) {
-        const double head = f.qraux[first + r];
-        for (int i = 0; i < count; ++i)
-            b.top[r][i] = i > r && head != 0.0 ? f.X(first + i, first + r) : 0.0;
-        b.top[r][r] = head;
-        b.T[r][r] = head != 0.0 ? 1.0 / head : 0.0;
-        double products[ReflectionBlock::kMost];
-        for (int q = 0; q < r; ++q) {
-            products[q] = ddot_(&b.rowsBelow, b.below + q * b.leading, &kStep,
-                                b.below + r * b.leading, &kStep);
-            for (int i = r; i < count; ++i) products[q] += b.top[q][i] * b.top[r][i];
-        }
-        for (int i = 0; i < r; ++i) {
-            double sum = 0.0;
-            for (int q = i; q < r; ++q) sum += b.T[q][i] * products[q];
-            b.T[r][i] = -b.T[r][r] * sum;
-        }
-    }
-    return b;
-}
-
-/// Columns first .. end - 1, a block at a time: all columns behind take the block in one pass.
 void reduceInOrder(const Factorisation& f, int first, int end)
 {
-    for (int l = first; l < end; l += ReflectionBlock::kMost) {
-        const int count = std::min(ReflectionBlock::kMost, end - l);
-        reduceColumns(f, l, count);
-        if (l + count < f.p) reflectByBlock(gather(f, l, count), f.panelFrom(l, l + count));
-    }
+    reduceInBlocks(f.panelFrom(first, first), end - first, f.qraux + first,
+                   [&](int at, int count) { publish(f, first + at, count); });
 }
 
 // --- free columns, by largest remaining norm ---
 
 /// The free columns of a factorisation. qraux holds the norms of what is left of them, work their
-/// norms when these were last computed and not derived. A reflection is not applied at once: a step
-/// needs but the products with it and the row that becomes R's, so the columns take it together
-/// with the products of the next step, in one pass over the matrix in place of two.
+/// norms when these were last computed and not derived. Reflections are not applied at once: a step
+/// needs but the products with its own and the row that becomes R's, so it reads the matrix and
+/// leaves it, and the columns take several reflections w_k together, X += W F.
 class Pivoting {
   public:
-    Pivoting(const Factorisation& f, double* work) : f_(f), work_(work), pending_(kNone) {}
+    Pivoting(const Factorisation& f, double* work)
+        : f_(f), work_(work), most_(std::clamp(kRoom / f.p - 1, 0, kMostTogether))
+    {
+        if (std::int64_t{f.n} * f.p <= kSmall) most_ = 0;
+    }
 
     void reduce(int first, int end)
     {
         const int last = std::min(end, std::min(f_.n, f_.p));
         freeEnd_ = end;
+        first_ = first;
         for (int j = first; j < end; ++j) measure(j, first);
         for (int l = first; l < last; ++l) {
             bringLargestTo(l);
             step(l);
+            if (anyLost_ || l + 1 == last || l + 1 - first_ >= most_) applyPending(l + 1);
         }
-        applyPending(last, f_.p, last);
     }
 
   private:
-    static constexpr int kNone = -1;
-    static constexpr int kMostDeferred = 4096;  // columns whose factors find room on the stack
+    static constexpr int kMostTogether = 31;
+    static constexpr int kSmall = 1 << 14;  // numbers that are as soon written as read
+    static constexpr double kLost = -1.0;
+    static constexpr int kRoom = 1 << 14;  // numbers of F; more columns wait for fewer reflections
 
     void measure(int j, int row)
     {
@@ -172,81 +134,98 @@ class Pivoting {
         f_.exchange(l, pivot);
         f_.qraux[pivot] = f_.qraux[l];
         work_[pivot] = work_[l];
-        if (pending_ != kNone) std::swap(factors_[pivot], factors_[l]);
+        for (int k = 0; k < l - first_; ++k) std::swap(*F(k, l), *F(k, pivot));
     }
 
     void step(int l)
     {
-        applyPending(l, l + 1, l);
-        f_.qraux[l] = 0.0;
-        double* v = f_.X.at(l, l);
-        const double diagonal = makeDiagonal(f_, l);
-        if (diagonal == 0.0) {
-            applyPending(l + 1, f_.p, l);
-            pending_ = kNone;
-            return;
+        double* w = f_.X.at(l, l);
+        for (int k = 0; k < l - first_; ++k) {
+            const int count = f_.n - l;
+            daxpy_(&count, F(k, l), f_.X.at(l, first_ + k), &kStep, w, &kStep);
         }
-        for (int j = l + 1; j < f_.p; j += kPanel) reflect(l, j, std::min(kPanel, f_.p - j));
-        pending_ = deferring() ? l : kNone;
-        for (int j = l + 1; j < freeEnd_; ++j) downdate(l, j);
-        f_.qraux[l] = v[0];
-        v[0] = diagonal;
-    }
-
-    bool deferring() const { return f_.p <= kMostDeferred; }
-
-    /// Finds what reflection l adds to columns j .. j + count - 1 and completes row l of R.
-    void reflect(int l, int j, int count)
-    {
-        const double* v = f_.X.at(l, l);
-        double* columns[kPanel] = {};
-        for (int c = 0; c < count; ++c) columns[c] = f_.X.at(l, j + c);
-        double factors[kPanel];
-        if (pending_ != kNone)
-            updateAndDot(f_.n - l, f_.X.at(l, pending_), factors_ + j, v, columns, count, factors);
-        else
-            panelDot(RowRange{0, f_.n - l}, v, columns, count, factors);
-        for (int c = 0; c < count; ++c) {
-            factors[c] = -factors[c] / v[0];
-            columns[c][0] += factors[c] * v[0];
+        const Reflection reflection =
+            l == f_.n - 1 ? Reflection{w[0], 0.0, 0.0} : makeReflection(f_.n - l, w);
+        f_.qraux[l] = reflection.tau;
+        if (most_ > 0) {
+            defer(l);
+        } else {
+            if (reflection.tau != 0.0)
+                reflectColumns(w, reflection.tau,
+                               {f_.X.at(l, l + 1), f_.X.leading(), f_.n - l, f_.p - l - 1});
+            for (int j = l + 1; j < freeEnd_; ++j) downdate(j, f_.X(l, j));
         }
-        if (deferring())
-            std::copy(factors, factors + count, factors_ + j);
-        else
-            panelUpdate(RowRange{1, f_.n - l}, v, columns, count, factors);
+        w[0] = reflection.sigma;
     }
 
-    /// Columns first .. end - 1 take the pending reflection, from `row` on.
-    void applyPending(int first, int end, int row)
+    /// Finds what reflection l adds to the columns behind it, and completes row l of R.
+    void defer(int l)
     {
-        if (pending_ == kNone) return;
-        const int count = f_.n - row;
-        for (int j = first; j < end; ++j)
-            daxpy_(&count, &factors_[j], f_.X.at(row, pending_), &kStep, f_.X.at(row, j), &kStep);
+        const int pending = l - first_;
+        const int behind = f_.p - l - 1;
+        const double tau = f_.qraux[l];
+        double* w = f_.X.at(l, l);
+        double* added = F(pending, l + 1);
+        double products[kMostTogether];
+        dotColumns({f_.X.at(l, first_), f_.X.leading(), f_.n - l, pending}, w, products);
+        dotColumns({f_.X.at(l, l + 1), f_.X.leading(), f_.n - l, behind}, w, added);
+        addCombination({F(0, l + 1), f_.p, behind, pending}, products, added);
+        for (int j = 0; j < behind; ++j)
+            added[j] = tau != 0.0 ? -tau * added[j] : 0.0;  // no 0 times infinity
+
+        double* row = F(most_, l + 1);
+        double entries[kMostTogether];
+        for (int k = 0; k < pending; ++k) entries[k] = f_.X(l, first_ + k);
+        entries[pending] = 1.0;
+        for (int j = 0; j < behind; ++j) row[j] = f_.X(l, l + 1 + j);
+        addCombination({F(0, l + 1), f_.p, behind, pending + 1}, entries, row);
+        for (int j = 0; j < behind; ++j) f_.X(l, l + 1 + j) = row[j];
+        for (int j = l + 1; j < freeEnd_; ++j) downdate(j, row[j - l - 1]);
     }
 
-    /// Takes R(l, j) out of a column's norm; one that has lost its digits is computed anew.
-    void downdate(int l, int j)
+    /// Columns take the pending reflections, from row and column `end` on.
+    void applyPending(int end)
+    {
+        const Panel rest = f_.panelFrom(end, end);
+        const auto rows = static_cast<unsigned>(rest.rows);
+        const auto cols = static_cast<unsigned>(rest.cols);
+        const auto count = static_cast<unsigned>(end - first_);
+        if (most_ > 0)
+            addProduct<double>({f_.X.at(end, first_), 1, f_.X.leading(), rows, count},
+                               {F(0, end), f_.p, 1, count, cols}, rest.corner, rest.leading);
+        publish(f_, first_, end - first_);
+        first_ = end;
+        for (int j = end; anyLost_ && j < freeEnd_; ++j)
+            if (work_[j] == kLost) measure(j, end);
+        anyLost_ = false;
+    }
+
+    /// Takes an entry of R out of a column's norm; one that has lost its digits is computed anew.
+    void downdate(int j, double entry)
     {
         double& norm = f_.qraux[j];
         if (norm == 0.0) return;
-        const double share = std::fabs(f_.X(l, j)) / norm;
+        const double share = std::fabs(entry) / norm;
         const double left = std::max(0.0, 1.0 - share * share);
         const double sinceMeasured = norm / work_[j];
         if (1.0 + 0.05 * left * sinceMeasured * sinceMeasured != 1.0) {
             norm *= std::sqrt(left);
-            return;
+        } else {
+            work_[j] = kLost;
+            anyLost_ = true;
         }
-        applyPending(j, j + 1, l + 1);
-        if (pending_ != kNone) factors_[j] = 0.0;
-        measure(j, l + 1);
     }
+
+    /// A row for each pending reflection, and one more for scratch.
+    double* F(int k, int j) { return factors_ + (std::ptrdiff_t{f_.p} * k + j); }
 
     const Factorisation& f_;
     double* work_;
+    int most_;  // reflections that may wait; 0 where not even one finds room, or need not
     int freeEnd_ = 0;
-    int pending_;                    // column of a reflection that others have still to take
-    double factors_[kMostDeferred];  // what of it, by column
+    int first_ = 0;  // of those that wait
+    bool anyLost_ = false;
+    double factors_[kRoom];
 };
 
 }  // namespace

@@ -4,10 +4,10 @@
 #include <cstdint>
 #include <limits>
 
-#include "knotwork/factor/detail/ColumnMajor.h"
-#include "knotwork/factor/detail/PanelLoops.h"
+#include "knotwork/factor/detail/Bidiagonal.h"
 #include "knotwork/factor/detail/Reflection.h"
 #include "knotwork/factor/detail/Rotation.h"
+#include "knotwork/factor/detail/RotationWaves.h"
 #include "knotwork/factor/linpack.h"
 #include "knotwork/platform/blas.h"
 
@@ -17,136 +17,41 @@ namespace {
 
 constexpr int kStep = 1;             // increment of every BLAS call: all vectors are columns
 constexpr int kIterationLimit = 30;  // QR steps a value, for all of them together
+constexpr int kFew = 4;              // columns, two for a wave on either side
 
-/// Singular vectors being built as columns; with count 0 there are none, and nothing is done.
-struct Vectors {
-    ColumnMajor<double> column;
-    int length;
-    int count;
-};
-
-/// What all stages share. The bidiagonal matrix has diagonal s and superdiagonal e, `size` of each.
+/// What the iteration works on. The bidiagonal matrix has diagonal s and superdiagonal e, `size` of
+/// each; the columns of left and right, if there are any, become the singular vectors. QR steps are
+/// waves of rotations, which wait.
 struct Decomposition {
-    ColumnMajor<double> X;
-    int n;
-    int p;
     double* s;
     double* e;
-    double* work;
-    Vectors left;
-    Vectors right;
-    int leftReflections;   // each clears a column below the diagonal
-    int rightReflections;  // each clears a row beyond the superdiagonal
-    int size;              // min(n + 1, p): a wide matrix keeps one row more than it has
+    int size;
+    Panel left;
+    Panel right;
+    RotationWaves leftWaves;
+    RotationWaves rightWaves;
+
+    void applyWaves()
+    {
+        leftWaves.apply();
+        rightWaves.apply();
+    }
 };
-
-/// Rows i .. n - 1 of columns j .. p - 1, which may be none.
-Panel panelFrom(const ColumnMajor<double>& a, int i, int j, int n, int p)
-{
-    if (i >= n || j >= p) return {a.at(0, 0), a.leading(), 0, 0};
-    return {a.at(i, j), a.leading(), n - i, p - j};
-}
-
-// --- reduction to bidiagonal form ---
-
-/// Clears column l below the diagonal; what remains on it is s(l).
-void reflectFromLeft(Decomposition& d, int l)
-{
-    double* v = d.X.at(l, l);
-    d.s[l] = makeReflection(d.n - l, v);
-    if (d.s[l] != 0.0) reflectColumns(v, panelFrom(d.X, l, l + 1, d.n, d.p));
-    if (l < d.left.count) std::copy(v, v + (d.n - l), d.left.column.at(l, l));
-}
-
-/// Clears row l beyond the superdiagonal; what remains there is e(l). The row is copied to e, whose
-/// upper part is free until then.
-void reflectFromRight(Decomposition& d, int l)
-{
-    for (int j = l + 1; j < d.p; ++j) d.e[j] = d.X(l, j);
-    double* v = d.e + l + 1;
-    d.e[l] = makeReflection(d.p - l - 1, v);
-    if (d.e[l] != 0.0) {
-        const Panel below = panelFrom(d.X, l + 1, l + 1, d.n, d.p);
-        combineColumns(below, v, d.work);
-        subtractMultiples(d.work, v, v[0], below);
-    }
-    if (l < d.right.count) std::copy(v, d.e + d.p, d.right.column.at(l + 1, l));
-}
-
-/// Leaves the bidiagonal form in s and e, and the vectors of the reflections in the columns of the
-/// singular vectors that are wanted.
-void bidiagonalise(Decomposition& d)
-{
-    const int steps = std::max(d.leftReflections, d.rightReflections);
-    for (int l = 0; l < steps; ++l) {
-        if (l < d.leftReflections) reflectFromLeft(d, l);
-        if (l < d.rightReflections) reflectFromRight(d, l);
-    }
-    const int last = d.size - 1;
-    const int nextLeft = d.leftReflections;
-    const int nextRight = d.rightReflections;
-    if (nextLeft < d.p) d.s[nextLeft] = d.X(nextLeft, nextLeft);
-    if (d.n < d.size) d.s[last] = 0.0;
-    if (nextRight < last) d.e[nextRight] = d.X(nextRight, last);
-    d.e[last] = 0.0;
-}
-
-// --- the reflections multiplied out ---
-
-void setToAxis(const Vectors& vectors, int j)
-{
-    double* x = vectors.column.column(j);
-    std::fill(x, x + vectors.length, 0.0);
-    x[j] = 1.0;
-}
-
-/// U = H(0) H(1) ... times the identity, last reflection first: the columns before l are axes
-/// still, which reflection l leaves alone.
-void generateLeft(Decomposition& d)
-{
-    const Vectors& U = d.left;
-    if (U.count == 0) return;
-    for (int j = d.leftReflections; j < U.count; ++j) setToAxis(U, j);
-    for (int l = d.leftReflections - 1; l >= 0; --l) {
-        if (d.s[l] == 0.0) {
-            setToAxis(U, l);
-            continue;
-        }
-        double* v = U.column.at(l, l);
-        reflectColumns(v, panelFrom(U.column, l, l + 1, U.length, U.count));
-        std::fill(U.column.column(l), v, 0.0);
-        for (int i = 0; i < U.length - l; ++i) v[i] = -v[i];  // the axis, reflected, is axis - v
-        v[0] += 1.0;
-    }
-}
-
-/// V likewise; a row's reflection starts one place further down, so its own column is an axis.
-void generateRight(Decomposition& d)
-{
-    const Vectors& V = d.right;
-    for (int l = V.count - 1; l >= 0; --l) {
-        if (l < d.rightReflections && d.e[l] != 0.0)
-            reflectColumns(V.column.at(l + 1, l),
-                           panelFrom(V.column, l + 1, l + 1, V.length, V.count));
-        setToAxis(V, l);
-    }
-}
 
 // --- iteration on the bidiagonal form ---
 
 /// Turns columns j and k. A wide matrix has one row more than U has columns, but its s is 0, so
 /// that it converges first, with rotations from the right only.
-void rotate(const Vectors& vectors, int j, int k, Rotation r)
+void rotate(const Panel& vectors, int j, int k, Rotation r)
 {
-    if (vectors.count == 0) return;
-    drot_(&vectors.length, vectors.column.column(j), &kStep, vectors.column.column(k), &kStep, &r.c,
-          &r.s);
+    if (vectors.cols == 0) return;
+    drot_(&vectors.rows, vectors.at(0, j), &kStep, vectors.at(0, k), &kStep, &r.c, &r.s);
 }
 
-void exchange(const Vectors& vectors, int j, int k)
+void exchange(const Panel& vectors, int j, int k)
 {
-    if (vectors.count == 0) return;
-    dswap_(&vectors.length, vectors.column.column(j), &kStep, vectors.column.column(k), &kStep);
+    if (vectors.cols == 0) return;
+    dswap_(&vectors.rows, vectors.at(0, j), &kStep, vectors.at(0, k), &kStep);
 }
 
 /// Subnormal numbers are negligible too, for rounding could keep their rotations from ever ending;
@@ -202,6 +107,7 @@ Block classify(Decomposition& d, int end)
 /// s(end - 1) is zero: rotations from the right chase the entry above it out of the block's top.
 void deflate(Decomposition& d, int first, int end)
 {
+    d.applyWaves();
     double f = d.e[end - 2];
     d.e[end - 2] = 0.0;
     for (int k = end - 2; k >= first; --k) {
@@ -217,6 +123,7 @@ void deflate(Decomposition& d, int first, int end)
 /// s(first - 1) is zero: rotations from the left chase the entry beside it out of the block's end.
 void split(Decomposition& d, int first, int end)
 {
+    d.applyWaves();
     double f = d.e[first - 1];
     d.e[first - 1] = 0.0;
     for (int k = first; k < end; ++k) {
@@ -254,6 +161,8 @@ bool qrStep(Decomposition& d, int first, int end)
     double g;
     startOfStep(d, first, end, f, g);
     if (!std::isfinite(f) || !std::isfinite(g)) return false;
+    d.leftWaves.begin(first);
+    d.rightWaves.begin(first);
     for (int k = first; k < end - 1; ++k) {
         const Rotation right = makeRotation(f, g);
         if (k > first) d.e[k - 1] = f;
@@ -261,7 +170,7 @@ bool qrStep(Decomposition& d, int first, int end)
         d.e[k] = right.c * d.e[k] - right.s * d.s[k];
         g = right.s * d.s[k + 1];
         d.s[k + 1] *= right.c;
-        rotate(d.right, k, k + 1, right);
+        d.rightWaves.add(right);
 
         const Rotation left = makeRotation(f, g);
         d.s[k] = f;
@@ -269,26 +178,26 @@ bool qrStep(Decomposition& d, int first, int end)
         d.s[k + 1] = left.c * d.s[k + 1] - left.s * d.e[k];
         g = left.s * d.e[k + 1];
         d.e[k + 1] *= left.c;
-        rotate(d.left, k, k + 1, left);
+        d.leftWaves.add(left);
     }
     d.e[end - 2] = f;
     return true;
 }
 
-/// Makes s(k) positive and moves it down to its place among the values behind it.
-void settle(Decomposition& d, int k)
+/// Makes the values from `first` on, which have converged, positive and puts them in order.
+void settle(Decomposition& d, int first)
 {
-    if (std::signbit(d.s[k])) {
+    for (int k = first; k < d.size; ++k) {
+        if (!std::signbit(d.s[k])) continue;
         d.s[k] = -d.s[k];
-        if (k < d.right.count) {
-            double* x = d.right.column.column(k);
-            for (int i = 0; i < d.right.length; ++i) x[i] = -x[i];
-        }
+        for (int i = 0; i < d.right.rows && k < d.right.cols; ++i) *d.right.at(i, k) *= -1.0;
     }
-    for (; k + 1 < d.size && d.s[k] < d.s[k + 1]; ++k) {
-        std::swap(d.s[k], d.s[k + 1]);
-        exchange(d.left, k, k + 1);
-        exchange(d.right, k, k + 1);
+    for (int k = first; k < d.size; ++k) {
+        const int largest = static_cast<int>(std::max_element(d.s + k, d.s + d.size) - d.s);
+        if (largest == k) continue;
+        std::swap(d.s[k], d.s[largest]);
+        exchange(d.left, k, largest);
+        exchange(d.right, k, largest);
     }
 }
 
@@ -298,7 +207,7 @@ void scaleBidiagonal(Decomposition& d, double scale)
     dscal_(&d.size, &scale, d.e, &kStep);
 }
 
-/// Diagonalises, with the values in order; returns how many leading values are left when the limit
+/// Diagonalises; returns how many leading values are left when the limit
 /// or a value that is not finite stops it, 0 at the end.
 int iterateLifted(Decomposition& d)
 {
@@ -321,7 +230,6 @@ int iterateLifted(Decomposition& d)
                 break;
             case Finding::kConverged:
                 if (!std::isfinite(d.s[block.first])) return end;
-                settle(d, block.first);
                 --end;
                 break;
         }
@@ -338,6 +246,8 @@ int iterate(Decomposition& d)
     const double lift = std::max(safeScale(largest), 1.0);
     scaleBidiagonal(d, lift);
     const int unconverged = iterateLifted(d);
+    d.applyWaves();
+    settle(d, unconverged);
     scaleBidiagonal(d, 1.0 / lift);
     return unconverged;
 }
@@ -352,20 +262,20 @@ int dsvdc(double* x, const int* ldx, const int* n, const int* p, double* s, doub
     const int leftChoice = *job / 10;
     const int leftVectors = leftChoice == 0 ? 0 : leftChoice == 1 ? *n : std::min(*n, *p);
     const int rightVectors = *job % 10 == 0 ? 0 : *p;
-    Decomposition d{{x, *ldx},
-                    *n,
-                    *p,
-                    s,
-                    e,
-                    work,
-                    {{u, *ldu}, *n, leftVectors},
-                    {{v, *ldv}, *p, rightVectors},
-                    std::min(*n - 1, *p),
-                    std::max(0, std::min(*p - 2, *n)),
-                    std::min(*n + 1, *p)};
-    bidiagonalise(d);
-    generateLeft(d);
-    generateRight(d);
+    const Panel left = {u, *ldu, *n, leftVectors};
+    const Panel right = {v, *ldv, *p, rightVectors};
+    bidiagonalise({x, *ldx, *n, *p}, {s, e, work, left, right});
+    // x is through, and has room for waves: none is longer than its columns.
+    double few[kFew * kFew];
+    const Panel room = *p < kFew ? Panel{few, kFew, kFew, kFew} : Panel{x, *ldx, *n, *p};
+    const int half = room.cols / 2;
+    Decomposition d = {s,
+                       e,
+                       std::min(*n + 1, *p),
+                       left,
+                       right,
+                       {left, room.part(0, 0, room.rows, half)},
+                       {right, room.part(0, half, room.rows, half)}};
     *info = iterate(d);
     return 0;
 }

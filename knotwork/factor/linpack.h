@@ -25,10 +25,9 @@ double dsign(const double* a, const double* b);
 /// job       0 leaves the columns in their order.
 /// Norms     are derived from step to step and computed anew when too few of their digits are left.
 /// Rounding  reflections of neighbouring initial or final columns, and all without pivoting, are
-///           applied in blocks of eight.
-/// Source    LINPACK Users' Guide, chapter 9. Blocks: Schreiber, Van Loan: A storage-efficient WY
-///           representation for products of Householder transformations, SIAM J. Sci. Stat.
-///           Comput. 10 (1989).
+///           applied in blocks (see detail/ReflectionBlock.h); free columns take up to 16 together.
+/// Source    LINPACK Users' Guide, chapter 9. Free columns: Quintana-Orti, Sun, Bischof: A BLAS-3
+///           version of the QR factorization with column pivoting, SIAM J. Sci. Comput. 19 (1998).
 int dqrdc(double* x, const int* ldx, const int* n, const int* p, double* qraux, int* jpvt,
           double* work, const int* job);
 

@@ -91,6 +91,34 @@ INSTANTIATE_TEST_SUITE_P(Extreme, SvdPropertyTest, testing::ValuesIn(kExtremeFam
 
 }  // namespace
 
+TEST(DoubleSVDecompTest, ReductionsInBlocksAndThroughATriangleHoldTheSameBounds)
+{
+    std::mt19937 generator(21);
+    for (const auto& [n, p] : {std::pair{90u, 90u}, {50u, 140u}, {140u, 70u}, {120u, 17u}})
+        for (const Family& family : checks::kScaleFreeFamilies) {
+            SCOPED_TRACE(testing::Message() << family.name << ' ' << n << 'x' << p);
+            const DoubleGenMat a = family.make(n, p, generator);
+            DoubleSVDecomp d(a);
+            expectDecomposition(a, d);
+            const DoubleVec all = d.singularValues().copy();
+            d.computeAllLeftVecs(0);
+            d.factor(a);
+            checks::SvdRatios ratios;
+            ratios.seeFactors(a, d.leftVecs(), d.singularValues(), d.rightVecs(), 0);
+#ifdef KNOTWORK_BENCH_LAPACK
+            ratios.seeValues(a, all, knotwork_bench::LapackSvd::values(a), 0);
+#endif
+            checks::expectBounds(ratios);
+            d.computeLeftVecs(0);
+            d.computeRightVecs(0);
+            d.factor(a);
+            EXPECT_TRUE(d.singularValues() == all);
+            DoubleGenMat bad = a.copy();
+            bad(20, 12) = std::numeric_limits<double>::quiet_NaN();
+            EXPECT_EQ(DoubleSVDecomp(bad).good(), 0);
+        }
+}
+
 TEST(DoubleSVDecompTest, SwitchesFollowTheirTable)
 {
     using Switch = int (DoubleSVDecomp::*)(int);

@@ -23,32 +23,39 @@ void inPanels(const Panel& panel, Visit visit)
 
 }  // namespace
 
-void reflectColumns(const double* v, const Panel& panel)
+void reflectColumns(const double* w, double tau, const Panel& panel)
 {
     const RowRange rows = {0, panel.rows};
     inPanels(panel, [&](int, double** columns, int count) {
         double factors[kPanel] = {};
-        panelDot(rows, v, columns, count, factors);
-        for (double& factor : factors) factor = -factor / v[0];
-        panelUpdate(rows, v, columns, count, factors);
+        panelDot(rows, w, columns, count, factors);
+        for (double& factor : factors) factor *= -tau;
+        panelUpdate(rows, w, columns, count, factors);
     });
 }
 
-void combineColumns(const Panel& panel, const double* v, double* y)
+void dotColumns(const Panel& panel, const double* v, double* out)
 {
     const RowRange rows = {0, panel.rows};
-    std::fill_n(y, panel.rows, 0.0);
+    inPanels(panel, [&](int j, double** columns, int count) {
+        panelDot(rows, v, columns, count, out + j);
+    });
+}
+
+void addCombination(const Panel& panel, const double* v, double* y)
+{
+    const RowRange rows = {0, panel.rows};
     inPanels(panel, [&](int j, double** columns, int count) {
         panelCombine(rows, y, columns, count, v + j);
     });
 }
 
-void subtractMultiples(const double* y, const double* v, double pivot, const Panel& panel)
+void subtractMultiples(const double* y, const double* v, double tau, const Panel& panel)
 {
     const RowRange rows = {0, panel.rows};
     inPanels(panel, [&](int j, double** columns, int count) {
         double factors[kPanel] = {};
-        for (int c = 0; c < count; ++c) factors[c] = -(v[j + c] / pivot);
+        for (int c = 0; c < count; ++c) factors[c] = -tau * v[j + c];
         panelUpdate(rows, y, columns, count, factors);
     });
 }

@@ -1,10 +1,23 @@
 // SPDX-License-Identifier: MIT
 #include "knotwork/factor/detail/Reflection.h"
 
-#include "knotwork/factor/linpack.h"
-#include "knotwork/platform/blas.h"
+#include <algorithm>
+#include <cmath>
+
+#include "knotwork/factor/PanelKernels.h"
 
 namespace knotwork {
+
+namespace {
+
+double lengthOf(int n, const double* x)
+{
+    double squares = 0.0;
+    panelDot(RowRange{0, n}, x, &x, 1, &squares);
+    return std::sqrt(squares);
+}
+
+}  // namespace
 
 double safeScale(double magnitude)
 {
@@ -13,21 +26,24 @@ double safeScale(double magnitude)
     return 1.0;
 }
 
-double makeReflection(int n, double* x)
+Reflection makeReflection(int n, double* x)
 {
-    constexpr int kStep = 1;
-    double norm = dnrm2_(&n, x, &kStep);
-    if (norm == 0.0) return 0.0;
-    const double scale = safeScale(norm);
-    if (scale != 1.0) {
-        dscal_(&n, &scale, x, &kStep);
-        norm = dnrm2_(&n, x, &kStep);
+    double norm = lengthOf(n, x);
+    double scale = 1.0;
+    if (!hasSafeSquare(norm)) {
+        double largest = 0.0;
+        for (int i = 0; i < n; ++i) largest = std::max(largest, std::fabs(x[i]));
+        if (largest == 0.0 && norm == 0.0) return {0.0, 0.0, 0.0};
+        scale = safeScale(largest);
+        for (int i = 0; i < n; ++i) x[i] *= scale;
+        norm = lengthOf(n, x);
     }
-    const double signedNorm = linpack::dsign(&norm, x);  // no cancellation below
-    const double reciprocal = 1.0 / signedNorm;
-    dscal_(&n, &reciprocal, x, &kStep);
-    x[0] += 1.0;
-    return -signedNorm / scale;
+    Reflection reflection = reflectionOf(x[0], norm);
+    for (int i = 1; i < n; ++i) x[i] *= reflection.inverse;
+    x[0] = 1.0;
+    reflection.sigma /= scale;
+    reflection.inverse *= scale;
+    return reflection;
 }
 
 }  // namespace knotwork

@@ -6,6 +6,7 @@
 
 #include "knotwork/factor/InverseNorm.h"
 #include "knotwork/factor/detail/LaneKernels.h"
+#include "knotwork/factor/detail/Reflection.h"
 
 namespace knotwork {
 
@@ -81,17 +82,16 @@ void ConstraintBasis::reduce(const WideRow& row)
     lengths_.push_back(std::sqrt(whole));
 
     const double alpha = entries[pivot];
-    const double norm = std::sqrt(squares);
-    const double sigma = alpha > 0.0 ? -norm : norm;  // opposite signs: no cancellation below
+    const Reflection reflection = reflectionOf(alpha, std::sqrt(squares));
     const bool single = entriesLeft == 1;
     for (int j = row.first; j < row.end && !single; ++j) {
         if (entries[j] == 0.0 || fixed_[static_cast<std::size_t>(j)] != 0) continue;
-        vectors_.entries.push_back({j, j == pivot ? 1.0 : entries[j] / (alpha - sigma)});
+        vectors_.entries.push_back({j, j == pivot ? 1.0 : entries[j] / (alpha - reflection.sigma)});
         touched_[static_cast<std::size_t>(j)] = 1;
     }
     vectors_.close();
-    taus_.push_back(single ? 0.0 : (sigma - alpha) / sigma);
-    diagonal_.push_back(single ? alpha : sigma);
+    taus_.push_back(single ? 0.0 : reflection.tau);
+    diagonal_.push_back(single ? alpha : reflection.sigma);
     pivots_.push_back(pivot);
     fixed_[static_cast<std::size_t>(pivot)] = 1;
     touched_[static_cast<std::size_t>(pivot)] = 1;
