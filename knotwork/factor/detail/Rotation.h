@@ -7,6 +7,13 @@ namespace knotwork {
 struct Rotation {
     double c;
     double s;
+
+    void turn(double& a, double& b) const
+    {
+        const double before = a;
+        a = c * before + s * b;
+        b = c * b - s * before;
+    }
 };
 
 /// The rotation that sends (a, b) to (r, 0); a becomes r. Signs are drotg's: r takes that of the
