@@ -2,7 +2,6 @@
 #include "knotwork/platform/cpu.h"
 
 #include <algorithm>
-#include <atomic>
 
 namespace knotwork {
 
@@ -19,24 +18,18 @@ CpuLevel widest()
     return CpuLevel::kPlain;
 }
 
-// Plain until it is initialised, which does for constructors that run before.
-std::atomic<CpuLevel> current = widest();
-
 }  // namespace
 
-CpuLevel cpuLevel()
-{
-    return current.load(std::memory_order_relaxed);
-}
+std::atomic<CpuLevel> currentLevel = widest();
 
 LevelForTests::LevelForTests(CpuLevel level) : before_(cpuLevel())
 {
-    current = std::min(level, widest());
+    currentLevel = std::min(level, widest());
 }
 
 LevelForTests::~LevelForTests()
 {
-    current = before_;
+    currentLevel = before_;
 }
 
 }  // namespace knotwork

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <atomic>
 #include <type_traits>
 
 namespace knotwork {
@@ -9,8 +10,14 @@ namespace knotwork {
 /// every level gives the same bits.
 enum class CpuLevel { kPlain, kVectors256, kVectors512 };
 
-/// The widest level of this machine, or what a LevelForTests asks for.
-CpuLevel cpuLevel();
+/// The widest level of this machine, or what a LevelForTests asks for. Plain until the library's
+/// own constructors have run, which does for those before.
+extern std::atomic<CpuLevel> currentLevel;
+
+inline CpuLevel cpuLevel()
+{
+    return currentLevel.load(std::memory_order_relaxed);
+}
 
 /// Holds kernels to a level, or to the machine's widest below it, on all threads while it lives.
 class LevelForTests {
