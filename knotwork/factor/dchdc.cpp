@@ -3,19 +3,22 @@
 #include <cmath>
 #include <utility>
 
-#include "knotwork/factor/PanelKernels.h"
 #include "knotwork/factor/detail/ColumnMajor.h"
-#include "knotwork/factor/detail/RankUpdate.h"
+#include "knotwork/factor/detail/Pack.h"
+#include "knotwork/factor/detail/Triangles.h"
 #include "knotwork/factor/linpack.h"
+#include "knotwork/linalg/detail/MatrixProduct.h"
 #include "knotwork/platform/blas.h"
+#include "knotwork/platform/cpu.h"
 
 namespace knotwork::linpack {
 
 namespace {
 
 constexpr int kStep = 1;
-constexpr int kBlock = kRankMost;  // rows of R that the remaining rows of A take at once
-constexpr int kTile = 32;          // columns of such a block that are laid out together
+constexpr int kBlock = 64;   // rows of R that the remaining rows of A take at once
+constexpr int kTile = 64;    // columns of such a block that are laid out together
+constexpr int kCorner = 16;  // rows and columns on the diagonal that are computed as a square
 
 /// The matrix on its way: rows of R above, below them what remains of A. All in the upper triangle.
 struct Cholesky {
@@ -74,8 +77,12 @@ void choosePivot(const Cholesky& f, Free free, int k, int* jpvt)
 {
     if (k < free.begin || k >= free.end) return;
     int largest = k;
-    for (int j = k + 1; j < free.end; ++j)
-        if (f.diagonal[j] > f.diagonal[largest]) largest = j;
+    double most = f.diagonal[k];
+    for (int j = k + 1; j < free.end; ++j) {
+        if (!(f.diagonal[j] > most)) continue;
+        most = f.diagonal[j];
+        largest = j;
+    }
     if (largest == k) return;
     exchange(f, k, largest);
     std::swap(f.diagonal[k], f.diagonal[largest]);
@@ -83,49 +90,61 @@ void choosePivot(const Cholesky& f, Free free, int k, int* jpvt)
 }
 
 /// Row k of R, from the row of A less what rows [begin, k) of R contribute to it.
-void finishRow(const Cholesky& f, int begin, int k)
-{
-    const double root = std::sqrt(f.diagonal[k]);
-    f.A(k, k) = root;
-    const RowRange above = {begin, k};
-    for (int j = k + 1; j < f.p; j += kPanel) {
-        const int count = std::min(kPanel, f.p - j);
-        double* columns[kPanel] = {};
-        double products[kPanel] = {};
-        for (int c = 0; c < count; ++c) columns[c] = f.A.column(j + c);
-        panelDot(above, f.A.column(k), columns, count, products);
-        for (int c = 0; c < count; ++c) {
-            double& r = columns[c][k];
-            r = (r - products[c]) / root;
+struct RowKernel {
+    template <int Count>
+    [[gnu::always_inline]] static inline void finish(const Cholesky& f, int begin, int k, int j)
+    {
+        double products[Count];
+        dots<Count>(k - begin, f.A.at(begin, k), f.A.at(begin, j), f.leading, products);
+        for (int c = 0; c < Count; ++c) {
+            double& r = f.A(k, j + c);
+            r = (r - products[c]) / f.A(k, k);
             f.diagonal[j + c] -= r * r;
         }
     }
-}
-
-/// Column j, from row `first` to the diagonal, less what the tile's rows of R contribute.
-void updateToDiagonal(const Cholesky& f, const double* tile, int begin, int end, int first, int j)
-{
-    const double* columns[kPanel] = {};
-    for (int k = begin; k < end; k += kPanel) {
-        const int count = std::min(kPanel, end - k);
-        for (int c = 0; c < count; ++c) columns[c] = tile + (k + c - begin) * kTile;
-        panelCombine(RowRange{0, j - first}, f.A.at(first, j), columns, count, f.A.at(k, j));
+    [[gnu::always_inline]] void operator()(const Cholesky& f, int begin, int k) const
+    {
+        f.A(k, k) = std::sqrt(f.diagonal[k]);
+        int j = k + 1;
+        for (; j + 4 <= f.p; j += 4) finish<4>(f, begin, k, j);
+        for (; j < f.p; ++j) finish<1>(f, begin, k, j);
     }
+};
+
+/// Subtracts from what remains of A's rows and columns [first, end) what depth rows of R, from
+/// `begin` on, contribute to them; tile has these columns of R, transposed and negated.
+void updateCorner(const Cholesky& f, const double* tile, int begin, int depth, int first, int end)
+{
+    const int count = end - first;
+    if (count > kCorner) {
+        const int middle = first + (count + kCorner) / (2 * kCorner) * kCorner;
+        const auto right = columnMajor(f.A.at(begin, middle), f.leading, depth, end - middle);
+        updateCorner(f, tile, begin, depth, first, middle);
+        addProduct(columnMajor(tile, kTile, middle - first, depth), right, f.A.at(first, middle),
+                   f.leading);
+        return updateCorner(f, tile + (middle - first), begin, depth, middle, end);
+    }
+    double square[kCorner * kCorner] = {};  // only its upper triangle counts
+    for (int j = 1; j < count; ++j) std::copy_n(f.A.at(first, first + j), j, square + j * kCorner);
+    addProduct(columnMajor(tile, kTile, count, depth),
+               columnMajor(f.A.at(begin, first), f.leading, depth, count), square, kCorner);
+    for (int j = 1; j < count; ++j) std::copy_n(square + j * kCorner, j, f.A.at(first, first + j));
 }
 
 /// Subtracts from the remaining rows [end, p) of A what rows [begin, end) of R contribute.
 void updateRemainder(const Cholesky& f, int begin, int end)
 {
-    double tile[kBlock * kTile];  // some columns of those rows, transposed and negated
-    const std::ptrdiff_t leading = f.A.leading();
+    const int depth = end - begin;
+    double tile[kBlock * kTile];
     for (int first = end; first < f.p; first += kTile) {
         const int behind = std::min(first + kTile, f.p);
         for (int j = first; j < behind; ++j)
             for (int k = begin; k < end; ++k) tile[(k - begin) * kTile + (j - first)] = -f.A(k, j);
-        for (int j = first + 1; j < behind; ++j) updateToDiagonal(f, tile, begin, end, first, j);
-        if (behind < f.p)
-            rankUpdate({tile, kTile, f.A.at(begin, behind), leading, f.A.at(first, behind), leading,
-                        behind - first, f.p - behind, end - begin});
+        updateCorner(f, tile, begin, depth, first, behind);
+        if (behind == f.p) break;
+        addProduct(columnMajor(tile, kTile, behind - first, depth),
+                   columnMajor(f.A.at(begin, behind), f.leading, depth, f.p - behind),
+                   f.A.at(first, behind), f.leading);
     }
     for (int j = end; j < f.p; ++j) f.A(j, j) = f.diagonal[j];
 }
@@ -146,7 +165,7 @@ int dchdc(double* a, const int* lda, const int* p, double* work, int* jpvt, cons
             choosePivot(f, free, k, jpvt);
             positive = f.diagonal[k] > 0.0;  // false for NaN
             if (!positive) break;
-            finishRow(f, begin, k);
+            runKernel<CpuLevel::kVectors256>(RowKernel(), f, begin, k);
         }
         updateRemainder(f, begin, k);
     }
@@ -157,13 +176,8 @@ int dchdc(double* a, const int* lda, const int* p, double* work, int* jpvt, cons
 int dposl(const double* a, const int* lda, const int* n, double* b)
 {
     const ColumnMajor<const double> R(a, *lda);
-    for (int k = 0; k < *n; ++k)
-        b[k] = (b[k] - ddot_(&k, R.column(k), &kStep, b, &kStep)) / R(k, k);
-    for (int k = *n - 1; k >= 0; --k) {
-        b[k] /= R(k, k);
-        const double factor = -b[k];
-        daxpy_(&k, &factor, R.column(k), &kStep, b, &kStep);
-    }
+    solveUpperTransposed(R, *n, b);
+    solveUpper(R, *n, b);
     return 0;
 }
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <algorithm>
+#include <utility>
 
 #include "knotwork/factor/detail/ColumnPanels.h"
 #include "knotwork/factor/detail/Rotation.h"
@@ -16,12 +17,12 @@ void rotateDownwards(const double* c, const double* s, int first, int rotations,
     double carried[Count];
     for (int k = 0; k < Count; ++k) carried[k] = r[k][first];
     for (int i = 0; i < rotations; ++i) {
-        const double ci = c[i];
-        const double si = s[i];
+        const Rotation rotation = {c[i], s[i]};
         for (int k = 0; k < Count; ++k) {
             double* pair = r[k] + first + i;
-            pair[0] = ci * carried[k] + si * pair[1];
-            carried[k] = ci * pair[1] - si * carried[k];
+            double below = pair[1];
+            rotation.turn(carried[k], below);
+            pair[0] = std::exchange(carried[k], below);
         }
     }
     for (int k = 0; k < Count; ++k) r[k][first + rotations] = carried[k];
@@ -34,12 +35,12 @@ void rotateUpwards(const double* c, const double* s, int last, int rotations, do
     double carried[Count];
     for (int k = 0; k < Count; ++k) carried[k] = r[k][last];
     for (int i = 0; i < rotations; ++i) {
-        const double ci = c[i];
-        const double si = s[i];
+        const Rotation rotation = {c[i], s[i]};
         for (int k = 0; k < Count; ++k) {
             double* pair = r[k] + (last - 1 - i);
-            pair[1] = ci * carried[k] - si * pair[0];
-            carried[k] = ci * pair[0] + si * carried[k];
+            double above = pair[0];
+            rotation.turn(above, carried[k]);
+            pair[1] = std::exchange(carried[k], above);
         }
     }
     for (int k = 0; k < Count; ++k) r[k][last - rotations] = carried[k];

@@ -5,6 +5,7 @@
 
 #include "knotwork/factor/detail/ColumnPanels.h"
 #include "knotwork/factor/detail/Rotation.h"
+#include "knotwork/factor/detail/Triangles.h"
 #include "knotwork/factor/linpack.h"
 #include "knotwork/platform/blas.h"
 
@@ -22,13 +23,8 @@ void rotateIn(const double* c, const double* s, int begin, int end, double* cons
     double left[Count];
     std::copy_n(x, Count, left);
     for (int i = begin; i < end; ++i) {
-        const double ci = c[i];
-        const double si = s[i];
-        for (int k = 0; k < Count; ++k) {
-            const double element = r[k][i];
-            r[k][i] = ci * element + si * left[k];
-            left[k] = ci * left[k] - si * element;
-        }
+        const Rotation rotation = {c[i], s[i]};
+        for (int k = 0; k < Count; ++k) rotation.turn(r[k][i], left[k]);
     }
     std::copy_n(left, Count, x);
 }
@@ -40,13 +36,8 @@ void rotateOut(const double* c, const double* s, int begin, int end, double* con
     double grown[Count];
     std::copy_n(x, Count, grown);
     for (int i = end - 1; i >= begin; --i) {
-        const double ci = c[i];
-        const double si = s[i];
-        for (int k = 0; k < Count; ++k) {
-            const double element = r[k][i];
-            r[k][i] = ci * element - si * grown[k];
-            grown[k] = ci * grown[k] + si * element;
-        }
+        const Rotation rotation = {c[i], s[i]};
+        for (int k = 0; k < Count; ++k) rotation.turn(grown[k], r[k][i]);
     }
     std::copy_n(grown, Count, x);
 }
@@ -56,12 +47,6 @@ double lengthOf(double a, double b)
 {
     const double scale = a + b;
     return scale * std::sqrt((a / scale) * (a / scale) + (b / scale) * (b / scale));
-}
-
-/// Solves R^T s = x.
-void solveTransposed(const ColumnMajor<double>& R, int p, const double* x, double* s)
-{
-    for (int j = 0; j < p; ++j) s[j] = (x[j] - ddot_(&j, R.column(j), &kStep, s, &kStep)) / R(j, j);
 }
 
 /// The rotations that turn (s, sqrt(1 - |s|^2)) into the last axis; all cosines are positive.
@@ -144,7 +129,8 @@ int dchdd(double* r, const int* ldr, const int* p, const double* x, double* z, c
 {
     *info = -1;
     const ColumnMajor<double> R(r, *ldr);
-    solveTransposed(R, *p, x, s);
+    std::copy_n(x, *p, s);
+    solveUpperTransposed({r, *ldr}, *p, s);
     const double norm = dnrm2_(p, s, &kStep);
     if (!(norm < 1.0)) return 0;  // NaN too
     *info = 0;

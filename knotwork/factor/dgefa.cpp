@@ -5,9 +5,11 @@
 
 #include "knotwork/factor/PanelKernels.h"
 #include "knotwork/factor/detail/ColumnMajor.h"
-#include "knotwork/factor/detail/RankUpdate.h"
+#include "knotwork/factor/detail/Triangles.h"
 #include "knotwork/factor/linpack.h"
+#include "knotwork/linalg/detail/MatrixProduct.h"
 #include "knotwork/platform/blas.h"
+#include "knotwork/platform/cpu.h"
 
 namespace knotwork::linpack {
 
@@ -31,13 +33,15 @@ struct Factors {
 
 // --- elimination ---
 
-/// Successive steps that are applied to other columns together. Until they are, whole rows of all
-/// their columns are exchanged, the multipliers of earlier steps too.
+constexpr int kBlock = 128;  // steps that are applied to the columns behind them together
+constexpr int kNarrow = 8;   // columns that are eliminated one by one
+constexpr int kCorner = 16;  // steps that are applied to each other's rows one by one
+
+/// A block of steps. While it is in work, whole rows of its columns are exchanged, the multipliers
+/// of earlier steps too.
 struct Steps {
     Matrix A;
     int n;
-    int first;
-    int end;
     int* ipvt;
 
     int pivot(int k) const { return ipvt[k] - 1; }
@@ -61,20 +65,85 @@ void divideNegated(double* x, int n, double pivot)
     for (int i = 0; i < n; ++i) x[i] = -(x[i] / pivot);  // a subnormal pivot
 }
 
-/// Adds the multiples of x's entries [first, end) that these steps call for to those behind, up to
-/// `rows`; kPanel steps at most.
-void addMultiples(const Steps& s, int first, int end, double* x, int rows)
+/// Steps [first, end) exchange the rows of columns [left, right).
+void exchangeRows(const Steps& s, int first, int end, int left, int right)
 {
-    const double* columns[kPanel] = {};
-    for (int k = first; k < end; ++k) {
-        columns[k - first] = s.A.column(k);
-        for (int i = k + 1; i < end; ++i) x[i] += x[k] * s.A(i, k);
+    for (int j = left; j < right; ++j) {
+        double* x = s.A.column(j);
+        for (int k = first; k < end; ++k) std::swap(x[k], x[s.pivot(k)]);
     }
-    panelCombine(RowRange{end, rows}, x, columns, end - first, x + first);
 }
 
-/// Steps [first, end), at most kPanel, in their own columns.
-void eliminatePanel(const Steps& s, int first, int end, int* info)
+/// Columns that lie side by side while the few steps of a corner go through them.
+struct CornerKernel {
+    static constexpr int kLanes = 8;
+
+    [[gnu::always_inline]] void operator()(const double* multipliers, std::ptrdiff_t leading,
+                                           int steps, double* x, std::ptrdiff_t xLeading,
+                                           int columns) const
+    {
+        double rows[kCorner][kLanes] = {};
+        for (int j = 0; j < columns; j += kLanes) {
+            const int here = std::min(kLanes, columns - j);
+            for (int c = 0; c < here; ++c)
+                for (int i = 0; i < steps; ++i) rows[i][c] = x[(j + c) * xLeading + i];
+            for (int k = 0; k < steps; ++k)
+                for (int i = k + 1; i < steps; ++i) {
+                    const double multiplier = multipliers[k * leading + i];
+                    for (int c = 0; c < kLanes; ++c) rows[i][c] += rows[k][c] * multiplier;
+                }
+            for (int c = 0; c < here; ++c)
+                for (int i = 0; i < steps; ++i) x[(j + c) * xLeading + i] = rows[i][c];
+        }
+    }
+};
+
+/// Steps [first, end) in rows [end, behind) of columns [left, right).
+void addMultiples(const Steps& s, int first, int end, int behind, int left, int right)
+{
+    const std::ptrdiff_t leading = s.A.leading();
+    const int depth = end - first;
+    addProduct(columnMajor(s.A.at(end, first), leading, behind - end, depth),
+               columnMajor(s.A.at(first, left), leading, depth, right - left), s.A.at(end, left),
+               leading);
+}
+
+/// Steps [first, end) in their own rows of columns [left, right).
+void finishRows(const Steps& s, int first, int end, int left, int right)
+{
+    if (end - first <= kCorner)
+        return runKernel(CornerKernel(), s.A.at(first, first), s.A.leading(), end - first,
+                         s.A.at(first, left), s.A.leading(), right - left);
+    const int middle = first + (end - first) / 2;
+    finishRows(s, first, middle, left, right);
+    addMultiples(s, first, middle, end, left, right);
+    finishRows(s, middle, end, left, right);
+}
+
+/// Steps [first, end) in columns [left, right) behind them.
+void applySteps(const Steps& s, int first, int end, int left, int right)
+{
+    if (left == right) return;
+    exchangeRows(s, first, end, left, right);
+    finishRows(s, first, end, left, right);
+    addMultiples(s, first, end, s.n, left, right);
+}
+
+/// Step k adds multiples of its column to columns (k, end).
+void addColumn(const Steps& s, int k, int end)
+{
+    double* columns[kPanel] = {};
+    double factors[kPanel] = {};
+    for (int j = k + 1; j < end; j += kPanel) {
+        const int count = std::min(kPanel, end - j);
+        for (int c = 0; c < count; ++c) columns[c] = s.A.column(j + c);
+        for (int c = 0; c < count; ++c) factors[c] = columns[c][k];
+        panelUpdate(RowRange{k + 1, s.n}, s.A.column(k), columns, count, factors);
+    }
+}
+
+/// Steps [first, end) in their own columns, one by one.
+void eliminateNarrow(const Steps& s, int first, int end, int* info)
 {
     for (int k = first; k < end; ++k) {
         const int pivot = largestFrom(s.A.column(k), k, s.n);
@@ -84,42 +153,29 @@ void eliminatePanel(const Steps& s, int first, int end, int* info)
             continue;
         }
         s.ipvt[k] = pivot + 1;
-        for (int j = s.first; j < s.end; ++j) std::swap(s.A(k, j), s.A(pivot, j));
+        exchangeRows(s, k, k + 1, first, end);
         divideNegated(s.A.at(k + 1, k), s.n - k - 1, s.A(k, k));
-        for (int j = k + 1; j < end; ++j) addMultiples(s, k, k + 1, s.A.column(j), s.n);
+        addColumn(s, k, end);
     }
 }
 
-/// All steps in their own columns; info becomes the last zero pivot.
-void eliminate(const Steps& s, int* info)
+/// Steps [first, end) in their own columns; info becomes the last zero pivot.
+void eliminate(const Steps& s, int first, int end, int* info)
 {
-    for (int first = s.first; first < s.end; first += kPanel) {
-        const int end = std::min(first + kPanel, s.end);
-        eliminatePanel(s, first, end, info);
-        for (int j = end; j < s.end; ++j) addMultiples(s, first, end, s.A.column(j), s.n);
-    }
+    if (end - first <= kNarrow) return eliminateNarrow(s, first, end, info);
+    const int narrows = (end - first + kNarrow - 1) / kNarrow;
+    const int middle = first + narrows / 2 * kNarrow;
+    eliminate(s, first, middle, info);
+    applySteps(s, first, middle, middle, end);
+    eliminate(s, middle, end, info);
+    exchangeRows(s, middle, end, first, middle);
 }
 
-/// All steps in the columns behind them.
-void applyBehind(const Steps& s)
+/// Moves the multipliers of steps [first, end) back to the rows where they left them.
+void undoExchanges(const Steps& s, int first, int end)
 {
-    for (int j = s.end; j < s.n; ++j) {
-        double* x = s.A.column(j);
-        for (int k = s.first; k < s.end; ++k) std::swap(x[k], x[s.pivot(k)]);
-        for (int first = s.first; first < s.end; first += kPanel)
-            addMultiples(s, first, std::min(first + kPanel, s.end), x, s.end);
-    }
-    if (s.end == s.n) return;
-    const std::ptrdiff_t leading = s.A.leading();
-    rankUpdate({s.A.at(s.end, s.first), leading, s.A.at(s.first, s.end), leading,
-                s.A.at(s.end, s.end), leading, s.n - s.end, s.n - s.end, s.end - s.first});
-}
-
-/// Moves the multipliers back to the rows where their steps left them.
-void undoExchanges(const Steps& s)
-{
-    for (int k = s.first; k < s.end; ++k)
-        for (int l = s.end - 1; l > k; --l) std::swap(s.A(l, k), s.A(s.pivot(l), k));
+    for (int k = first; k < end; ++k)
+        for (int l = end - 1; l > k; --l) std::swap(s.A(l, k), s.A(s.pivot(l), k));
 }
 
 // --- condition estimate ---
@@ -293,11 +349,12 @@ void multiplyByInverseLower(const Matrix& A, int n, const int* ipvt, double* wor
 int dgefa(double* a, const int* lda, const int* n, int* ipvt, int* info)
 {
     *info = 0;
-    for (int first = 0; first < *n; first += kRankMost) {
-        const Steps steps = {{a, *lda}, *n, first, std::min(first + kRankMost, *n), ipvt};
-        eliminate(steps, info);
-        applyBehind(steps);
-        undoExchanges(steps);
+    const Steps steps = {{a, *lda}, *n, ipvt};
+    for (int first = 0; first < *n; first += kBlock) {
+        const int end = std::min(first + kBlock, *n);
+        eliminate(steps, first, end, info);
+        applySteps(steps, first, end, end, *n);
+        undoExchanges(steps, first, end);
     }
     return 0;
 }
@@ -327,15 +384,10 @@ int dgesl(const double* a, const int* lda, const int* n, const int* ipvt, double
             std::swap(b[k], b[f.pivot(k)]);
             daxpy_(&below, b + k, f.multipliers(k), &kStep, b + k + 1, &kStep);
         }
-        for (int k = f.n - 1; k >= 0; --k) {
-            b[k] /= f.A(k, k);
-            const double factor = -b[k];
-            daxpy_(&k, &factor, f.A.column(k), &kStep, b, &kStep);
-        }
+        solveUpper(f.A, f.n, b);
         return 0;
     }
-    for (int k = 0; k < f.n; ++k)
-        b[k] = (b[k] - ddot_(&k, f.A.column(k), &kStep, b, &kStep)) / f.A(k, k);
+    solveUpperTransposed(f.A, f.n, b);
     for (int k = f.n - 2; k >= 0; --k) {
         const int below = f.n - k - 1;
         b[k] += ddot_(&below, f.multipliers(k), &kStep, b + k + 1, &kStep);

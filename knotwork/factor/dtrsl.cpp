@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "knotwork/factor/detail/ColumnMajor.h"
+#include "knotwork/factor/detail/Triangles.h"
 #include "knotwork/factor/linpack.h"
 #include "knotwork/platform/blas.h"
 
@@ -18,26 +19,13 @@ int firstZeroOnDiagonal(const Triangle& T, int n)
     return 0;
 }
 
-/// Takes column j times the x(j) just found from the n rows at b.
-void eliminate(const double* column, double x, int n, double* b)
-{
-    const double factor = -x;
-    daxpy_(&n, &factor, column, &kStep, b, &kStep);
-}
-
 void solveLower(const Triangle& T, int n, double* b)
 {
     for (int j = 0; j < n; ++j) {
         b[j] /= T(j, j);
-        eliminate(T.at(j, j) + 1, b[j], n - j - 1, b + j + 1);
-    }
-}
-
-void solveUpper(const Triangle& T, int n, double* b)
-{
-    for (int j = n - 1; j >= 0; --j) {
-        b[j] /= T(j, j);
-        eliminate(T.column(j), b[j], j, b);
+        const double factor = -b[j];
+        const int below = n - j - 1;
+        daxpy_(&below, &factor, T.at(j, j) + 1, &kStep, b + j + 1, &kStep);
     }
 }
 
@@ -47,11 +35,6 @@ void solveLowerTransposed(const Triangle& T, int n, double* b)
         const int below = n - j - 1;
         b[j] = (b[j] - ddot_(&below, T.at(j, j) + 1, &kStep, b + j + 1, &kStep)) / T(j, j);
     }
-}
-
-void solveUpperTransposed(const Triangle& T, int n, double* b)
-{
-    for (int j = 0; j < n; ++j) b[j] = (b[j] - ddot_(&j, T.column(j), &kStep, b, &kStep)) / T(j, j);
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "knotwork/platform/cpu.h"
 
-#include <atomic>
+#include <algorithm>
 
 namespace knotwork {
 
@@ -10,32 +10,26 @@ namespace {
 CpuLevel widest()
 {
 #if defined(__x86_64__)
+    if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
+        __builtin_cpu_supports("avx512vl"))
+        return CpuLevel::kVectors512;
     if (__builtin_cpu_supports("avx2")) return CpuLevel::kVectors256;
 #endif
     return CpuLevel::kPlain;
 }
 
-std::atomic<CpuLevel>& current()
-{
-    static std::atomic<CpuLevel> level(widest());
-    return level;
-}
-
 }  // namespace
 
-CpuLevel cpuLevel()
-{
-    return current().load(std::memory_order_relaxed);
-}
+std::atomic<CpuLevel> currentLevel = widest();
 
 LevelForTests::LevelForTests(CpuLevel level) : before_(cpuLevel())
 {
-    if (level <= widest()) current() = level;
+    currentLevel = std::min(level, widest());
 }
 
 LevelForTests::~LevelForTests()
 {
-    current() = before_;
+    currentLevel = before_;
 }
 
 }  // namespace knotwork

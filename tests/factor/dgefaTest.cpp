@@ -29,6 +29,46 @@ TEST(DgefaTest, InfoIsTheLastZeroPivotAndItsStepIsPassedOver)
     EXPECT_EQ(info, 0);
 }
 
+/// The published elimination, one step after the other, on n columns that lie `leading` apart.
+void eliminateByTheBook(std::vector<double>& a, int n, int leading, std::vector<int>& ipvt)
+{
+    const auto at = [&](int i, int j) -> double& {
+        return a[static_cast<std::size_t>(leading * j + i)];
+    };
+    for (int k = 0; k < n; ++k) {
+        int l = k;
+        for (int i = k + 1; i < n; ++i)
+            if (std::fabs(at(i, k)) > std::fabs(at(l, k))) l = i;
+        ipvt[static_cast<std::size_t>(k)] = l + 1;
+        std::swap(at(l, k), at(k, k));
+        const double factor = -1.0 / at(k, k);
+        for (int i = k + 1; i < n; ++i) at(i, k) *= factor;
+        for (int j = k + 1; j < n; ++j) {
+            std::swap(at(l, j), at(k, j));
+            for (int i = k + 1; i < n; ++i) at(i, j) += at(k, j) * at(i, k);
+        }
+    }
+}
+
+TEST(DgefaTest, BlocksHaveTheBitsOfTheBook)
+{
+    Dice dice(6);
+    for (const int n : {1, 7, 8, 9, 31, 100, 129, 203}) {  // around and across blocks and halves
+        SCOPED_TRACE(n);
+        const int leading = n + 3;
+        std::vector<double> a(static_cast<std::size_t>(leading * n));
+        for (double& x : a) x = dice.unit() - 0.5;
+        std::vector<double> expected = a;
+        std::vector<int> pivots(static_cast<std::size_t>(n));
+        std::vector<int> ipvt = pivots;
+        eliminateByTheBook(expected, n, leading, pivots);
+        int info = -1;
+        dgefa(a.data(), &leading, &n, ipvt.data(), &info);
+        EXPECT_EQ(info, 0);
+        EXPECT_TRUE(ipvt == pivots && a == expected);
+    }
+}
+
 TEST(DgefaTest, WhatIsNotFiniteStaysInsideTheArrays)
 {
     for (const int n : {1, 2, 5, 33, 70})

@@ -286,7 +286,8 @@ TEST(CurveAccumulatorTest, SamplesMayComeFromACallback)
 TEST(CurveAccumulatorTest, EveryLevelGivesTheSameBits)
 {
     Dice dice(13);
-    for (const auto level : {knotwork::CpuLevel::kPlain, knotwork::CpuLevel::kVectors256}) {
+    for (const auto level : {knotwork::CpuLevel::kPlain, knotwork::CpuLevel::kVectors256,
+                             knotwork::CpuLevel::kVectors512}) {
         const knotwork::LevelForTests scope(level);
         for (int degree = 1; degree <= 9; ++degree) {
             Numbers interior = {0.1, 0.3, 0.3, 0.31, 0.8};

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <type_traits>
 
 #include "knotwork/approx/detail/LocalArray.h"
 #include "knotwork/platform/cpu.h"
@@ -178,24 +179,20 @@ template <class Vector, int kDegree, int kOrders, int kLength, Ends kEnds>
     }
 }
 
-struct Plain {
-    template <int kDegree, int kOrders, int kLength, Ends kEnds>
+template <int kDegree, int kOrders, int kLength, Ends kEnds>
+struct Unrolled {
+    template <CpuLevel kLevel>
+    [[gnu::always_inline]] void operator()(AtLevel<kLevel>, const SpanWindow* window, double t,
+                                           const DeBoorJob* jobs, int count) const
+    {
+        using Vector = std::conditional_t<kLevel == CpuLevel::kPlain, Pair, Quad>;
+        runUnrolled<Vector, kDegree, kOrders, kLength, kEnds>(*window, t, jobs, count);
+    }
     static void run(const SpanWindow& window, double t, const DeBoorJob* jobs, int count)
     {
-        runUnrolled<Pair, kDegree, kOrders, kLength, kEnds>(window, t, jobs, count);
+        runKernel<CpuLevel::kVectors256>(Unrolled(), &window, t, jobs, count);
     }
 };
-
-#if defined(__x86_64__)
-struct Avx2 {
-    template <int kDegree, int kOrders, int kLength, Ends kEnds>
-    [[gnu::target("avx2")]] static void run(const SpanWindow& window, double t,
-                                            const DeBoorJob* jobs, int count)
-    {
-        runUnrolled<Quad, kDegree, kOrders, kLength, kEnds>(window, t, jobs, count);
-    }
-};
-#endif
 
 void runAny(const SpanWindow& window, double t, const DeBoorJob* jobs, int count)
 {
@@ -217,19 +214,19 @@ constexpr int kMostOrders = 2;
 constexpr int kSpace = 3;  // the length with texts of its own
 
 /// The unrolled texts by degree and most orders, neither of them above the degree.
-template <class Cpu, int kLength, Ends kEnds>
+template <int kLength, Ends kEnds>
 constexpr DeBoorRunner kRunners[kMostDegree + 1][kMostOrders + 1] = {
     {},
-    {Cpu::template run<1, 0, kLength, kEnds>, Cpu::template run<1, 1, kLength, kEnds>,
-     Cpu::template run<1, 1, kLength, kEnds>},
-    {Cpu::template run<2, 0, kLength, kEnds>, Cpu::template run<2, 1, kLength, kEnds>,
-     Cpu::template run<2, 2, kLength, kEnds>},
-    {Cpu::template run<3, 0, kLength, kEnds>, Cpu::template run<3, 1, kLength, kEnds>,
-     Cpu::template run<3, 2, kLength, kEnds>},
-    {Cpu::template run<4, 0, kLength, kEnds>, Cpu::template run<4, 1, kLength, kEnds>,
-     Cpu::template run<4, 2, kLength, kEnds>},
-    {Cpu::template run<5, 0, kLength, kEnds>, Cpu::template run<5, 1, kLength, kEnds>,
-     Cpu::template run<5, 2, kLength, kEnds>},
+    {Unrolled<1, 0, kLength, kEnds>::run, Unrolled<1, 1, kLength, kEnds>::run,
+     Unrolled<1, 1, kLength, kEnds>::run},
+    {Unrolled<2, 0, kLength, kEnds>::run, Unrolled<2, 1, kLength, kEnds>::run,
+     Unrolled<2, 2, kLength, kEnds>::run},
+    {Unrolled<3, 0, kLength, kEnds>::run, Unrolled<3, 1, kLength, kEnds>::run,
+     Unrolled<3, 2, kLength, kEnds>::run},
+    {Unrolled<4, 0, kLength, kEnds>::run, Unrolled<4, 1, kLength, kEnds>::run,
+     Unrolled<4, 2, kLength, kEnds>::run},
+    {Unrolled<5, 0, kLength, kEnds>::run, Unrolled<5, 1, kLength, kEnds>::run,
+     Unrolled<5, 2, kLength, kEnds>::run},
 };
 
 /// The derivatives above the degree.
@@ -240,22 +237,12 @@ void clearRows(int p, const DeBoorJob* jobs, int count)
             std::fill_n(job->out + m * job->outStride, job->length, 0.0);
 }
 
-template <class Cpu, Ends kEnds>
-DeBoorRunner unrolled(int p, int orders, int length)
-{
-    return length == kSpace ? kRunners<Cpu, kSpace, kEnds>[p][orders]
-                            : kRunners<Cpu, 0, kEnds>[p][orders];
-}
-
 template <Ends kEnds>
 DeBoorRunner runnerFor(int p, int orders, int length)
 {
     if (p < 1 || p > kMostDegree || (orders > kMostOrders && p > kMostOrders)) return runAny;
     const int known = std::min(orders, kMostOrders);
-#if defined(__x86_64__)
-    if (cpuLevel() == CpuLevel::kVectors256) return unrolled<Avx2, kEnds>(p, known, length);
-#endif
-    return unrolled<Plain, kEnds>(p, known, length);
+    return length == kSpace ? kRunners<kSpace, kEnds>[p][known] : kRunners<0, kEnds>[p][known];
 }
 
 void runWithZeros(const SpanWindow& window, double t, const DeBoorJob* jobs, int count)

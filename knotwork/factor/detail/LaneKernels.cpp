@@ -15,19 +15,6 @@ namespace {
 constexpr double kLeastSquare = 1e-280;
 constexpr double kMostSquare = 1e280;
 
-/// out[c] = x . column c, for `Count` columns of n numbers, n a multiple of four.
-template <int Count>
-[[gnu::always_inline]] inline void dots(std::ptrdiff_t n, const double* x, const double* columns,
-                                        std::ptrdiff_t leading, double* out)
-{
-    Pack sums[Count] = {};
-    for (std::ptrdiff_t i = 0; i < n; i += kPack) {
-        const Pack pack = load(x + i);
-        for (int c = 0; c < Count; ++c) sums[c] += pack * load(columns + c * leading + i);
-    }
-    for (int c = 0; c < Count; ++c) out[c] = (sums[c][0] + sums[c][1]) + (sums[c][2] + sums[c][3]);
-}
-
 /// column c += factors[c] x.
 template <int Count>
 [[gnu::always_inline]] inline void updates(std::ptrdiff_t n, const double* x, const double* factors,

@@ -9,6 +9,13 @@ namespace knotwork {
 struct Rotation {
     double c;
     double s;
+
+    void turn(double& a, double& b) const
+    {
+        const double before = a;
+        a = c * before + s * b;
+        b = c * b - s * before;
+    }
 };
 
 /// makeRotation where squares would leave the range of doubles, or there is nothing to rotate.

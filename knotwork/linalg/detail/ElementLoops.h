@@ -7,31 +7,24 @@
 
 namespace knotwork::detail {
 
-#if defined(__x86_64__) && !defined(__clang__)
-template <class Loop>
-[[gnu::target("avx2")]] void inAvx2(Loop& loop)
-{
-    loop();
-}
-
-/// Runs a loop over n elements, vectorised for the CPU at hand. Every element is computed by itself
-/// and nothing is contracted, so the bits are the plain loop's.
-template <class Loop>
-void inWideVectors(std::size_t n, Loop loop)
-{
-    constexpr std::size_t kFew = 8;  // elements that are not worth another call
-    if (n > kFew && knotwork::cpuLevel() == knotwork::CpuLevel::kVectors256)
-        inAvx2(loop);
-    else
-        loop();
-}
-#else
-template <class Loop>
-void inWideVectors(std::size_t, Loop loop)
-{
-    loop();
-}
-#endif
+/// Every element is computed by itself, so the bits are the plain loop's at every level.
+struct MapLoop {
+    template <class T, class Operation>
+    [[gnu::always_inline]] void operator()(T* out, const T* in, std::size_t n,
+                                           Operation& operation) const
+    {
+        for (std::size_t i = 0; i < n; ++i) out[i] = operation(in[i]);
+    }
+};
+struct ZipLoop {
+    template <class T, class Operation>
+    [[gnu::always_inline]] void operator()(T* out, const T* a, const T* b, std::size_t n,
+                                           Operation& operation) const
+    {
+        for (std::size_t i = 0; i < n; ++i) out[i] = operation(a[i], b[i]);
+    }
+};
+constexpr std::size_t kFew = 8;  // elements that are not worth another call
 
 // The element loops. Contiguous operands get a loop of their own, which the compiler vectorises;
 // operands may overlap, and then the order of the elements is part of the result.
@@ -41,10 +34,8 @@ void mapElements(T* out, std::ptrdiff_t outStride, const T* in, std::ptrdiff_t i
                  std::size_t n, Operation operation)
 {
     if (outStride == 1 && inStride == 1) {
-        inWideVectors(n, [=]() mutable {
-            for (std::size_t i = 0; i < n; ++i) out[i] = operation(in[i]);
-        });
-        return;
+        if (n > kFew) return runKernel<CpuLevel::kVectors256>(MapLoop(), out, in, n, operation);
+        return MapLoop()(out, in, n, operation);
     }
     for (std::size_t i = 0; i < n; ++i, out += outStride, in += inStride) *out = operation(*in);
 }
@@ -54,10 +45,8 @@ void zipElements(T* out, std::ptrdiff_t outStride, const T* a, std::ptrdiff_t aS
                  std::ptrdiff_t bStride, std::size_t n, Operation operation)
 {
     if (outStride == 1 && aStride == 1 && bStride == 1) {
-        inWideVectors(n, [=]() mutable {
-            for (std::size_t i = 0; i < n; ++i) out[i] = operation(a[i], b[i]);
-        });
-        return;
+        if (n > kFew) return runKernel<CpuLevel::kVectors256>(ZipLoop(), out, a, b, n, operation);
+        return ZipLoop()(out, a, b, n, operation);
     }
     for (std::size_t i = 0; i < n; ++i, out += outStride, a += aStride, b += bStride)
         *out = operation(*a, *b);

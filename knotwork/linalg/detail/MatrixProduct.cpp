@@ -2,10 +2,8 @@
 #include "knotwork/linalg/detail/MatrixProduct.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <cstring>
 
-#include "knotwork/linalg/LXBlock.h"
 #include "knotwork/platform/cpu.h"
 
 // The tile's helpers are always inlined: no vector crosses a call, so no calling convention is at
@@ -28,21 +26,22 @@ struct Lane<int> {
     using Type = unsigned;
 };
 
-// A block of a stays in the second-level cache while the columns of b go by; within it, one packed
-// panel of rows and one panel of columns share the first-level cache.
-constexpr std::size_t kDepth = 256;  // values of k that a packed panel holds
-constexpr std::size_t kPackedRows = 128;
+// What is packed of a, on the stack: small enough for any thread's, and for the second-level cache.
+constexpr std::size_t kDepth = 128;  // values of k that a packed panel holds
+constexpr std::size_t kPackedRows = 64;
 
-/// One tile of results: 2 vectors of `Bytes` bytes down, `Cols` columns across.
-template <class T, int Bytes, int Cols>
-struct Tile {
+/// Tiles of results: 2 vectors down, some columns across, as many as the registers hold.
+template <class T, CpuLevel kLevel>
+struct Tiles {
+    static constexpr int kBytes = 16 << static_cast<int>(kLevel);
     using Number = typename Lane<T>::Type;
-    typedef Number Vector __attribute__((vector_size(Bytes)));
+    typedef Number Vector __attribute__((vector_size(kBytes)));
     // The same vector anywhere in an array of T.
-    typedef Number Stored __attribute__((vector_size(Bytes), aligned(alignof(T)), may_alias));
-    static constexpr int kLanes = Bytes / static_cast<int>(sizeof(T));
+    typedef Number Stored __attribute__((vector_size(kBytes), aligned(alignof(T)), may_alias));
+    static constexpr int kLanes = kBytes / static_cast<int>(sizeof(T));
     static constexpr int kRows = 2 * kLanes;
-    static constexpr int kCols = Cols;
+    static constexpr int kLine = 64 / static_cast<int>(sizeof(T));  // of a cache
+    static constexpr int kCols = 4 + 2 * static_cast<int>(kLevel);
 
     [[gnu::always_inline]] static inline Vector load(const T* p)
     {
@@ -55,9 +54,11 @@ struct Tile {
 
     /// c := c + a b over `depth` values of k, in order; c := 0 + a b when the sums begin here. a is
     /// packed, so that the tile's rows lie together for each k; b has a pointer for each column.
+    /// `next`, results that are wanted soon, are fetched meanwhile.
+    template <int Cols>
     [[gnu::always_inline]] static inline void advance(std::size_t depth, const T* a,
                                                       const T* const* b, bool begin, T* c,
-                                                      std::ptrdiff_t columnStep)
+                                                      std::ptrdiff_t columnStep, const T* next)
     {
         Vector upper[Cols] = {};
         Vector lower[Cols] = {};
@@ -71,6 +72,9 @@ struct Tile {
                 lower[j] = load(c + j * columnStep + kLanes);
             }
         }
+#pragma GCC unroll 8
+        for (int j = 0; j < Cols; ++j)
+            for (int i = 0; i < kRows; i += kLine) __builtin_prefetch(next + j * columnStep + i, 1);
 #pragma GCC unroll 4
         for (std::size_t k = 0; k < depth; ++k, a += kRows) {
             const Vector aUpper = load(a);
@@ -92,9 +96,10 @@ struct Tile {
 
 /// Lays out rows [row, row + rows) of a for k in [k, k + depth): panels of Width rows, k by k. The
 /// last panel is filled up with zeros, whose results nobody reads.
-template <class T, int Width>
-void pack(const MatrixOperand<T>& a, std::size_t row, std::size_t rows, std::size_t k,
-          std::size_t depth, T* packed)
+template <int Width, class T>
+[[gnu::always_inline]] inline void pack(const MatrixOperand<T>& a, std::size_t row,
+                                        std::size_t rows, std::size_t k, std::size_t depth,
+                                        T* packed)
 {
     const T* corner = a.at(row, k);
     for (; rows >= Width; rows -= Width, corner += Width * a.rowStep) {
@@ -113,53 +118,51 @@ void pack(const MatrixOperand<T>& a, std::size_t row, std::size_t rows, std::siz
     }
 }
 
-/// A tile's shape and its functions, chosen once for the CPU at hand.
+/// Some rows of the product over some values of k: a's part is packed, b's begins at k.
 template <class T>
-struct TileKernel {
+struct Strip {
     std::size_t rows;
-    std::size_t cols;
-    void (*pack)(const MatrixOperand<T>&, std::size_t row, std::size_t rows, std::size_t k,
-                 std::size_t depth, T* packed);
-    void (*advance)(std::size_t depth, const T* a, const T* const* b, bool begin, T* c,
-                    std::ptrdiff_t columnStep);
+    std::size_t k;
+    std::size_t depth;
+    const T* packed;
+    bool begin;
+    T* c;
+    std::ptrdiff_t columnStep;
 };
-constexpr std::size_t kMostCols = 8;
-constexpr std::size_t kMostElements = 128;
 
-template <class T>
-using PlainTile = Tile<T, 16, 4>;
-template <class T>
-void advancePlain(std::size_t depth, const T* a, const T* const* b, bool begin, T* c,
-                  std::ptrdiff_t columnStep)
+/// Columns [j, j + Cols) of a strip: b's are read where they lie if each is contiguous, else from
+/// copies.
+template <class TilesT, int Cols, class T>
+[[gnu::always_inline]] inline void advanceColumns(const Strip<T>& s, const MatrixOperand<T>& b,
+                                                  std::size_t j, T* copies)
 {
-    PlainTile<T>::advance(depth, a, b, begin, c, columnStep);
-}
-
-#if defined(__x86_64__)
-template <class T>
-using Avx2Tile = Tile<T, 32, 6>;
-template <class T>
-[[gnu::target("avx2")]] void advanceAvx2(std::size_t depth, const T* a, const T* const* b,
-                                         bool begin, T* c, std::ptrdiff_t columnStep)
-{
-    Avx2Tile<T>::advance(depth, a, b, begin, c, columnStep);
-}
-#endif
-
-template <class T, class TileT>
-TileKernel<T> kernelOf(decltype(TileKernel<T>::advance) advance)
-{
-    static_assert(TileT::kCols <= kMostCols && TileT::kRows * TileT::kCols <= kMostElements);
-    return {TileT::kRows, TileT::kCols, pack<T, TileT::kRows>, advance};
-}
-
-template <class T>
-TileKernel<T> tileKernel()
-{
-#if defined(__x86_64__)
-    if (cpuLevel() == CpuLevel::kVectors256) return kernelOf<T, Avx2Tile<T>>(advanceAvx2<T>);
-#endif
-    return kernelOf<T, PlainTile<T>>(advancePlain<T>);
+    constexpr std::size_t kRows = TilesT::kRows;
+    const T* columns[Cols];
+    for (std::size_t l = 0; l < Cols; ++l) {
+        columns[l] = b.at(s.k, j + l);
+        if (b.rowStep == 1) continue;
+        T* copy = copies + l * kDepth;
+        for (std::size_t i = 0; i < s.depth; ++i)
+            copy[i] = columns[l][static_cast<std::ptrdiff_t>(i) * b.rowStep];
+        columns[l] = copy;
+    }
+    T* c = s.c + static_cast<std::ptrdiff_t>(j) * s.columnStep;
+    const auto ahead = static_cast<std::ptrdiff_t>(std::min<std::size_t>(Cols, b.cols - j - Cols));
+    const T* next = c + ahead * s.columnStep;
+    std::size_t i = 0;
+    for (; i + kRows <= s.rows; i += kRows)
+        TilesT::template advance<Cols>(s.depth, s.packed + i * s.depth, columns, s.begin, c + i,
+                                       s.columnStep, next + i);
+    if (i == s.rows) return;
+    T whole[kRows * Cols] = {};  // a tile of which only some rows are there
+    for (std::size_t l = 0; l < Cols; ++l)
+        std::copy_n(c + i + static_cast<std::ptrdiff_t>(l) * s.columnStep, s.begin ? 0 : s.rows - i,
+                    whole + l * kRows);
+    TilesT::template advance<Cols>(s.depth, s.packed + i * s.depth, columns, s.begin, whole, kRows,
+                                   whole);
+    for (std::size_t l = 0; l < Cols; ++l)
+        std::copy_n(whole + l * kRows, s.rows - i,
+                    c + i + static_cast<std::ptrdiff_t>(l) * s.columnStep);
 }
 
 std::size_t roundedUp(std::size_t n, std::size_t step)
@@ -174,108 +177,37 @@ std::size_t equalPart(std::size_t n, std::size_t most, std::size_t step)
     return roundedUp((n + parts - 1) / parts, step);
 }
 
-/// Uninitialised scratch on a cache line's boundary.
-template <class T>
-class Scratch {
-  public:
-    explicit Scratch(std::size_t count) : block_(count + kLine / sizeof(T), sizeof(T)) {}
-    T* data() const
-    {
-        const auto address = reinterpret_cast<std::uintptr_t>(block_.storage());
-        return address == 0 ? nullptr : reinterpret_cast<T*>(roundedUp(address, kLine));
-    }
-
-  private:
-    static constexpr std::size_t kLine = 64;
-    LXBlock block_;
-};
-
-/// The columns of b that a tile reads, from some k on: where they lie when each is contiguous, else
-/// as copies. Columns past the last one repeat it; nobody reads their results.
-template <class T>
-class ColumnPanel {
-  public:
-    ColumnPanel(const MatrixOperand<T>& b, std::size_t k, std::size_t depth, T* copies)
-        : b_(b), k_(k), depth_(depth), copies_(copies)
-    {
-    }
-    const T* const* at(std::size_t j, std::size_t cols, std::size_t tileCols)
-    {
-        for (std::size_t l = 0; l < tileCols; ++l)
-            columns_[l] = l < cols ? column(j + l, l) : columns_[l - 1];
-        return columns_;
-    }
-
-  private:
-    const T* column(std::size_t j, std::size_t l)
-    {
-        const T* p = b_.at(k_, j);
-        if (b_.rowStep == 1) return p;
-        T* copy = copies_ + l * depth_;
-        for (std::size_t i = 0; i < depth_; ++i, p += b_.rowStep) copy[i] = *p;
-        return copy;
-    }
-
-    const MatrixOperand<T>& b_;
-    const std::size_t k_;
-    const std::size_t depth_;
-    T* const copies_;
-    const T* columns_[kMostCols];
-};
-
-/// Advances a tile of which only rows x cols elements are there.
-template <class T>
-void advanceEdge(const TileKernel<T>& kernel, std::size_t rows, std::size_t cols, std::size_t depth,
-                 const T* a, const T* const* b, bool begin, T* c, std::ptrdiff_t columnStep)
-{
-    T whole[kMostElements] = {};
-    for (std::size_t l = 0; l < cols && !begin; ++l)
-        std::copy_n(c + static_cast<std::ptrdiff_t>(l) * columnStep, rows, whole + l * kernel.rows);
-    kernel.advance(depth, a, b, begin, whole, static_cast<std::ptrdiff_t>(kernel.rows));
-    for (std::size_t l = 0; l < cols; ++l)
-        std::copy_n(whole + l * kernel.rows, rows, c + static_cast<std::ptrdiff_t>(l) * columnStep);
-}
-
 /// c := a b, or c + a b when the sums go on from what c holds; its columns lie columnStep apart.
-template <class T>
-void advanceProduct(const MatrixOperand<T>& a, const MatrixOperand<T>& b, bool begin, T* c,
-                    std::ptrdiff_t columnStep)
-{
-    const std::size_t m = a.rows;
-    const std::size_t n = b.cols;
-    const std::size_t inner = a.cols;
-    const TileKernel<T> kernel = tileKernel<T>();
-    const std::size_t depth = equalPart(inner, kDepth, 1);
-    const std::size_t blockRows = equalPart(m, kPackedRows, kernel.rows);
-    const Scratch<T> scratchA(blockRows * depth);
-    const Scratch<T> scratchB(b.rowStep == 1 ? 0 : kernel.cols * depth);
-    T* packed = scratchA.data();
-    if (packed == nullptr || scratchB.data() == nullptr) return;
+struct ProductKernel {
+    template <CpuLevel kLevel, class T>
+    [[gnu::always_inline]] inline void operator()(AtLevel<kLevel>, const MatrixOperand<T>& a,
+                                                  const MatrixOperand<T>& b, bool begin, T* c,
+                                                  std::ptrdiff_t columnStep) const
+    {
+        using TilesT = Tiles<T, kLevel>;
+        const std::size_t n = b.cols;
+        const std::size_t depth = equalPart(a.cols, kDepth, 1);
+        const std::size_t rows = equalPart(a.rows, kPackedRows, TilesT::kRows);
+        alignas(64) T packed[kPackedRows * kDepth];
+        T copies[TilesT::kCols * kDepth];
 
-    for (std::size_t k = 0; k < inner; k += depth) {
-        const std::size_t depthHere = std::min(depth, inner - k);
-        ColumnPanel<T> panel(b, k, depthHere, scratchB.data());
-        const bool beginHere = begin && k == 0;
-        for (std::size_t row = 0; row < m; row += blockRows) {
-            const std::size_t rowsHere = std::min(blockRows, m - row);
-            kernel.pack(a, row, rowsHere, k, depthHere, packed);
-            for (std::size_t j = 0; j < n; j += kernel.cols) {
-                const std::size_t cols = std::min(kernel.cols, n - j);
-                const T* const* columns = panel.at(j, cols, kernel.cols);
-                for (std::size_t i = 0; i < rowsHere; i += kernel.rows) {
-                    const std::size_t rows = std::min(kernel.rows, rowsHere - i);
-                    T* corner = c + static_cast<std::ptrdiff_t>(j) * columnStep + row + i;
-                    if (rows == kernel.rows && cols == kernel.cols)
-                        kernel.advance(depthHere, packed + i * depthHere, columns, beginHere,
-                                       corner, columnStep);
-                    else
-                        advanceEdge(kernel, rows, cols, depthHere, packed + i * depthHere, columns,
-                                    beginHere, corner, columnStep);
-                }
+        Strip<T> s = {0, 0, 0, packed, false, nullptr, columnStep};
+        for (s.k = 0; s.k < a.cols; s.k += depth) {
+            s.depth = std::min(depth, a.cols - s.k);
+            s.begin = begin && s.k == 0;
+            for (std::size_t row = 0; row < a.rows; row += rows) {
+                s.rows = std::min(rows, a.rows - row);
+                s.c = c + row;
+                pack<TilesT::kRows>(a, row, s.rows, s.k, s.depth, packed);
+                std::size_t j = 0;
+                for (; j + TilesT::kCols <= n; j += TilesT::kCols)
+                    advanceColumns<TilesT, TilesT::kCols>(s, b, j, copies);
+                for (; j + 4 <= n; j += 4) advanceColumns<TilesT, 4>(s, b, j, copies);
+                for (; j < n; ++j) advanceColumns<TilesT, 1>(s, b, j, copies);
             }
         }
     }
-}
+};
 
 }  // namespace
 
@@ -288,14 +220,15 @@ void multiply(const MatrixOperand<T>& a, const MatrixOperand<T>& b, T* c)
     if (a.cols == 0)
         std::fill_n(c, m * n, T{0});
     else
-        advanceProduct(a, b, true, c, static_cast<std::ptrdiff_t>(m));
+        runKernel(ProductKernel(), a, b, true, c, static_cast<std::ptrdiff_t>(m));
 }
 
 template <class T>
 void addProduct(const MatrixOperand<T>& a, const MatrixOperand<T>& b, T* c,
                 std::ptrdiff_t columnStep)
 {
-    if (a.rows > 0 && b.cols > 0 && a.cols > 0) advanceProduct(a, b, false, c, columnStep);
+    if (a.rows > 0 && b.cols > 0 && a.cols > 0)
+        runKernel(ProductKernel(), a, b, false, c, columnStep);
 }
 
 template <class T>

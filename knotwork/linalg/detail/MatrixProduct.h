@@ -22,6 +22,13 @@ struct MatrixOperand {
     MatrixOperand transposed() const { return {data, colStep, rowStep, cols, rows}; }
 };
 
+/// rows x cols elements of a column-major array.
+inline MatrixOperand<double> columnMajor(const double* corner, std::ptrdiff_t leading, int rows,
+                                         int cols)
+{
+    return {corner, 1, leading, static_cast<unsigned>(rows), static_cast<unsigned>(cols)};
+}
+
 /// c := a b, with c column-major, contiguous and distinct from both; a.cols equals b.rows.
 /// Every element is one sum over k from 0 upwards, starting at zero, products rounded before they
 /// are added: the bits of a plain dot product on every CPU. Speed comes from advancing a tile of
