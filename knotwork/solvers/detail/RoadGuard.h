@@ -5,17 +5,21 @@
 
 namespace knotwork {
 
-/// What a short road found out about a system: estimates of norms of inverses (InverseNorm.h),
-/// bounds of other norms, and how many updates of one row the literal road may skip.
+/// What a short road found out about a system: estimates of norms of inverses, the larger one of
+/// the 1-norm and the 2-norm (InverseNorm.h), bounds of other norms, and how many updates of one
+/// row the literal road may skip.
 struct RoadMeasures {
-    double norm;                   // of the least-squares rows, or more
-    double inverseNorm;            // of their triangle S in the free unknowns
-    double longestConstraint;      // length of a row
-    double constraintInverseNorm;  // of the triangle T of the constraints
-    double constraintCondition;    // the same with their rows scaled to length 1
-    int freeSkips;                 // entries in a row of S
-    double sampleSkips;   // reflections of constraints that a least-squares row goes through
-    int constraintSkips;  // entries in a row of T beside the diagonal
+    double norm = 0.0;          // of the least-squares rows, or more
+    double fixedNorm = 0.0;     // of what they have of the unknowns that constraints fix, or more
+    double inverseNorm = 0.0;   // of their triangle S in the free unknowns
+    double pivotInverse = 0.0;  // in the 2-norm, or more: no pivot is below its reciprocal
+    double longestConstraint = 0.0;      // length of a row
+    double constraintInverseNorm = 0.0;  // of the triangle T of the constraints
+    double constraintPivotInverse = 0.0;
+    double constraintCondition = 0.0;  // the same with their rows scaled to length 1
+    double freeSkips = 0.0;            // entries in a row of S
+    double sampleSkips = 0.0;          // reflections of constraints that a sample goes through
+    double constraintSkips = 0.0;      // entries in a row of T beside the diagonal
 };
 
 /// RoadMeasures::sampleSkips, as root mean squares over all that is known of an unknown.
