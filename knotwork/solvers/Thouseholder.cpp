@@ -9,8 +9,8 @@
 
 #include "knotwork/linalg/DoubleVecPick.h"
 #include "knotwork/linalg/detail/Array.h"
+#include "knotwork/linalg/detail/OutOfMemory.h"
 #include "knotwork/solvers/detail/LiteralRoad.h"
-#include "knotwork/solvers/detail/OutOfMemory.h"
 #include "knotwork/solvers/detail/ProgressMeter.h"
 
 namespace {

@@ -7,7 +7,7 @@
 #include <limits>
 
 #include "knotwork/factor/DoubleSVDecomp.h"
-#include "knotwork/solvers/detail/OutOfMemory.h"
+#include "knotwork/linalg/detail/OutOfMemory.h"
 
 namespace {
 

@@ -233,6 +233,7 @@ TEST(RoadGuardTest, ConstructedSystemsDoNotTellTheRoadsApart)
         {"a curve and the default tolerance", curve, 3, 1e-10, 0, true},
         {"a curve and no tolerance", curve, 3, 0.0, 0, true},
         {"a dense system", dense(3), 2, 1e-12, 0, true},
+        {"a dense system with many constraints", randomMatrix(300, 100, 3), 30, 1e-10, 0, true},
         {"hidden growth, dependent", hiddenGrowth(28), 0, 1e-10, -1, false},
         {"hidden growth", hiddenGrowth(24), 0, 1e-10, 0, false},
         {"hidden growth, dense", hiddenGrowth(8), 8, 1e-10, 0, false},

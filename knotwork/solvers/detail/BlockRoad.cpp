@@ -5,6 +5,7 @@
 
 #include "knotwork/factor/BlockedQR.h"
 #include "knotwork/factor/InverseNorm.h"
+#include "knotwork/factor/PanelKernels.h"
 #include "knotwork/linalg/detail/Array.h"
 #include "knotwork/solvers/detail/ShortRoad.h"
 
@@ -41,8 +42,6 @@ class BlockRoad : public ShortRoad {
   private:
     template <int Lanes>
     void solveIn(const LaneReader& rhs, double* x) const;
-    template <int Lanes>
-    void subtractFixed(const double* y, double* b) const;
     double fixedNorm() const;
 
     int samples_;
@@ -79,46 +78,43 @@ void BlockRoad::solveIn(const LaneReader& rhs, double* x) const
     std::fill_n(x, std::ptrdiff_t{Lanes} * (fixed + free_.cols()), 0.0);
     for (int i = 0; i < fixed; ++i) rhs.read<Lanes>(samples_ + i, row(x, i));
     constraints_.solveTransposed<Lanes>(x);
-    subtractFixed<Lanes>(x, b.data());
+    for (int j = 0; j < fixed; ++j) {
+        const double* column = samplesTimesH_.data() + std::ptrdiff_t{samples_} * j;
+        const double* y = row(x, j);
+        for (int i = 0; i < samples_; ++i)
+            for (int c = 0; c < Lanes; ++c) row(b.data(), i)[c] -= column[i] * y[c];
+    }
     free_.reflect<Lanes>(b.data());
     free_.solve<Lanes>(b.data());
     std::copy_n(b.data(), std::ptrdiff_t{Lanes} * free_.cols(), row(x, fixed));
     constraints_.reflectBack<Lanes>(x);
 }
 
-/// b -= G y
-template <int Lanes>
-void BlockRoad::subtractFixed(const double* y, double* b) const
-{
-    const double* column = samplesTimesH_.data();
-    for (int j = 0; j < constraints_.cols(); ++j, column += samples_, y += Lanes)
-        for (int i = 0; i < samples_; ++i)
-            for (int c = 0; c < Lanes; ++c) b[std::ptrdiff_t{Lanes} * i + c] -= column[i] * y[c];
-}
-
 /// The 2-norm of G: that of G^T G, which the estimate takes for an inverse, is its square. Both
 /// factors are divided by the Frobenius norm, so that no square vanishes.
 double BlockRoad::fixedNorm() const
 {
+    static_assert(kFewLanes == kPanel, "a lane is a column of a panel");
+    const RowRange all = {0, samples_};
     const int fixed = constraints_.cols();
-    double squares = 0.0;
-    const double* const end = samplesTimesH_.data() + std::ptrdiff_t{samples_} * fixed;
-    for (const double* v = samplesTimesH_.data(); v != end; ++v) squares += *v * *v;
-    if (squares == 0.0) return 0.0;
-    const double whole = std::sqrt(squares);
-    Array<double> product(std::ptrdiff_t{kFewLanes} * samples_);
+    const auto column = [this](int j) {
+        return samplesTimesH_.data() + std::ptrdiff_t{samples_} * j;
+    };
+    double whole = 0.0;
+    for (const double* v = column(0); v != column(fixed); ++v) whole += *v * *v;
+    if (whole == 0.0) return 0.0;
+    whole = std::sqrt(whole);
+
+    Array<double> numbers(std::ptrdiff_t{kPanel} * samples_);
+    double* product[kPanel];
+    for (int c = 0; c < kPanel; ++c) product[c] = &numbers[std::ptrdiff_t{samples_} * c];
     const auto multiply = [&](double* y) {
-        std::fill(product.begin(), product.end(), 0.0);
-        subtractFixed<kFewLanes>(y, product.data());
-        for (double& v : product) v /= whole;
-        const double* column = samplesTimesH_.data();
-        for (int j = 0; j < fixed; ++j, column += samples_, y += kFewLanes) {
-            double sums[kFewLanes] = {};
-            for (int i = 0; i < samples_; ++i)
-                for (int c = 0; c < kFewLanes; ++c)
-                    sums[c] -= column[i] * product[std::ptrdiff_t{kFewLanes} * i + c];
-            for (int c = 0; c < kFewLanes; ++c) y[c] = sums[c] / whole;
-        }
+        for (int i = 0; i < kPanel * fixed; ++i) y[i] /= whole;
+        std::fill(numbers.begin(), numbers.end(), 0.0);
+        for (int j = 0; j < fixed; ++j)
+            panelUpdate(all, column(j), product, kPanel, y + kPanel * j);
+        for (int j = 0; j < fixed; ++j) panelDot(all, column(j), product, kPanel, y + kPanel * j);
+        for (int i = 0; i < kPanel * fixed; ++i) y[i] /= whole;
     };
     return whole * std::sqrt(estimateInverseNorms(fixed, multiply, multiply).spectral);
 }
