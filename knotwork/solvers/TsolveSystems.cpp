@@ -43,6 +43,16 @@ void TsolveSystems::deepenShallowCopy()
     systemCopy_.deepenShallowCopy();
 }
 
+unsigned TsolveSystems::workingRows() const
+{
+    return system_.rows();
+}
+
+unsigned TsolveSystems::workingCols() const
+{
+    return system_.cols();
+}
+
 DoubleGenMat TsolveSystems::denseWorking() const
 {
     return system_.expanded();

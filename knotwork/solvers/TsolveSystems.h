@@ -49,8 +49,8 @@ class KNOTWORK_EXPORT TsolveSystems : public TbaseSolver {
     DoubleGenMat& working_ = system_.dense();  ///< empty while the system is held as spans
     int maxEntriesPerRow_;  // thinning happens from 1 to one less than the columns
 
-    unsigned workingRows() const { return system_.rows(); }
-    unsigned workingCols() const { return system_.cols(); }
+    unsigned workingRows() const;
+    unsigned workingCols() const;
     DoubleGenMat denseWorking() const;  ///< shares working_ unless the system is held as spans
     bool thins(unsigned cols) const;
 

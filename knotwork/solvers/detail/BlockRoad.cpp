@@ -155,7 +155,8 @@ RoadMeasures BlockRoad::measures() const
 
 std::unique_ptr<ShortRoad> blockRoad(const DoubleGenMat& matrix, int constraints)
 {
-    if (static_cast<int>(matrix.cols()) < kFewCols) return nullptr;
+    const bool large = static_cast<int>(matrix.cols()) >= kFewCols;
+    if (!large || matrix.dataVec().stride() != 1) return nullptr;
     return std::make_unique<BlockRoad>(matrix, constraints);
 }
 

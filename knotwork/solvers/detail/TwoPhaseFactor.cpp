@@ -81,7 +81,10 @@ TwoPhaseFactors::TwoPhaseFactors(const DoubleGenMat& matrix, int constraints, do
       colOrder(at.cols),
       reach(at.cols)
 {
-    std::copy_n(matrix.data(), numbers.size(), numbers.begin());
+    for (int j = 0; j < at.cols; ++j) {
+        const DoubleVec from(matrix.col(j));
+        for (int i = 0; i < at.rows; ++i) column(j)[i] = from(i);
+    }
     std::iota(rowOrder.begin(), rowOrder.end(), 0);
     std::iota(colOrder.begin(), colOrder.end(), 0);
     for (int j = 0; j < at.cols && at.firstConstraint > 0; ++j) {
