@@ -51,12 +51,15 @@ void InverseNormProbe::advance(bool transposed)
     double climbed = 0.0;
     for (std::ptrdiff_t i = 0; i < n_ && !transposed; ++i)
         climbed += std::fabs(block_[static_cast<std::size_t>(kFewLanes * i)]);
-    for (const double grown : {climbed, normalise()})
-        // Negated, so that a NaN lands here too.
-        norm_ = !(grown < std::numeric_limits<double>::infinity())
-                    ? std::numeric_limits<double>::infinity()
-                    : std::max(norm_, grown);
+    spectralNorm_ = larger(spectralNorm_, normalise());
+    norm_ = larger(larger(norm_, climbed), spectralNorm_);
     climb(transposed);
+}
+
+double InverseNormProbe::larger(double norm, double grown)
+{
+    constexpr double kInfinity = std::numeric_limits<double>::infinity();
+    return !(grown < kInfinity) ? kInfinity : std::max(norm, grown);  // negated for a NaN
 }
 
 /// Brings the random lanes to length 1; returns the largest length.

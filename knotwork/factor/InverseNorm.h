@@ -14,23 +14,32 @@ class InverseNormProbe {
     explicit InverseNormProbe(int n);
     double* block() { return block_.data(); }
     double norm() const { return norm_; }
+    double spectralNorm() const { return spectralNorm_; }  ///< what the random vectors say alone
 
     /// After y := A^-1 y, or A^-T y: measures what grew, and prepares the other one of the two.
     void advance(bool transposed);
 
   private:
+    static double larger(double norm, double grown);
     double normalise();
     void climb(bool transposed);
 
     int n_;
     std::vector<double> block_;  // n rows of kFewLanes; the climbing lane is the first
     double norm_ = 0.0;
+    double spectralNorm_ = 0.0;
 };
 
-/// Estimates the norm of the inverse of an n x n matrix, the larger one of its 1-norm and its
-/// 2-norm, from four solves in place with kFewLanes right-hand sides each (see LaneKernels.h):
-/// solve(y): y := A^-1 y, and solveTransposed(y): y := A^-T y.
-/// Bounds    never above that norm but for rounding; below the 2-norm by a factor of f or more with
+/// Estimates of the larger one of the 1-norm and the 2-norm, and of the 2-norm.
+struct InverseNorms {
+    double larger;
+    double spectral;
+};
+
+/// Estimates the norms of the inverse of an n x n matrix from four solves in place with kFewLanes
+/// right-hand sides each (see LaneKernels.h): solve(y): y := A^-1 y, and solveTransposed(y): y :=
+/// A^-T y. Bounds    never above the norms but for rounding; below the 2-norm by a factor of f or
+/// more with
 ///           a chance of at most (3.2 sqrt(n) / f^4)^3, for a matrix that was not made with the
 ///           random vectors in mind, which are the same ones in every run. Infinite where a solve
 ///           leaves the doubles.
@@ -42,7 +51,7 @@ class InverseNormProbe {
 ///           extremal eigenvalues and condition numbers of matrices, SIAM J. Numer. Anal. 20
 ///           (1983), here with random vectors from a cube.
 template <class Solve, class SolveTransposed>
-double estimateInverseNorm(int n, Solve solve, SolveTransposed solveTransposed)
+InverseNorms estimateInverseNorms(int n, Solve solve, SolveTransposed solveTransposed)
 {
     constexpr int kSolves = 4;
     InverseNormProbe probe(n);
@@ -54,7 +63,14 @@ double estimateInverseNorm(int n, Solve solve, SolveTransposed solveTransposed)
             solve(probe.block());
         probe.advance(transposed);
     }
-    return probe.norm();
+    return {probe.norm(), probe.spectralNorm()};
+}
+
+/// The larger one.
+template <class Solve, class SolveTransposed>
+double estimateInverseNorm(int n, Solve solve, SolveTransposed solveTransposed)
+{
+    return estimateInverseNorms(n, solve, solveTransposed).larger;
 }
 
 }  // namespace knotwork

@@ -2,7 +2,7 @@
 #include "knotwork/solvers/TbaseSolver.h"
 
 #include "knotwork/linalg/DoubleVecPick.h"
-#include "knotwork/solvers/detail/OutOfMemory.h"
+#include "knotwork/linalg/detail/OutOfMemory.h"
 
 namespace {
 

@@ -6,31 +6,21 @@
 #include <limits>
 #include <mutex>
 #include <numeric>
-#include <vector>
 
 #include "knotwork/linalg/DoubleVecPick.h"
-#include "knotwork/solvers/detail/DenseRoad.h"
-#include "knotwork/solvers/detail/OutOfMemory.h"
+#include "knotwork/linalg/detail/Array.h"
+#include "knotwork/linalg/detail/OutOfMemory.h"
+#include "knotwork/solvers/detail/LiteralRoad.h"
 #include "knotwork/solvers/detail/ProgressMeter.h"
-#include "knotwork/solvers/detail/SpanSystem.h"
-#include "knotwork/solvers/detail/SparseRoad.h"
-#include "knotwork/solvers/detail/TwoPhase.h"
 
 namespace {
 
-constexpr int kMostPivots = 65535;  // what 16-bit work vectors can hold
-
-/// The length of the work vectors: counts reduced to 16 bits before they are compared, as hosts
-/// laid them down. min(rows, cols) fits as long as it is at most kMostPivots.
-unsigned workLength(const DoubleGenMat& a)
-{
-    return std::max(a.rows() & 0xFFFFu, a.cols() & 0xFFFFu);
-}
+using knotwork::Array;
 
 /// 0 as long as the first points have no number that is not finite.
 double sumOfZeros(const TtupleVector& points, int count)
 {
-    const DoubleVec numbers(TtupleVector(points).data());
+    const DoubleVec& numbers = points.numbers();
     const std::ptrdiff_t step = numbers.stride();
     const std::ptrdiff_t total = std::ptrdiff_t{points.size()} * count;
     const double* from = numbers.data();
@@ -43,8 +33,19 @@ double sumOfZeros(const TtupleVector& points, int count)
     return std::accumulate(sums, sums + kSums, 0.0);
 }
 
-/// The largest magnitude; a NaN when a number is not finite.
-double largestOrNaN(const double* numbers, int count, std::ptrdiff_t step)
+/// Which coordinates have a number that is not finite in their first points.
+Array<char> spoiltCoordinates(const TtupleVector& points, int count)
+{
+    Array<char> spoilt(points.size(), 0);
+    if (sumOfZeros(points, count) == 0.0) return spoilt;
+    TtupleVector source(points);
+    for (int k = 0; k < points.size(); ++k)
+        if (sumOfZeros(TtupleVector(1, source.component(k).copy()), count) != 0.0) spoilt[k] = 1;
+    return spoilt;
+}
+
+/// The largest magnitude; less than any for a number that is not finite.
+double largestFinite(const double* numbers, int count, std::ptrdiff_t step)
 {
     double most = 0.0;
     double zero = 0.0;
@@ -53,49 +54,44 @@ double largestOrNaN(const double* numbers, int count, std::ptrdiff_t step)
         most = most < magnitude ? magnitude : most;
         zero += 0.0 * magnitude;
     }
-    return most + zero;
+    return zero == 0.0 ? most : -1.0;
 }
 
-/// Which coordinates have a number that is not finite in their first points; empty for none.
-std::vector<char> spoiltCoordinates(const TtupleVector& points, int count)
+bool isZero(const TtupleVector& rhs, int coordinate, int rows)
 {
-    std::vector<char> spoilt;
-    if (sumOfZeros(points, count) == 0.0) return spoilt;
-    TtupleVector source(points);
-    for (int k = 0; k < points.size(); ++k)
-        spoilt.push_back(sumOfZeros(TtupleVector(1, source.component(k).copy()), count) == 0.0 ? 0
-                                                                                               : 1);
-    return spoilt;
+    const DoubleVec numbers(TtupleVector(rhs).component(coordinate));
+    for (int i = 0; i < rows; ++i)
+        if (numbers(i) != 0.0) return false;
+    return true;
 }
 
-/// to = factor from; rows of neighbours, the common case, go in one move.
-void copyScaled(int n, double factor, const double* from, std::ptrdiff_t fromStep, double* to,
-                std::ptrdiff_t toStep)
+/// Lanes to the coordinates from `first` on; points beyond the unknowns are cleared.
+void writeLanes(const double* found, int unknowns, const knotwork::LaneReader& lanes, int first,
+                TtupleVector& x)
 {
-    if (fromStep == 1 && toStep == 1)
-        for (int c = 0; c < n; ++c) to[c] = factor * from[c];
-    else
-        for (int c = 0; c < n; ++c) to[toStep * c] = factor * from[fromStep * c];
+    DoubleVec numbers(x.data());
+    const std::ptrdiff_t step = numbers.stride();
+    const int width = lanes.width();
+    for (int i = 0; i < x.points(); ++i, found += lanes.lanes()) {
+        double* to = numbers.data() + (std::ptrdiff_t{x.size()} * i + first) * step;
+        if (i >= unknowns)
+            for (int c = 0; c < width; ++c) to[step * c] = 0.0;
+        else if (step == 1)
+            std::copy_n(found, width, to);
+        else
+            for (int c = 0; c < width; ++c) to[step * c] = found[c];
+    }
 }
 
 }  // namespace
 
-/// The short road, sparse or dense, which is only read and which copies share, and a solver of the
-/// same system on the literal road, which is made when a right-hand side first asks for it. That
-/// one is of arrays, which count who shares them unsynchronised, so that every copy has its own.
-struct Thouseholder::Shortcut {
-    Shortcut() = default;
-    Shortcut(const Shortcut& other)
-        : sparse(other.sparse), dense(other.dense), tolerance(other.tolerance)
-    {
-    }
-    Shortcut& operator=(const Shortcut&) = delete;
-
-    std::shared_ptr<const knotwork::SparseRoad> sparse;
-    std::shared_ptr<const knotwork::DenseRoad> dense;
-    double tolerance = 0.0;  // at the set-up
+/// The road that was taken, and the literal one, which is made when a right-hand side first asks
+/// for it: each is only read from then on.
+struct Thouseholder::Factors {
+    std::unique_ptr<const knotwork::Road> road;
+    double negligible = 0.0;  // at the set-up
     std::once_flag literalMade;
-    std::unique_ptr<Thouseholder> literal;
+    std::unique_ptr<const knotwork::LiteralRoad> literal;
 };
 
 Thouseholder::Thouseholder(TsolverReporter& reporter, double tolerance, int maxEntriesPerRow,
@@ -112,21 +108,7 @@ Thouseholder::Thouseholder(double tolerance, int maxEntriesPerRow, bool keepMatr
 {
 }
 
-Thouseholder::Thouseholder(const Thouseholder& other)
-    : TsolveConstrainedLsq(other),
-      negligible_(other.negligible_),
-      literalOnly_(other.literalOnly_),
-      beta_(other.beta_),
-      diagonal_(other.diagonal_),
-      norms_(other.norms_),
-      rowOrder_(other.rowOrder_),
-      colOrder_(other.colOrder_),
-      factored_(other.factored_),
-      blocks_(other.blocks_),
-      shortcut_(other.shortcut_)
-{
-    Thouseholder::deepenShallowCopy();
-}
+Thouseholder::Thouseholder(const Thouseholder& other) = default;
 
 Thouseholder::~Thouseholder() = default;
 
@@ -134,69 +116,41 @@ Thouseholder& Thouseholder::reference(Thouseholder& other)
 {
     TsolveConstrainedLsq::reference(other);
     negligible_ = other.negligible_;
-    beta_.reference(other.beta_);
-    diagonal_.reference(other.diagonal_);
-    norms_.reference(other.norms_);
-    rowOrder_.reference(other.rowOrder_);
-    colOrder_.reference(other.colOrder_);
-    factored_.reference(other.factored_);
-    blocks_ = other.blocks_;
-    shortcut_ = other.shortcut_;
+    factors_ = other.factors_;
     return *this;
 }
 
 void Thouseholder::deepenShallowCopy()
 {
     TsolveConstrainedLsq::deepenShallowCopy();
-    beta_.deepenShallowCopy();
-    diagonal_.deepenShallowCopy();
-    norms_.deepenShallowCopy();
-    rowOrder_.deepenShallowCopy();
-    colOrder_.deepenShallowCopy();
-    factored_.deepenShallowCopy();
-    if (shortcut_.use_count() < 2) return;
-    knotwork::completed([&] { shortcut_ = std::make_shared<Shortcut>(*shortcut_); },
-                        [&] { dependent_ = true; });
 }
 
 bool Thouseholder::factor()
 {
     negligible_ = tolerance_ / 10.0;
     releaseFactors();
-    if (!literalOnly_ && findShortcut()) {
-        dependent_ = false;
-        return true;
-    }
-    expandWorking();
-    rowOrder_.reference(IntVec(working_.rows(), 0, 1));
-    colOrder_.reference(IntVec(working_.cols(), 0, 1));
-    beta_.reference(DoubleVec(workLength(working_), 0.0));
-    norms_.reference(DoubleVec(workLength(working_), 0.0));
-    diagonal_.reference(DoubleVec(workLength(working_), 0.0));
-    factored_.reference(working_.copy());
-    blocks_ = std::make_shared<knotwork::RowBlocks>(factored_);
-    if (inPlace()) dependent_ = false;
+    if ((!literalOnly_ && findShortRoad()) || inPlace()) dependent_ = false;
     return !dependent_;
 }
 
 void Thouseholder::releaseFactors()
 {
-    factored_.reference(DoubleGenMat());
-    blocks_.reset();
-    shortcut_.reset();
+    factors_.reset();
 }
 
-bool Thouseholder::findShortcut()
+void Thouseholder::hold(std::unique_ptr<const knotwork::Road> road)
 {
-    if (workingCols() > static_cast<unsigned>(kMostPivots)) return false;
-    auto shortcut = std::make_shared<Shortcut>();
-    shortcut->tolerance = tolerance_;
-    if (spans_)
-        shortcut->sparse = knotwork::SparseRoad::find(*spans_, numConstraints_, negligible_);
-    else
-        shortcut->dense = knotwork::DenseRoad::find(working_, numConstraints_, negligible_);
-    if (!shortcut->sparse && !shortcut->dense) return false;
-    shortcut_ = std::move(shortcut);
+    factors_ = std::make_shared<Factors>();
+    factors_->road = std::move(road);
+    factors_->negligible = negligible_;
+}
+
+bool Thouseholder::findShortRoad()
+{
+    if (workingCols() > static_cast<unsigned>(knotwork::LiteralRoad::kMostPivots)) return false;
+    auto road = knotwork::findShortRoad(system_, numConstraints_, negligible_);
+    if (!road) return false;
+    hold(std::move(road));
     reportSteps();
     return true;
 }
@@ -215,25 +169,22 @@ void Thouseholder::reportSteps() const
     if (rows > numConstraints_) phase(cols - numConstraints_, rows);
 }
 
-bool Thouseholder::inPlace()
+/// Answers of the literal road have no least one.
+bool Thouseholder::onShortRoad() const
 {
-    if (numConstraints_ > static_cast<int>(factored_.rows())) return false;
-    if (!dependent_) return true;
-    const knotwork::TwoPhaseLayout layout(factored_, numConstraints_);
-    if (!layout.valid() || std::min(layout.rows, layout.cols) > kMostPivots) return false;
-    return knotwork::TwoPhaseFactor(layout, arrays(), negligible_, reporter_).run();
+    return factors_ && factors_->road->leastAnswer() >= 0.0;
 }
 
-knotwork::TwoPhaseArrays Thouseholder::arrays() const
+bool Thouseholder::inPlace()
 {
-    DoubleGenMat factored(factored_);
-    DoubleVec beta(beta_);
-    DoubleVec diagonal(diagonal_);
-    DoubleVec norms(norms_);
-    IntVec rowOrder(rowOrder_);
-    IntVec colOrder(colOrder_);
-    return {factored.data(), beta.data(),     diagonal.data(), norms.data(),
-            rowOrder.data(), colOrder.data(), blocks_.get()};
+    if (numConstraints_ > static_cast<int>(workingRows())) return false;
+    if (!dependent_) return true;
+    system_.expand();
+    auto road =
+        std::make_unique<knotwork::LiteralRoad>(working_, numConstraints_, negligible_, reporter_);
+    const bool stands = road->everyPivotStands();
+    hold(std::move(road));
+    return stands;
 }
 
 int Thouseholder::solveInPlace(DoubleVec& rhs, DoubleVec* x) const
@@ -246,157 +197,66 @@ int Thouseholder::solveInPlace(DoubleVec& rhs, DoubleVec* x) const
 
 int Thouseholder::solveInPlace(TtupleVector& rhs, TtupleVector* x) const
 {
-    const auto rows = static_cast<int>(shortcut_ ? workingRows() : factored_.rows());
-    const auto cols = static_cast<int>(shortcut_ ? workingCols() : factored_.cols());
+    const int rows = static_cast<int>(workingRows());
+    const int cols = static_cast<int>(workingCols());
     if (x == nullptr || x->points() < cols || rhs.points() < rows) return knotwork::kBadArgument;
     if (x->size() != rhs.size()) return knotwork::kBadArgument;
-    if (isDependent()) return knotwork::kDependent;
-
+    if (isDependent() || !factors_) return knotwork::kDependent;
     return knotwork::withoutBadAlloc(
         [&] {
-            const std::vector<char> spoilt = spoiltCoordinates(rhs, rows);
-            if (shortcut_)
-                solveShort(rhs, *x, spoilt);
-            else
-                solveCoordinates(rhs, *x);
-            for (int k = 0; k < static_cast<int>(spoilt.size()); ++k)
-                if (spoilt[static_cast<std::size_t>(k)] != 0)
-                    x->component(k).slice(0, static_cast<unsigned>(cols), 1) =
-                        std::numeric_limits<double>::quiet_NaN();
+            solveCoordinates(rhs, *x);
             return knotwork::kSolved;
         },
         knotwork::kBadArgument);
 }
 
-/// Many coordinates go through the factor together, few of them a column each.
-void Thouseholder::solveCoordinates(TtupleVector& rhs, TtupleVector& x) const
+/// Many coordinates go through the factors together. What is not finite spoils its own, and an
+/// answer within reach of the thresholds comes from the literal road.
+void Thouseholder::solveCoordinates(const TtupleVector& rhs, TtupleVector& x) const
 {
-    for (int first = 0; first < rhs.size();) {
-        const int left = rhs.size() - first;
-        const int width = std::min(left, left > knotwork::kPanel ? knotwork::kInterleaved : left);
-        if (left > knotwork::kPanel)
-            solveSome<knotwork::InterleavedBlock>(rhs, x, first, width);
-        else
-            solveSome<knotwork::ColumnBlock>(rhs, x, first, width);
-        first += width;
-    }
-}
-
-template <class Block>
-void Thouseholder::solveSome(TtupleVector& rhs, TtupleVector& x, int first, int width) const
-{
-    const bool scaled = rhsMult_.length() == static_cast<unsigned>(rhs.points());
-    const knotwork::TwoPhaseLayout layout(factored_, numConstraints_);
-    knotwork::TwoPhaseSolve<Block> solve(layout, arrays(), negligible_, width);
-    const DoubleVec right(rhs.data());
-    const std::ptrdiff_t step = right.stride();
-    for (int i = 0; i < layout.rows; ++i) {
-        const int row = rowOrder_(i);
-        const double factor = scaled ? rhsMult_(row) : 1.0;
-        const double* numbers = right.data() + (std::ptrdiff_t{rhs.size()} * row + first) * step;
-        double* to = &solve.rhs().at(i, 0);
-        const std::ptrdiff_t toStep = width > 1 ? &solve.rhs().at(i, 1) - to : 1;
-        copyScaled(width, factor, numbers, step, to, toStep);
-    }
-    solve.run();
-
-    DoubleVec solution(x.data());
-    const std::ptrdiff_t stride = solution.stride();
-    const auto numbersOf = [&](int unknown) {
-        return solution.data() + (std::ptrdiff_t{x.size()} * unknown + first) * stride;
-    };
-    for (int i = 0; i < x.points(); ++i)
-        for (int c = 0; c < width; ++c) numbersOf(i)[stride * c] = 0.0;
-    for (int j = 0; j < layout.cols; ++j) {
-        const double* from = &solve.x().at(j, 0);
-        const std::ptrdiff_t fromStep = width > 1 ? &solve.x().at(j, 1) - from : 1;
-        copyScaled(width, 1.0, from, fromStep, numbersOf(colOrder_(j)), stride);
-    }
-}
-
-void Thouseholder::solveShort(const TtupleVector& rhs, TtupleVector& x,
-                              const std::vector<char>& spoilt) const
-{
-    for (int first = 0; first < rhs.size();) {
-        const int left = rhs.size() - first;
-        if (left > knotwork::kFewLanes)
-            solveLanes<knotwork::kManyLanes>(rhs, x, first, std::min(left, knotwork::kManyLanes),
-                                             spoilt);
-        else
-            solveLanes<knotwork::kFewLanes>(rhs, x, first, left, spoilt);
-        first += left > knotwork::kFewLanes ? knotwork::kManyLanes : knotwork::kFewLanes;
-    }
-}
-
-template <int Lanes>
-void Thouseholder::solveLanes(const TtupleVector& rhs, TtupleVector& x, int first, int width,
-                              const std::vector<char>& spoilt) const
-{
+    const int rows = static_cast<int>(workingRows());
     const int cols = static_cast<int>(workingCols());
     const bool scaled = rhsMult_.length() == static_cast<unsigned>(rhs.points());
-    const DoubleVec right(TtupleVector(rhs).data());
-    const std::ptrdiff_t step = right.stride();
-    const double* numbers = right.data() + first * step;
-    const std::ptrdiff_t pointStep = std::ptrdiff_t{rhs.size()} * step;
-    double largest[Lanes] = {};
-    const auto fetch = [&](int i, double* lanes) {
-        const double factor = scaled ? rhsMult_(i) : 1.0;
-        const double* from = numbers + pointStep * i;
-        const auto take = [&](int count, std::ptrdiff_t apart) {
-            for (int c = 0; c < count; ++c) {
-                lanes[c] = factor * from[apart * c];
-                const double magnitude = std::fabs(lanes[c]);
-                largest[c] = largest[c] < magnitude ? magnitude : largest[c];
+    const DoubleVec rowFactors(scaled ? rhsMult_ : DoubleVec());
+    const Array<char> spoilt = spoiltCoordinates(rhs, rows);
+    const double least = factors_->road->leastAnswer();
+    Array<double> found;
+    for (int first = 0; first < rhs.size();) {
+        const knotwork::LaneReader right(rhs, rowFactors, first);
+        const int step = right.lanes();
+        found.resize(std::ptrdiff_t{step} * cols);
+        factors_->road->solve(right, found.data());
+        for (int c = 0; c < right.width(); ++c) {
+            double* lane = found.data() + c;
+            if (spoilt[first + c] != 0) {
+                for (int j = 0; j < cols; ++j)
+                    lane[std::ptrdiff_t{step} * j] = std::numeric_limits<double>::quiet_NaN();
+                continue;
             }
-        };
-        if (width == Lanes && step == 1)
-            take(Lanes, 1);  // the counts are known here, which makes vectors of it
-        else
-            take(width, step);
-    };
-    std::vector<double> found(static_cast<std::size_t>(cols) * Lanes);
-    if (shortcut_->sparse)
-        shortcut_->sparse->solve<Lanes>(fetch, found.data());
-    else
-        shortcut_->dense->solve<Lanes>(fetch, found.data());
-    const double least =
-        shortcut_->sparse ? shortcut_->sparse->leastAnswer() : shortcut_->dense->leastAnswer();
-    for (int c = 0; c < width; ++c) {
-        if (!spoilt.empty() && spoilt[static_cast<std::size_t>(first + c)] != 0) continue;
-        const double most = largestOrNaN(found.data() + c, cols, Lanes);
-        if (most >= least || (most == 0.0 && largest[c] == 0.0)) continue;
-        solveLiterally(rhs, first + c, found.data() + c, Lanes);
-    }
-
-    DoubleVec solution(x.data());
-    const std::ptrdiff_t stride = solution.stride();
-    for (int i = 0; i < x.points(); ++i) {
-        double* to = solution.data() + (std::ptrdiff_t{x.size()} * i + first) * stride;
-        if (i < cols)
-            copyScaled(width, 1.0, found.data() + std::ptrdiff_t{Lanes} * i, 1, to, stride);
-        else
-            for (int c = 0; c < width; ++c) to[stride * c] = 0.0;
+            const double most = largestFinite(lane, cols, step);
+            if (most < least && !(most == 0.0 && isZero(rhs, first + c, rows)))
+                solveLiterally(rhs, rowFactors, first + c, lane, step);
+        }
+        writeLanes(found.data(), cols, right, first, x);
+        first += right.width();
     }
 }
 
-/// One coordinate of the right-hand side on the literal road; unknown j goes to x[step * j].
-void Thouseholder::solveLiterally(const TtupleVector& rhs, int coordinate, double* x,
-                                  std::ptrdiff_t step) const
+/// One coordinate; unknown j goes to x[step * j].
+void Thouseholder::solveLiterally(const TtupleVector& rhs, const DoubleVec& rowFactors,
+                                  int coordinate, double* x, int step) const
 {
-    std::call_once(shortcut_->literalMade, [this] {
-        auto literal = std::make_unique<Thouseholder>(shortcut_->tolerance, 0, false);
-        literal->keepToLiteralRoad();
-        literal->working_.reference(denseWorking());
-        literal->numConstraints_ = numConstraints_;
-        literal->rhsMult_.reference(rhsMult_.copy());
-        literal->factor();
-        literal->working_.reference(DoubleGenMat());
-        shortcut_->literal = std::move(literal);
+    std::call_once(factors_->literalMade, [this] {
+        factors_->literal = std::make_unique<knotwork::LiteralRoad>(
+            denseWorking(), numConstraints_, factors_->negligible, knotwork::defaultReporter());
     });
-    DoubleVec right(TtupleVector(rhs).component(coordinate).copy());
-    DoubleVec solution(workingCols(), 0.0);
-    if (shortcut_->literal->solveInPlace(right, &solution) != knotwork::kSolved) return;
-    for (int j = 0; j < static_cast<int>(solution.length()); ++j) x[step * j] = solution(j);
+    if (!factors_->literal->everyPivotStands()) return;
+    const knotwork::LaneReader right(rhs, rowFactors, coordinate, 1);
+    const int lanes = right.lanes();
+    Array<double> found(std::ptrdiff_t{lanes} * static_cast<int>(workingCols()));
+    factors_->literal->solve(right, found.data());
+    for (int j = 0; j < static_cast<int>(workingCols()); ++j)
+        x[std::ptrdiff_t{step} * j] = found[std::ptrdiff_t{lanes} * j];
 }
 
 TtupleVector Thouseholder::altSolve(const TtupleVector& rhs, int depth)

@@ -2,14 +2,12 @@
 #pragma once
 
 #include <memory>
-#include <vector>
 
 #include "knotwork/solvers/TsolveConstrainedLsq.h"
 
 namespace knotwork {
-class RowBlocks;
-struct TwoPhaseArrays;
-}  // namespace knotwork
+class Road;
+}
 
 /// Equality-constrained least squares by direct elimination with Householder reflections.
 /// Phase 1   reduces the constraint rows from the right, row pivoting by largest remaining norm,
@@ -67,35 +65,19 @@ class KNOTWORK_EXPORT Thouseholder : public TsolveConstrainedLsq {
         literalOnly_ = true;
         takeNoSpans();
     }
-    bool onShortRoad() const { return shortcut_ != nullptr; }
+    bool onShortRoad() const;
 
   private:
-    struct Shortcut;
-    knotwork::TwoPhaseArrays arrays() const;
+    struct Factors;
     TtupleVector dampedSolve(const TtupleVector& rhs, int depth);
-    bool findShortcut();
+    bool findShortRoad();
+    void hold(std::unique_ptr<const knotwork::Road> road);
     void reportSteps() const;
-    void solveCoordinates(TtupleVector& rhs, TtupleVector& x) const;
-    template <class Block>
-    void solveSome(TtupleVector& rhs, TtupleVector& x, int first, int width) const;
-    void solveShort(const TtupleVector& rhs, TtupleVector& x,
-                    const std::vector<char>& spoilt) const;
-    template <int Lanes>
-    void solveLanes(const TtupleVector& rhs, TtupleVector& x, int first, int width,
-                    const std::vector<char>& spoilt) const;
-    void solveLiterally(const TtupleVector& rhs, int coordinate, double* x,
-                        std::ptrdiff_t step) const;
+    void solveCoordinates(const TtupleVector& rhs, TtupleVector& x) const;
+    void solveLiterally(const TtupleVector& rhs, const DoubleVec& rowFactors, int coordinate,
+                        double* x, int step) const;
 
     double negligible_;
     bool literalOnly_ = false;
-    DoubleVec beta_;      // per pivot position, from the first pivot row
-    DoubleVec diagonal_;  // likewise; 0.0 for a skipped pivot
-    DoubleVec norms_;     // squared row norms from the first constraint, then column norms
-    IntVec rowOrder_;     // position i holds row rowOrder_(i) of the working matrix
-    IntVec colOrder_;
-    DoubleGenMat factored_;
-    std::shared_ptr<knotwork::RowBlocks>
-        blocks_;                          // where factored_ may hold more than zeros;
-                                          // made anew with it, so sharers never see a change
-    std::shared_ptr<Shortcut> shortcut_;  // null on the literal road; likewise
+    std::shared_ptr<Factors> factors_;  // made anew by each set-up, so that copies may share them
 };

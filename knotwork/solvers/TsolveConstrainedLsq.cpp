@@ -7,9 +7,7 @@
 #include <limits>
 
 #include "knotwork/factor/DoubleSVDecomp.h"
-#include "knotwork/factor/RowCompression.h"
-#include "knotwork/solvers/detail/OutOfMemory.h"
-#include "knotwork/solvers/detail/SpanSystem.h"
+#include "knotwork/linalg/detail/OutOfMemory.h"
 
 namespace {
 
@@ -102,18 +100,18 @@ void TsolveConstrainedLsq::copyMatrix(const DoubleGenMat& A, bool cleanZeros, bo
 {
     const DoubleGenMat source(A);
     releaseFactors();
-    releaseMatrices();
-    // The clamp is meant to act on the system that is solved, not only on the estimate.
-    const bool clamp = computeCutoff && cleanZeros;
-    if (!copySpans(source, cleanZeros, clamp)) {
-        working_.reference(source.copy());
-        if (clamp) working_.dataVec().clampZero(kResetCutoff);
-    }
+    system_.release();
+    systemCopy_.release();
+    const bool thinned = cleanZeros && thins(source.cols());
+    system_.read(source, mayTakeSpans() && source.rows() >= source.cols() && !thinned);
     if (!computeCutoff) return;
+    // The clamp is meant to act on the system that is solved, not only on the estimate.
+    if (cleanZeros) system_.clamp(kResetCutoff);
     const std::uint64_t entries = std::uint64_t{source.rows()} * source.cols();
     if (reporter_.isActive() && entries > kSlowEntries)
         reporter_.report("%s", "Computing region cutoff... (could take some time)");
-    tolerance_ = std::max(tolerance_, workingCutoff());
+    const unsigned size = std::max(source.rows(), source.cols());
+    tolerance_ = std::max(tolerance_, cutoffFrom(singularValues(system_.condensed(), size)));
 }
 
 void TsolveConstrainedLsq::takeNoSpans()
@@ -122,25 +120,9 @@ void TsolveConstrainedLsq::takeNoSpans()
     spansClass_ = nullptr;
 }
 
-/// Holds the working matrix as rows of spans where that pays.
-bool TsolveConstrainedLsq::copySpans(const DoubleGenMat& A, bool cleanZeros, bool clamp)
+bool TsolveConstrainedLsq::mayTakeSpans() const
 {
-    const bool takesSpans =
-        takesSpans_ || (spansClass_ != nullptr && typeid(*this) == *spansClass_);
-    if (!takesSpans || A.rows() < A.cols() || (cleanZeros && thins(A.cols()))) return false;
-    auto spans = std::make_shared<knotwork::SpanRows>();
-    if (!knotwork::readSpans(A, *spans)) return false;
-    if (clamp) *spans = knotwork::clampedSpans(*spans, kResetCutoff);
-    spans_ = std::move(spans);
-    return true;
-}
-
-/// Compressed rows have the same singular values, but for rounding.
-double TsolveConstrainedLsq::workingCutoff() const
-{
-    if (!spans_) return trySVD(working_);
-    const knotwork::RowCompression compression(*spans_);
-    return cutoffFrom(singularValues(compression.triangle().expanded(), workingRows()));
+    return takesSpans_ || (spansClass_ != nullptr && typeid(*this) == *spansClass_);
 }
 
 double TsolveConstrainedLsq::trySVD(const DoubleGenMat& A)

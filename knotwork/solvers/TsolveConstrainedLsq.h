@@ -55,7 +55,7 @@ class KNOTWORK_EXPORT TsolveConstrainedLsq : public TsolveSystems {
     int numConstraints_;  // of the working matrix
     bool dependent_;
 
-    /// For a class whose factor() and other overrides look for sparse rows in spans_ as well:
+    /// For a class whose factor() and other overrides look for sparse rows in system_ as well:
     /// working_ is empty then. Without this call an object of a derived class gets the dense
     /// working_, whatever its base class takes.
     void takeSpans() { takesSpans_ = true; }
@@ -65,8 +65,7 @@ class KNOTWORK_EXPORT TsolveConstrainedLsq : public TsolveSystems {
 
   private:
     void copyMatrix(const DoubleGenMat& A, bool cleanZeros, bool computeCutoff);
-    bool copySpans(const DoubleGenMat& A, bool cleanZeros, bool clamp);
-    double workingCutoff() const;
+    bool mayTakeSpans() const;
 
     bool takesSpans_ = false;
     const std::type_info* spansClass_ = nullptr;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "knotwork/solvers/TsolveConstrainedLsqQR.h"
 
-#include "knotwork/solvers/detail/OutOfMemory.h"
+#include "knotwork/linalg/detail/OutOfMemory.h"
 
 TsolveConstrainedLsqQR::TsolveConstrainedLsqQR(TsolverReporter& reporter, double tolerance,
                                                bool keepMatrixCopy)

@@ -1,14 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <memory>
-
 #include "knotwork/linalg/DoubleGenMat.h"
 #include "knotwork/solvers/TbaseSolver.h"
-
-namespace knotwork {
-class SpanRows;
-}
+#include "knotwork/solvers/detail/WorkingMatrix.h"
 
 /// Owns the system matrix and prepares it for factoring: thinning of rows, dropping of zero rows
 /// and columns and of the caller's fixed columns, clamping of tiny entries, scaling of rows.
@@ -49,25 +44,17 @@ class KNOTWORK_EXPORT TsolveSystems : public TbaseSolver {
     void tryNormalise();          ///< rows to length 1, their factors to rhsMult; zero rows get 0
     void zeroOutCount();          ///< thins rows to maxEntriesPerRow entries
 
-    DoubleGenMat matrixCopy_;
-    DoubleGenMat working_;
+    knotwork::WorkingMatrix system_;
+    knotwork::WorkingMatrix systemCopy_;
+    DoubleGenMat& working_ = system_.dense();  ///< empty while the system is held as spans
     int maxEntriesPerRow_;  // thinning happens from 1 to one less than the columns
 
-    /// The working matrix wherever it is held: dense in working_, or as rows of spans, which are
-    /// never changed once the set-up is over, so that copies may share them.
     unsigned workingRows() const;
     unsigned workingCols() const;
-    DoubleGenMat denseWorking() const;  ///< shares working_ unless that is held as spans
-    void expandWorking();               ///< from spans to working_
-    void releaseMatrices();
+    DoubleGenMat denseWorking() const;  ///< shares working_ unless the system is held as spans
     bool thins(unsigned cols) const;
-
-    std::shared_ptr<const knotwork::SpanRows> spans_;      // null when working_ is in use
-    std::shared_ptr<const knotwork::SpanRows> spansCopy_;  // null when matrixCopy_ is in use
 
   private:
     void useAll();
     void cleanZeros(const IntVec& fixedCols, double resetCutoff);
-    double largestEntry() const;
-    void clampZeros();
 };

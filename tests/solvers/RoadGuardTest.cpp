@@ -8,45 +8,70 @@
 using namespace knotwork;
 using namespace knotwork_test;
 
+namespace {
+
+/// With the same norm for all that is measured in two ways.
+RoadMeasures measured(double norm, double inverse, double longest, double constraintInverse,
+                      double condition, double freeSkips, double sampleSkips,
+                      double constraintSkips)
+{
+    return {norm,
+            norm,
+            inverse,
+            inverse,
+            longest,
+            constraintInverse,
+            constraintInverse,
+            condition,
+            freeSkips,
+            sampleSkips,
+            constraintSkips};
+}
+
+RoadMeasures with(RoadMeasures m, double RoadMeasures::*field, double value)
+{
+    m.*field = value;
+    return m;
+}
+
+}  // namespace
+
 TEST(RoadGuardTest, EachMeasureHasItsThreshold)
 {
-    // Fields: norm, inverse; longest constraint, inverse, condition; skips: free, sample,
-    // constraint
+    const RoadMeasures free = measured(1, 2, 1, 1, 1, 9, 0, 0);
+    const RoadMeasures samples = measured(1, 2, 1, 5, 1, 0, 0.9, 0);
+    const RoadMeasures constraints = measured(1, 4, 1, 2, 1, 0, 0, 9);
+    const RoadMeasures one = measured(1, 1, 1, 1, 1, 1, 0, 0);
+    const RoadMeasures large = measured(1, 1e-3, 1, 1e-3, 1, 0, 0, 0);
     const struct {
         const char* name;
-        RoadMeasures inside, outside;
-        double negligible;
+        RoadMeasures base;
+        double RoadMeasures::*field;
+        double inside, outside, negligible;
     } cases[] = {
-        {"rank, for the norm",
-         {0.9e5, 1e-3, 1, 1, 1, 1, 0, 0},
-         {1.1e5, 1e-3, 1, 1, 1, 1, 0, 0},
-         0.0},
-        {"rank, for a constraint", {1, 1, 0.9e5, 1, 1, 1, 0, 0}, {1, 1, 1.1e5, 1, 1, 1, 0, 0}, 0.0},
-        {"a pivot that is skipped",
-         {1, 0.9e-3, 1, 1e-3, 1, 0, 0, 0},
-         {1, 1.1e-3, 1, 1e-3, 1, 0, 0, 0},
-         1e-5},
-        {"a constraint that is skipped",
-         {1, 1e-3, 1, 0.9e-3, 1, 0, 0, 0},
-         {1, 1e-3, 1, 1.1e-3, 1, 0, 0, 0},
-         1e-5},
-        {"many skips in a row", {1, 2, 1, 1, 1, 9, 0, 0}, {1, 2, 1, 1, 1, 11, 0, 0}, 2.5e-11},
-        {"skips in samples", {1, 2, 1, 5, 1, 0, 0.9, 0}, {1, 2, 1, 5, 1, 0, 1.1, 0}, 1e-10},
-        {"skips in constraints", {1, 4, 1, 2, 1, 0, 0, 9}, {1, 4, 1, 2, 1, 0, 0, 11}, 5e-12},
-        {"condition", {1, 0.9e3, 1, 1, 1, 1, 0, 0}, {1, 1.1e3, 1, 1, 1, 1, 0, 0}, 0.0},
-        {"condition of constraints",
-         {1, 1, 1, 1, 0.9e3, 1, 0, 0},
-         {1, 1, 1, 1, 1.1e3, 1, 0, 0},
-         0.0},
+        {"rank, for the norm", large, &RoadMeasures::norm, 0.9e6, 1.1e6, 0.0},
+        {"rank, for a constraint", one, &RoadMeasures::longestConstraint, 0.9e5, 1.1e5, 0.0},
+        {"a pivot that is skipped", large, &RoadMeasures::inverseNorm, 0.9e-3, 1.1e-3, 1e-5},
+        {"a constraint that is skipped", large, &RoadMeasures::constraintInverseNorm, 0.9e-3,
+         1.1e-3, 1e-5},
+        {"many skips in a row", free, &RoadMeasures::freeSkips, 9, 11, 2.5e-11},
+        {"of larger pivots", free, &RoadMeasures::pivotInverse, 2.2, 2.3, 2.5e-11},
+        {"skips in samples", samples, &RoadMeasures::sampleSkips, 0.9, 1.1, 1e-10},
+        {"skips in constraints", constraints, &RoadMeasures::constraintSkips, 9, 11, 5e-12},
+        {"of larger pivots there", constraints, &RoadMeasures::constraintPivotInverse, 2.2, 2.3,
+         5e-12},
+        {"what they drag along", constraints, &RoadMeasures::fixedNorm, 1.1, 1.2, 5e-12},
+        {"condition", one, &RoadMeasures::inverseNorm, 0.9e3, 1.1e3, 0.0},
+        {"condition of constraints", one, &RoadMeasures::constraintCondition, 0.9e3, 1.1e3, 0.0},
     };
     for (const auto& c : cases) {
-        EXPECT_TRUE(sameVerdict(c.inside, c.negligible)) << c.name;
-        EXPECT_FALSE(sameVerdict(c.outside, c.negligible)) << c.name;
+        EXPECT_TRUE(sameVerdict(with(c.base, c.field, c.inside), c.negligible)) << c.name;
+        EXPECT_FALSE(sameVerdict(with(c.base, c.field, c.outside), c.negligible)) << c.name;
     }
     // What one skipped product changes, in parts of the answer.
-    EXPECT_NEAR(leastAnswer({1, 4, 1, 2, 1, 1, 0, 0}, 1e-12), 16e-12 / 1e-9, 1e-12);
-    EXPECT_NEAR(leastAnswer({1, 0.5, 1, 2, 1, 1, 0, 0}, 1e-12), 2e-12 / 1e-9, 1e-12);
-    EXPECT_NEAR(leastAnswer({1, 0.5, 1, 0, 1, 1, 0, 0}, 1e-12), 0.5e-12 / 1e-9, 1e-12);
+    EXPECT_NEAR(leastAnswer(measured(1, 4, 1, 2, 1, 1, 0, 0), 1e-12), 16e-12 / 1e-9, 1e-12);
+    EXPECT_NEAR(leastAnswer(measured(1, 0.5, 1, 2, 1, 1, 0, 0), 1e-12), 2e-12 / 1e-9, 1e-12);
+    EXPECT_NEAR(leastAnswer(measured(1, 0.5, 1, 0, 1, 1, 0, 0), 1e-12), 0.5e-12 / 1e-9, 1e-12);
 }
 
 namespace {
@@ -198,6 +223,7 @@ TEST(RoadGuardTest, ConstructedSystemsDoNotTellTheRoadsApart)
         {"a curve and the default tolerance", curve, 3, 1e-10, 0, true},
         {"a curve and no tolerance", curve, 3, 0.0, 0, true},
         {"a dense system", dense(3), 2, 1e-12, 0, true},
+        {"a dense system with many constraints", randomMatrix(300, 100, 3), 30, 1e-10, 0, true},
         {"hidden growth, dependent", hiddenGrowth(28), 0, 1e-10, -1, false},
         {"hidden growth", hiddenGrowth(24), 0, 1e-10, 0, false},
         {"hidden growth, dense", hiddenGrowth(8), 8, 1e-10, 0, false},

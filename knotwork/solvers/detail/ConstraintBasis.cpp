@@ -11,11 +11,9 @@
 namespace knotwork {
 
 ConstraintBasis::ConstraintBasis(const SpanRows& rows, int firstConstraint)
-    : cols_(rows.cols()),
-      fixed_(static_cast<std::size_t>(cols_), 0),
-      touched_(static_cast<std::size_t>(cols_), 0)
+    : cols_(rows.cols()), fixed_(cols_, 0), touched_(cols_, 0)
 {
-    WideRow row = {std::vector<double>(static_cast<std::size_t>(cols_)), 0, 0};
+    WideRow row = {Array<double>(cols_), 0, 0};
     for (int i = firstConstraint; i < rows.rows() && sound_; ++i) {
         load(row, rows.first(i), rows.values(i), rows.count(i));
         reflect(row);
@@ -41,9 +39,9 @@ void ConstraintBasis::clear(WideRow& row)
 void ConstraintBasis::reflect(WideRow& row) const
 {
     double* entries = row.entries.data();
-    for (std::size_t i = 0; i < taus_.size(); ++i) {
-        const Entry* begin = vectors_.begin(static_cast<int>(i));
-        const Entry* end = vectors_.end(static_cast<int>(i));
+    for (int i = 0; i < taus_.size(); ++i) {
+        const Entry* begin = vectors_.begin(i);
+        const Entry* end = vectors_.end(i);
         double d = 0.0;
         for (const Entry* v = begin; v != end; ++v) d += v->value * entries[v->at];
         if (d == 0.0) continue;
@@ -63,7 +61,7 @@ void ConstraintBasis::reduce(const WideRow& row)
     double squares = 0.0;
     int entriesLeft = 0;
     for (int j = row.first; j < row.end; ++j) {
-        if (entries[j] == 0.0 || fixed_[static_cast<std::size_t>(j)] != 0) continue;
+        if (entries[j] == 0.0 || fixed_[j] != 0) continue;
         squares += entries[j] * entries[j];
         ++entriesLeft;
         if (pivot < 0 || std::fabs(entries[j]) > std::fabs(entries[pivot])) pivot = j;
@@ -73,7 +71,7 @@ void ConstraintBasis::reduce(const WideRow& row)
         return;
     }
     for (int k = 0; k < constraints(); ++k)
-        if (entries[this->pivot(k)] != 0.0) lower_.entries.push_back({k, entries[this->pivot(k)]});
+        if (entries[pivots_[k]] != 0.0) lower_.entries.push_back({k, entries[pivots_[k]]});
     lower_.close();
 
     double whole = squares;
@@ -85,31 +83,31 @@ void ConstraintBasis::reduce(const WideRow& row)
     const Reflection reflection = reflectionOf(alpha, std::sqrt(squares));
     const bool single = entriesLeft == 1;
     for (int j = row.first; j < row.end && !single; ++j) {
-        if (entries[j] == 0.0 || fixed_[static_cast<std::size_t>(j)] != 0) continue;
+        if (entries[j] == 0.0 || fixed_[j] != 0) continue;
         vectors_.entries.push_back({j, j == pivot ? 1.0 : entries[j] / (alpha - reflection.sigma)});
-        touched_[static_cast<std::size_t>(j)] = 1;
+        touched_[j] = 1;
     }
     vectors_.close();
     taus_.push_back(single ? 0.0 : reflection.tau);
     diagonal_.push_back(single ? alpha : reflection.sigma);
     pivots_.push_back(pivot);
-    fixed_[static_cast<std::size_t>(pivot)] = 1;
-    touched_[static_cast<std::size_t>(pivot)] = 1;
+    fixed_[pivot] = 1;
+    touched_[pivot] = 1;
 }
 
 void ConstraintBasis::listFreeColumns()
 {
     freeCols_.reserve(static_cast<std::size_t>(freeCols()));
     for (int j = 0; j < cols_; ++j)
-        if (fixed_[static_cast<std::size_t>(j)] == 0) freeCols_.push_back(j);
+        if (fixed_[j] == 0) freeCols_.push_back(j);
 }
 
 SpanRows ConstraintBasis::freePart(const BandTriangle& R) const
 {
     SpanRows part(freeCols());
-    part.reserve(cols_, static_cast<std::size_t>(R.starts()[cols_]) * 2);
-    WideRow row = {std::vector<double>(static_cast<std::size_t>(cols_)), 0, 0};
-    std::vector<double> kept(static_cast<std::size_t>(cols_));
+    part.reserve(cols_, 2 * static_cast<std::size_t>(R.starts()[cols_]));
+    WideRow row = {Array<double>(cols_), 0, 0};
+    Array<double> kept(cols_);
     int freeBefore = 0;  // free columns left of column j
     for (int j = 0; j < cols_; ++j) {
         const auto from = touched_.begin() + j;
@@ -122,20 +120,19 @@ SpanRows ConstraintBasis::freePart(const BandTriangle& R) const
                 static_cast<int>(std::lower_bound(freeCols_.begin(), freeCols_.end(), row.first) -
                                  freeCols_.begin());
             int count = 0;
-            for (int k = first; k < freeCols() && freeColumn(k) < row.end; ++k)
-                kept[static_cast<std::size_t>(count++)] =
-                    row.entries[static_cast<std::size_t>(freeColumn(k))];
+            for (int k = first; k < freeCols() && freeCols_[k] < row.end; ++k)
+                kept[count++] = row.entries[freeCols_[k]];
             part.appendTrimmed(first, kept.data(), count);
             clear(row);
         }
-        freeBefore += fixed_[static_cast<std::size_t>(j)] == 0 ? 1 : 0;
+        freeBefore += fixed_[j] == 0 ? 1 : 0;
     }
     return part;
 }
 
 double ConstraintBasis::inverseNorm() const
 {
-    return inverseNormOf(std::vector<double>(lengths_.size(), 1.0));
+    return inverseNormOf(Array<double>(lengths_.size(), 1.0));
 }
 
 double ConstraintBasis::condition() const
@@ -156,11 +153,11 @@ int ConstraintBasis::mostCoupled() const
 }
 
 /// Of T^-1 with its columns multiplied by the scales.
-double ConstraintBasis::inverseNormOf(const std::vector<double>& scales) const
+double ConstraintBasis::inverseNormOf(const Array<double>& scales) const
 {
     if (lower_.entries.empty()) {  // no two constraints have a column in common
         double largest = 0.0;
-        for (std::size_t i = 0; i < scales.size(); ++i)
+        for (int i = 0; i < constraints(); ++i)
             largest = std::max(largest, scales[i] / std::fabs(diagonal_[i]));
         return largest;
     }
@@ -172,17 +169,11 @@ double ConstraintBasis::inverseNormOf(const std::vector<double>& scales) const
         scale(y);
         solve<kFewLanes>(y);
     };
-    const auto solveTransposed = [&](double* y) {
-        for (int i = constraints() - 1; i >= 0; --i) {
-            double* here = y + std::ptrdiff_t{kFewLanes} * i;
-            for (int c = 0; c < kFewLanes; ++c) here[c] /= diagonal_[static_cast<std::size_t>(i)];
-            for (const Entry* e = lower_.begin(i); e != lower_.end(i); ++e)
-                for (int c = 0; c < kFewLanes; ++c)
-                    y[std::ptrdiff_t{kFewLanes} * e->at + c] -= e->value * here[c];
-        }
+    const auto solveTransposedScaled = [&](double* y) {
+        solveTransposed<kFewLanes>(y);
         scale(y);
     };
-    return estimateInverseNorm(constraints(), solveScaled, solveTransposed);
+    return estimateInverseNorm(constraints(), solveScaled, solveTransposedScaled);
 }
 
 template <int Lanes>
@@ -193,7 +184,7 @@ void ConstraintBasis::solve(double* y) const
         for (const Entry* e = lower_.begin(i); e != lower_.end(i); ++e)
             for (int c = 0; c < Lanes; ++c)
                 here[c] -= e->value * y[std::ptrdiff_t{Lanes} * e->at + c];
-        for (int c = 0; c < Lanes; ++c) here[c] /= diagonal_[static_cast<std::size_t>(i)];
+        for (int c = 0; c < Lanes; ++c) here[c] /= diagonal_[i];
     }
 }
 
@@ -202,7 +193,7 @@ void ConstraintBasis::solveTransposed(double* y) const
 {
     for (int i = constraints() - 1; i >= 0; --i) {
         double* here = y + std::ptrdiff_t{Lanes} * i;
-        for (int c = 0; c < Lanes; ++c) here[c] /= diagonal_[static_cast<std::size_t>(i)];
+        for (int c = 0; c < Lanes; ++c) here[c] /= diagonal_[i];
         for (const Entry* e = lower_.begin(i); e != lower_.end(i); ++e)
             for (int c = 0; c < Lanes; ++c)
                 y[std::ptrdiff_t{Lanes} * e->at + c] -= e->value * here[c];
@@ -216,30 +207,49 @@ void ConstraintBasis::reflectBy(int i, double* x) const
     double d[Lanes] = {};
     for (const Entry* v = vectors_.begin(i); v != vectors_.end(i); ++v)
         for (int c = 0; c < Lanes; ++c) d[c] += v->value * x[std::ptrdiff_t{Lanes} * v->at + c];
-    for (double& t : d) t *= -taus_[static_cast<std::size_t>(i)];
+    for (double& t : d) t *= -taus_[i];
     for (const Entry* v = vectors_.begin(i); v != vectors_.end(i); ++v)
         for (int c = 0; c < Lanes; ++c) x[std::ptrdiff_t{Lanes} * v->at + c] += v->value * d[c];
 }
 
 template <int Lanes>
-void ConstraintBasis::restore(double* x) const
+void ConstraintBasis::combine(const double* free, const double* fixed, double* x) const
 {
+    const auto place = [x](const Array<int>& columns, const double* numbers) {
+        for (const int j : columns) {
+            double* to = x + std::ptrdiff_t{Lanes} * j;
+            if (numbers == nullptr) {
+                std::fill_n(to, Lanes, 0.0);
+                continue;
+            }
+            std::copy_n(numbers, Lanes, to);
+            numbers += Lanes;
+        }
+    };
+    place(freeCols_, free);
+    place(pivots_, fixed);
     for (int i = constraints() - 1; i >= 0; --i) reflectBy<Lanes>(i, x);
 }
 
 template <int Lanes>
-void ConstraintBasis::reflect(double* x) const
+void ConstraintBasis::split(double* x, double* free, double* fixed) const
 {
     for (int i = 0; i < constraints(); ++i) reflectBy<Lanes>(i, x);
+    const auto gather = [x](const Array<int>& columns, double* to) {
+        if (to == nullptr) return;
+        for (const int j : columns) to = std::copy_n(x + std::ptrdiff_t{Lanes} * j, Lanes, to);
+    };
+    gather(freeCols_, free);
+    gather(pivots_, fixed);
 }
 
 template void ConstraintBasis::solve<kFewLanes>(double*) const;
 template void ConstraintBasis::solve<kManyLanes>(double*) const;
-template void ConstraintBasis::restore<kFewLanes>(double*) const;
-template void ConstraintBasis::restore<kManyLanes>(double*) const;
 template void ConstraintBasis::solveTransposed<kFewLanes>(double*) const;
 template void ConstraintBasis::solveTransposed<kManyLanes>(double*) const;
-template void ConstraintBasis::reflect<kFewLanes>(double*) const;
-template void ConstraintBasis::reflect<kManyLanes>(double*) const;
+template void ConstraintBasis::combine<kFewLanes>(const double*, const double*, double*) const;
+template void ConstraintBasis::combine<kManyLanes>(const double*, const double*, double*) const;
+template void ConstraintBasis::split<kFewLanes>(double*, double*, double*) const;
+template void ConstraintBasis::split<kManyLanes>(double*, double*, double*) const;
 
 }  // namespace knotwork

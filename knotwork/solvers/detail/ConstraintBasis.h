@@ -2,10 +2,10 @@
 #pragma once
 
 #include <cstddef>
-#include <vector>
 
 #include "knotwork/factor/BandTriangle.h"
 #include "knotwork/factor/SpanRows.h"
+#include "knotwork/linalg/detail/Array.h"
 
 namespace knotwork {
 
@@ -19,8 +19,6 @@ class ConstraintBasis {
 
     int constraints() const { return static_cast<int>(pivots_.size()); }
     int freeCols() const { return cols_ - constraints(); }
-    int pivot(int i) const { return pivots_[static_cast<std::size_t>(i)]; }
-    int freeColumn(int k) const { return freeCols_[static_cast<std::size_t>(k)]; }
     bool sound() const { return sound_; }  ///< false when a row had nothing left to reflect
     double inverseNorm() const;            ///< an estimate for T^-1, see InverseNorm.h
     double condition() const;              ///< the same with T's rows scaled to length 1
@@ -30,16 +28,18 @@ class ConstraintBasis {
     /// The free columns of R H, as rows of spans.
     SpanRows freePart(const BandTriangle& R) const;
 
-    /// y := T^-1 y, and x := H x, for right-hand sides in lanes.
+    /// y := T^-1 y, and T^-T y, for right-hand sides in lanes.
     template <int Lanes>
     void solve(double* y) const;
     template <int Lanes>
-    void restore(double* x) const;
-    /// The other way: y := T^-T y, and x := H^T x.
-    template <int Lanes>
     void solveTransposed(double* y) const;
+
+    /// x := H y, where y has the free numbers and those of the pivots; null for zeros.
     template <int Lanes>
-    void reflect(double* x) const;
+    void combine(const double* free, const double* fixed, double* x) const;
+    /// The other way, y := H^T x, which overwrites x; null for what is not asked for.
+    template <int Lanes>
+    void split(double* x, double* free, double* fixed) const;
 
   private:
     struct Entry {
@@ -48,19 +48,16 @@ class ConstraintBasis {
     };
     /// Lists of entries, one after the other.
     struct Lists {
-        const Entry* begin(int i) const
-        {
-            return entries.data() + starts[static_cast<std::size_t>(i)];
-        }
+        const Entry* begin(int i) const { return entries.data() + starts[i]; }
         const Entry* end(int i) const { return begin(i + 1); }
         void close() { starts.push_back(entries.size()); }
 
-        std::vector<Entry> entries;
-        std::vector<std::size_t> starts = {0};
+        Array<Entry> entries;
+        Array<std::ptrdiff_t> starts = {0};
     };
     /// A row in the making: zero outside of columns [first, end).
     struct WideRow {
-        std::vector<double> entries;
+        Array<double> entries;
         int first;
         int end;
     };
@@ -72,19 +69,19 @@ class ConstraintBasis {
     void reflectBy(int i, double* x) const;
     void reduce(const WideRow& row);
     void listFreeColumns();
-    double inverseNormOf(const std::vector<double>& rowScales) const;
+    double inverseNormOf(const Array<double>& rowScales) const;
 
     int cols_;
     bool sound_ = true;
-    std::vector<int> pivots_;
-    std::vector<int> freeCols_;
-    std::vector<char> fixed_;    // whether a column is a pivot
-    std::vector<char> touched_;  // whether a reflection acts on a column
-    Lists vectors_;              // of the reflections I - tau v v^T
-    std::vector<double> taus_;
+    Array<int> pivots_;
+    Array<int> freeCols_;
+    Array<char> fixed_;    // whether a column is a pivot
+    Array<char> touched_;  // whether a reflection acts on a column
+    Lists vectors_;        // of the reflections I - tau v v^T
+    Array<double> taus_;
     Lists lower_;  // T below its diagonal
-    std::vector<double> diagonal_;
-    std::vector<double> lengths_;  // of the rows of C
+    Array<double> diagonal_;
+    Array<double> lengths_;  // of the rows of C
 };
 
 }  // namespace knotwork

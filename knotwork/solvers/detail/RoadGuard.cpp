@@ -19,10 +19,10 @@ constexpr double kMostCondition = 1e3;  // eps times its square is what rounding
 /// take the free ones along.
 double skipEffect(const RoadMeasures& m)
 {
-    const double drag = 1.0 + m.norm * m.inverseNorm;
-    return m.freeSkips * m.inverseNorm * m.inverseNorm +
-           m.sampleSkips * m.inverseNorm * m.constraintInverseNorm +
-           m.constraintSkips * drag * m.constraintInverseNorm * m.constraintInverseNorm;
+    const double drag = 1.0 + m.fixedNorm * m.inverseNorm;
+    return m.freeSkips * m.pivotInverse * m.inverseNorm +
+           m.sampleSkips * m.inverseNorm * m.constraintPivotInverse +
+           m.constraintSkips * drag * m.constraintPivotInverse * m.constraintInverseNorm;
 }
 
 }  // namespace

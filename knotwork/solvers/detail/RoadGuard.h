@@ -5,17 +5,27 @@
 
 namespace knotwork {
 
-/// What a short road found out about a system: estimates of norms of inverses (InverseNorm.h),
-/// bounds of other norms, and how many updates of one row the literal road may skip.
+/// What a short road found out about a system: estimates of norms of inverses, the larger one of
+/// the 1-norm and the 2-norm (InverseNorm.h), bounds of other norms, and how many updates of one
+/// row the literal road may skip.
 struct RoadMeasures {
-    double norm;                   // of the least-squares rows, or more
-    double inverseNorm;            // of their triangle S in the free unknowns
-    double longestConstraint;      // length of a row
-    double constraintInverseNorm;  // of the triangle T of the constraints
-    double constraintCondition;    // the same with their rows scaled to length 1
-    int freeSkips;                 // entries in a row of S
-    double sampleSkips;   // reflections of constraints that a least-squares row goes through
-    int constraintSkips;  // entries in a row of T beside the diagonal
+    // Of the least-squares rows, and of what they have of the unknowns that constraints fix.
+    double norm = 0.0;
+    double fixedNorm = 0.0;
+    // Of their triangle S in the free unknowns; in the 2-norm alone, or more: no pivot is below its
+    // reciprocal.
+    double inverseNorm = 0.0;
+    double pivotInverse = 0.0;
+    // Of the constraints: the length of a row, then their triangle T, last with rows of length 1.
+    double longestConstraint = 0.0;
+    double constraintInverseNorm = 0.0;
+    double constraintPivotInverse = 0.0;
+    double constraintCondition = 0.0;
+    // Entries in a row of S, reflections of constraints that a sample goes through, and entries in
+    // a row of T beside the diagonal.
+    double freeSkips = 0.0;
+    double sampleSkips = 0.0;
+    double constraintSkips = 0.0;
 };
 
 /// RoadMeasures::sampleSkips, as root mean squares over all that is known of an unknown.

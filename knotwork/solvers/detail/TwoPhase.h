@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <vector>
-
+#include "knotwork/factor/PanelKernels.h"
 #include "knotwork/linalg/DoubleGenMat.h"
+#include "knotwork/linalg/detail/Array.h"
 #include "knotwork/solvers/TsolverReporter.h"
-#include "knotwork/solvers/detail/RhsBlock.h"
-#include "knotwork/solvers/detail/RowBlocks.h"
 
 namespace knotwork {
 
@@ -27,22 +25,41 @@ struct TwoPhaseLayout {
     int freeCols;  // columns that the constraints leave to the least-squares rows
 };
 
-/// The arrays of a factorisation; what they hold is described at Thouseholder.
-struct TwoPhaseArrays {
-    double* factored;
-    double* beta;
-    double* diagonal;
-    double* norms;
-    int* rowOrder;
-    int* colOrder;
-    RowBlocks* blocks;
+/// Which least-squares rows of a column may hold anything but zeros: [first, end) of those above
+/// the pivot rows, and of the pivot rows none from pivotEnd on. A column of a B-spline system has
+/// entries in a few neighbouring rows among thousands; work that stays inside never multiplies the
+/// zeros around them.
+struct ColumnReach {
+    int first;
+    int end;
+    int pivotEnd;
+
+    void merge(const ColumnReach& other);
+    /// Whether there is a row that a reflection with pivot row r has in common with the column.
+    bool meets(const ColumnReach& reflection, int r) const;
 };
 
-/// Overwrites a matrix by its two-phase factorisation. See Thouseholder for the method.
+/// A matrix that is overwritten by its two-phase factorisation. See Thouseholder for the method.
+struct TwoPhaseFactors {
+    TwoPhaseFactors(const DoubleGenMat& matrix, int constraints, double negligible);
+
+    double* column(int j) { return numbers.data() + std::ptrdiff_t{at.rows} * j; }
+    const double* column(int j) const { return numbers.data() + std::ptrdiff_t{at.rows} * j; }
+
+    TwoPhaseLayout at;
+    double negligible;
+    Array<double> numbers;
+    Array<double> beta;      // per pivot position, from the first pivot row
+    Array<double> diagonal;  // likewise; 0.0 for a skipped pivot
+    Array<int> rowOrder;     // position i holds row rowOrder[i] of the matrix
+    Array<int> colOrder;
+    Array<ColumnReach> reach;
+};
+
+/// Factors in place.
 class TwoPhaseFactor {
   public:
-    TwoPhaseFactor(const TwoPhaseLayout& layout, const TwoPhaseArrays& arrays, double negligible,
-                   TsolverReporter& reporter);
+    TwoPhaseFactor(TwoPhaseFactors& factors, TsolverReporter& reporter);
     bool run();  ///< true when every pivot stands
 
   private:
@@ -61,47 +78,18 @@ class TwoPhaseFactor {
 
     int largestNorm(int first, int last) const;
     bool everyPivotStands();
-    double* column(int j) { return arrays_.factored + std::ptrdiff_t{at_.rows} * j; }
+    double* column(int j) { return factors_.column(j); }
 
+    TwoPhaseFactors& factors_;
     const TwoPhaseLayout at_;
-    const TwoPhaseArrays arrays_;
     const double negligible_;
     TsolverReporter& reporter_;
-    double big_ = 0.0;           // the largest squared norm met at the start of a phase
-    std::vector<double> row_;    // the constraint row being reduced
-    std::vector<double> inner_;  // its inner products with the rows above
-    std::vector<int> support_;   // its columns with an entry
-    RowRanges ranges_;           // the rows that the current reflection acts on
+    double big_ = 0.0;     // the largest squared norm met at the start of a phase
+    Array<double> norms_;  // squared row norms from the first constraint, then column norms
+    Array<double> row_;    // the constraint row being reduced
+    Array<double> inner_;  // its inner products with the rows above
+    Array<int> support_;   // its columns with an entry
+    RowRanges ranges_;     // the rows that the current reflection acts on
 };
-
-/// Solves for a few right-hand sides at once; the arrays are only read. Block: ColumnBlock or
-/// InterleavedBlock, of which rhs() takes the right-hand sides in factored row order and x() holds
-/// the solutions in factored column order.
-template <class Block>
-class TwoPhaseSolve {
-  public:
-    TwoPhaseSolve(const TwoPhaseLayout& layout, const TwoPhaseArrays& arrays, double negligible,
-                  int width);
-    Block& rhs() { return rhs_; }
-    Block& x() { return x_; }
-    void run();
-
-  private:
-    void reflectRhs();
-    void backSubstitute();
-    void restoreUnknowns();
-    const double* column(int j) const { return arrays_.factored + std::ptrdiff_t{at_.rows} * j; }
-
-    const TwoPhaseLayout at_;
-    const TwoPhaseArrays arrays_;
-    const double negligible_;
-    Block rhs_;
-    Block x_;
-    std::vector<double> row_;
-    RowRanges ranges_;
-};
-
-extern template class TwoPhaseSolve<ColumnBlock>;
-extern template class TwoPhaseSolve<InterleavedBlock>;
 
 }  // namespace knotwork

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 
 #include "knotwork/solvers/detail/ProgressMeter.h"
 #include "knotwork/solvers/detail/TwoPhase.h"
@@ -32,6 +33,13 @@ Reflection makeReflection(double& pivot, double scale, double squares)
     return {sigma, beta};
 }
 
+/// The length of the work vectors: counts reduced to 16 bits before they are compared, as hosts
+/// laid them down. min(rows, cols) fits as long as that is at most 65535.
+std::ptrdiff_t workLength(const DoubleGenMat& a)
+{
+    return std::max(a.rows() & 0xFFFFu, a.cols() & 0xFFFFu);
+}
+
 template <class Function>
 void forEachRow(const RowRanges& ranges, Function function)
 {
@@ -50,14 +58,54 @@ TwoPhaseLayout::TwoPhaseLayout(const DoubleGenMat& matrix, int constraints)
     freeCols = wide ? cols : cols - constraints;
 }
 
-TwoPhaseFactor::TwoPhaseFactor(const TwoPhaseLayout& layout, const TwoPhaseArrays& arrays,
-                               double negligible, TsolverReporter& reporter)
-    : at_(layout),
-      arrays_(arrays),
-      negligible_(negligible),
+void ColumnReach::merge(const ColumnReach& other)
+{
+    pivotEnd = std::max(pivotEnd, other.pivotEnd);
+    if (other.first == other.end) return;
+    first = first == end ? other.first : std::min(first, other.first);
+    end = std::max(end, other.end);
+}
+
+bool ColumnReach::meets(const ColumnReach& reflection, int r) const
+{
+    return pivotEnd > r || (first < reflection.end && reflection.first < end);
+}
+
+TwoPhaseFactors::TwoPhaseFactors(const DoubleGenMat& matrix, int constraints, double negligible_)
+    : at(matrix, constraints),
+      negligible(negligible_),
+      numbers(std::ptrdiff_t{at.rows} * at.cols),
+      beta(workLength(matrix)),
+      diagonal(workLength(matrix)),
+      rowOrder(at.rows),
+      colOrder(at.cols),
+      reach(at.cols)
+{
+    for (int j = 0; j < at.cols; ++j) {
+        const DoubleVec from(matrix.col(j));
+        for (int i = 0; i < at.rows; ++i) column(j)[i] = from(i);
+    }
+    std::iota(rowOrder.begin(), rowOrder.end(), 0);
+    std::iota(colOrder.begin(), colOrder.end(), 0);
+    for (int j = 0; j < at.cols && at.firstConstraint > 0; ++j) {
+        const double* entries = column(j);
+        const auto isZero = [entries](int i) { return entries[i] == 0.0; };
+        ColumnReach& r = reach[j];
+        r = {0, at.firstPivot, at.firstConstraint};
+        while (r.first < r.end && isZero(r.first)) ++r.first;
+        while (r.first < r.end && isZero(r.end - 1)) --r.end;
+        while (at.firstPivot < r.pivotEnd && isZero(r.pivotEnd - 1)) --r.pivotEnd;
+    }
+}
+
+TwoPhaseFactor::TwoPhaseFactor(TwoPhaseFactors& factors, TsolverReporter& reporter)
+    : factors_(factors),
+      at_(factors.at),
+      negligible_(factors.negligible),
       reporter_(reporter),
-      row_(static_cast<std::size_t>(layout.cols)),
-      inner_(static_cast<std::size_t>(layout.rows))
+      norms_(factors.beta.size()),
+      row_(at_.cols),
+      inner_(at_.rows)
 {
 }
 
@@ -70,10 +118,9 @@ bool TwoPhaseFactor::run()
 
 int TwoPhaseFactor::largestNorm(int first, int last) const
 {
-    const double* norms = arrays_.norms;
     int best = first;
     for (int i = first + 1; i < last; ++i)
-        if (norms[i] > norms[best]) best = i;
+        if (norms_[i] > norms_[best]) best = i;
     return best;
 }
 
@@ -81,7 +128,7 @@ bool TwoPhaseFactor::everyPivotStands()
 {
     int fallen = 0;
     for (int k = 0; k < at_.rows - at_.firstPivot; ++k) {
-        double& diagonal = arrays_.diagonal[k];
+        double& diagonal = factors_.diagonal[k];
         // Negated, so that a NaN falls too; an exact 0 falls even when nothing was ever big.
         if (std::fabs(diagonal) >= big_ * kRankTolerance && diagonal != 0.0) continue;
         diagonal = 0.0;
@@ -98,7 +145,7 @@ void TwoPhaseFactor::reduceConstraints()
     ProgressMeter progress(reporter_, at_.rows - first, at_.cols);
     measureRows(at_.rows, at_.cols);
     int pivot = first + largestNorm(0, at_.rows - first);
-    double reference = arrays_.norms[pivot - first];
+    double reference = norms_[pivot - first];
     big_ = std::max(big_, reference);
     for (int i = at_.rows - 1; i >= first; --i) {
         const int k = at_.pivotColumn(i);
@@ -108,12 +155,12 @@ void TwoPhaseFactor::reduceConstraints()
         applyToRowsAbove(i);
         if (i == first) break;
         const double* last = column(k) + first;
-        for (int r = 0; r < i - first; ++r) arrays_.norms[r] -= last[r] * last[r];
+        for (int r = 0; r < i - first; ++r) norms_[r] -= last[r] * last[r];
         pivot = first + largestNorm(0, i - first);
-        if (reference > kTrust * arrays_.norms[pivot - first]) {
+        if (reference > kTrust * norms_[pivot - first]) {
             measureRows(i, k);
             pivot = first + largestNorm(0, i - first);
-            reference = arrays_.norms[pivot - first];
+            reference = norms_[pivot - first];
         }
     }
     progress.finish();
@@ -123,25 +170,19 @@ void TwoPhaseFactor::reduceConstraints()
 void TwoPhaseFactor::measureRows(int last, int cols)
 {
     const int count = last - at_.firstConstraint;
-    std::fill_n(arrays_.norms, count, 0.0);
+    std::fill_n(norms_.begin(), count, 0.0);
     for (int j = 0; j < cols; ++j) {
         const double* entries = column(j) + at_.firstConstraint;
-        for (int r = 0; r < count; ++r) arrays_.norms[r] += entries[r] * entries[r];
+        for (int r = 0; r < count; ++r) norms_[r] += entries[r] * entries[r];
     }
 }
 
 /// Neither row has a beta or diagonal yet, so those need no exchange.
 void TwoPhaseFactor::exchangeRows(int i, int q)
 {
-    for (int j = 0; j < at_.cols; ++j) {
-        double* entries = column(j);
-        if (entries[i] == 0.0 && entries[q] == 0.0) continue;
-        std::swap(entries[i], entries[q]);
-        arrays_.blocks->mark(j, i);
-        arrays_.blocks->mark(j, q);
-    }
-    std::swap(arrays_.norms[i - at_.firstConstraint], arrays_.norms[q - at_.firstConstraint]);
-    std::swap(arrays_.rowOrder[i], arrays_.rowOrder[q]);
+    for (int j = 0; j < at_.cols; ++j) std::swap(column(j)[i], column(j)[q]);
+    std::swap(norms_[i - at_.firstConstraint], norms_[q - at_.firstConstraint]);
+    std::swap(factors_.rowOrder[i], factors_.rowOrder[q]);
 }
 
 /// Reflects row i over columns 0..k onto column k, and keeps a copy of it with its support.
@@ -149,51 +190,48 @@ void TwoPhaseFactor::reflectRow(int i, int k)
 {
     double scale = 0.0;
     for (int j = 0; j <= k; ++j) {
-        row_[static_cast<std::size_t>(j)] = column(j)[i];
-        scale = std::max(scale, std::fabs(row_[static_cast<std::size_t>(j)]));
+        row_[j] = column(j)[i];
+        scale = std::max(scale, std::fabs(row_[j]));
     }
     Reflection reflection = {0.0, 0.0};
     if (scale > negligible_) {
         double squares = 0.0;
         for (int j = 0; j <= k; ++j) {
-            const double t = row_[static_cast<std::size_t>(j)] / scale;
+            const double t = row_[j] / scale;
             squares += t * t;
         }
-        reflection = makeReflection(row_[static_cast<std::size_t>(k)], scale, squares);
+        reflection = makeReflection(row_[k], scale, squares);
     }
-    column(k)[i] = row_[static_cast<std::size_t>(k)];
-    arrays_.blocks->mark(k, i);
-    arrays_.diagonal[at_.position(i)] = reflection.sigma;
-    arrays_.beta[at_.position(i)] = reflection.beta;
+    column(k)[i] = row_[k];
+    factors_.diagonal[at_.position(i)] = reflection.sigma;
+    factors_.beta[at_.position(i)] = reflection.beta;
     support_.clear();
     for (int j = 0; j <= k; ++j)
-        if (row_[static_cast<std::size_t>(j)] != 0.0) support_.push_back(j);
+        if (row_[j] != 0.0) support_.push_back(j);
 }
 
 /// d = the inner products of row i with every row above, then column j += a_ij beta d, where what
 /// is negligible in d counts as 0. Both are sweeps over the columns that row i has entries in.
 void TwoPhaseFactor::applyToRowsAbove(int i)
 {
-    const double beta = arrays_.beta[at_.position(i)];
+    const double beta = factors_.beta[at_.position(i)];
     if (beta == 0.0 || i == 0) return;
-    RowBlocks& blocks = *arrays_.blocks;
-    blocks.clear(blocks.scratch());
-    for (const int j : support_) blocks.merge(blocks.scratch(), j);
-    ranges_.clear();
-    blocks.appendRanges(blocks.scratch(), 0, i, ranges_);
+    ColumnReach reach = {0, 0, at_.firstPivot};
+    for (const int j : support_) reach.merge(factors_.reach[j]);
+    ranges_ = {
+        {reach.first, reach.end}, {at_.firstPivot, reach.pivotEnd}, {at_.firstConstraint, i}};
 
     double* d = inner_.data();
     forEachRow(ranges_, [d](std::ptrdiff_t r) { d[r] = 0.0; });
     const auto inPanels = [&](auto&& perPanel) {
-        for (std::size_t first = 0; first < support_.size(); first += kPanel) {
-            const int count =
-                static_cast<int>(std::min<std::size_t>(kPanel, support_.size() - first));
+        const int size = static_cast<int>(support_.size());
+        for (int first = 0; first < size; first += kPanel) {
+            const int count = std::min(kPanel, size - first);
             double* columns[kPanel] = {};
             double entries[kPanel] = {};
             for (int c = 0; c < count; ++c) {
-                const int j = support_[first + static_cast<std::size_t>(c)];
-                columns[c] = column(j);
-                entries[c] = row_[static_cast<std::size_t>(j)];
+                columns[c] = column(support_[first + c]);
+                entries[c] = row_[support_[first + c]];
             }
             perPanel(columns, entries, count);
         }
@@ -208,7 +246,7 @@ void TwoPhaseFactor::applyToRowsAbove(int i)
         for (int c = 0; c < count; ++c) entries[c] *= beta;
         panelUpdate(ranges_, d, columns, count, entries);
     });
-    for (const int j : support_) blocks.merge(j, blocks.scratch());
+    for (const int j : support_) factors_.reach[j] = reach;
 }
 
 // --- phase 2: least-squares rows, column by column ---
@@ -219,7 +257,7 @@ void TwoPhaseFactor::reduceLeastSquares()
     ProgressMeter progress(reporter_, cols, at_.rows);
     measureColumns(0, at_.firstPivot);
     int pivot = largestNorm(0, cols);
-    double reference = arrays_.norms[pivot];
+    double reference = norms_[pivot];
     big_ = std::max(big_, reference);
     for (int k = 0; k < cols; ++k) {
         const int r = at_.firstPivot + k;
@@ -229,10 +267,10 @@ void TwoPhaseFactor::reduceLeastSquares()
         applyToColumnsRight(k, r);
         if (k + 1 == cols) break;
         pivot = largestNorm(k + 1, cols);
-        if (reference > kTrust * arrays_.norms[pivot]) {
+        if (reference > kTrust * norms_[pivot]) {
             measureColumns(k + 1, r + 1);
             pivot = largestNorm(k + 1, cols);
-            reference = arrays_.norms[pivot];
+            reference = norms_[pivot];
         }
     }
     progress.finish();
@@ -243,42 +281,28 @@ void TwoPhaseFactor::reduceLeastSquares()
 void TwoPhaseFactor::measureColumns(int first, int r)
 {
     for (int j = first; j < at_.freeCols; ++j) {
-        ranges_.clear();
-        arrays_.blocks->appendRanges(j, 0, at_.firstPivot, ranges_);
-        arrays_.blocks->appendRanges(j, r, at_.firstConstraint, ranges_);
+        const ColumnReach& reach = factors_.reach[j];
+        ranges_ = {{reach.first, reach.end}, {r, reach.pivotEnd}};
         const double* entries = column(j);
-        panelDot(ranges_, entries, &entries, 1, &arrays_.norms[j]);
+        panelDot(ranges_, entries, &entries, 1, &norms_[j]);
     }
 }
 
 void TwoPhaseFactor::exchangeColumns(int j, int k)
 {
-    RowBlocks& blocks = *arrays_.blocks;
-    blocks.clear(blocks.scratch());
-    blocks.merge(blocks.scratch(), j);
-    blocks.merge(blocks.scratch(), k);
-    ranges_.clear();
-    blocks.appendRanges(blocks.scratch(), 0, at_.rows, ranges_);
-    for (const RowRange& range : ranges_)
-        std::swap_ranges(column(j) + range.begin, column(j) + range.end, column(k) + range.begin);
-    blocks.exchange(j, k);
-    std::swap(arrays_.colOrder[j], arrays_.colOrder[k]);
-    std::swap(arrays_.norms[j], arrays_.norms[k]);
+    std::swap_ranges(column(j), column(j) + at_.rows, column(k));
+    std::swap(factors_.reach[j], factors_.reach[k]);
+    std::swap(factors_.colOrder[j], factors_.colOrder[k]);
+    std::swap(norms_[j], norms_[k]);
 }
 
 /// Reflects column k over the rows that are not yet pivots onto row r. Leaves those rows in
-/// ranges_ and their marks in the scratch column.
+/// ranges_.
 void TwoPhaseFactor::reflectColumn(int k, int r)
 {
-    RowBlocks& blocks = *arrays_.blocks;
-    const int marks = blocks.scratch();
-    blocks.mark(k, r);
-    blocks.clear(marks);
-    blocks.mergeRows(marks, k, 0, at_.firstPivot);
-    blocks.mergeRows(marks, k, r, at_.firstConstraint);
-    ranges_.clear();
-    blocks.appendRanges(marks, 0, at_.firstPivot, ranges_);
-    blocks.appendRanges(marks, r, at_.firstConstraint, ranges_);
+    ColumnReach& reach = factors_.reach[k];
+    reach.pivotEnd = std::max(reach.pivotEnd, r + 1);
+    ranges_ = {{reach.first, reach.end}, {r, reach.pivotEnd}};
 
     double* entries = column(k);
     double scale = 0.0;
@@ -292,23 +316,22 @@ void TwoPhaseFactor::reflectColumn(int k, int r)
         });
         reflection = makeReflection(entries[r], scale, squares);
     }
-    arrays_.diagonal[at_.position(r)] = reflection.sigma;
-    arrays_.beta[at_.position(r)] = reflection.beta;
+    factors_.diagonal[at_.position(r)] = reflection.sigma;
+    factors_.beta[at_.position(r)] = reflection.beta;
 }
 
 /// The constraint columns are reached too: without them constrained answers would not be
 /// least-squares solutions. Columns without a common row have an inner product of exactly 0.
 void TwoPhaseFactor::applyToColumnsRight(int k, int r)
 {
-    RowBlocks& blocks = *arrays_.blocks;
-    if (arrays_.beta[at_.position(r)] == 0.0) {
-        for (int j = k + 1; j < at_.freeCols; ++j) arrays_.norms[j] -= column(j)[r] * column(j)[r];
+    if (factors_.beta[at_.position(r)] == 0.0) {
+        for (int j = k + 1; j < at_.freeCols; ++j) norms_[j] -= column(j)[r] * column(j)[r];
         return;
     }
     int panel[kPanel];
     int count = 0;
     for (int j = k + 1; j < at_.cols; ++j) {
-        if (!blocks.meet(j, blocks.scratch())) continue;
+        if (!factors_.reach[j].meets(factors_.reach[k], r)) continue;
         panel[count++] = j;
         if (count < kPanel) continue;
         applyToPanel(k, r, panel, count);
@@ -329,13 +352,13 @@ void TwoPhaseFactor::applyToPanel(int k, int r, const int* columns, int count)
     int changes = 0;
     for (int c = 0; c < count; ++c) {
         if (std::fabs(products[c]) <= negligible_) continue;
-        arrays_.blocks->merge(columns[c], arrays_.blocks->scratch());
+        factors_.reach[columns[c]].merge(factors_.reach[k]);
         changed[changes] = entries[c];
-        products[changes++] = products[c] * arrays_.beta[at_.position(r)];
+        products[changes++] = products[c] * factors_.beta[at_.position(r)];
     }
     panelUpdate(ranges_, v, changed, changes, products);
     for (int c = 0; c < count; ++c)
-        if (columns[c] < at_.freeCols) arrays_.norms[columns[c]] -= entries[c][r] * entries[c][r];
+        if (columns[c] < at_.freeCols) norms_[columns[c]] -= entries[c][r] * entries[c][r];
 }
 
 }  // namespace knotwork

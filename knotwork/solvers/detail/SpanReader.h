@@ -1,0 +1,13 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "knotwork/factor/SpanRows.h"
+#include "knotwork/linalg/DoubleGenMat.h"
+
+namespace knotwork {
+
+/// A's rows in one sweep over its columns; false, and nothing is said about `rows`, when too much
+/// of A is not zero, an entry is not finite, A is small, or its elements do not lie side by side.
+bool readSpans(const DoubleGenMat& A, SpanRows& rows);
+
+}  // namespace knotwork
