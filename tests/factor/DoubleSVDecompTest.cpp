@@ -95,7 +95,7 @@ TEST(DoubleSVDecompTest, ReductionsInBlocksAndThroughATriangleHoldTheSameBounds)
 {
     std::mt19937 generator(21);
     for (const auto& [n, p] : {std::pair{90u, 90u}, {50u, 140u}, {140u, 70u}, {120u, 17u}})
-        for (const Family& family : checks::kScaleFreeFamilies) {
+        for (const Family& family : kScaleFreeFamilies) {
             SCOPED_TRACE(testing::Message() << family.name << ' ' << n << 'x' << p);
             const DoubleGenMat a = family.make(n, p, generator);
             DoubleSVDecomp d(a);
@@ -103,12 +103,12 @@ TEST(DoubleSVDecompTest, ReductionsInBlocksAndThroughATriangleHoldTheSameBounds)
             const DoubleVec all = d.singularValues().copy();
             d.computeAllLeftVecs(0);
             d.factor(a);
-            checks::SvdRatios ratios;
+            SvdRatios ratios;
             ratios.seeFactors(a, d.leftVecs(), d.singularValues(), d.rightVecs(), 0);
 #ifdef KNOTWORK_BENCH_LAPACK
             ratios.seeValues(a, all, knotwork_bench::LapackSvd::values(a), 0);
 #endif
-            checks::expectBounds(ratios);
+            expectBounds(ratios);
             d.computeLeftVecs(0);
             d.computeRightVecs(0);
             d.factor(a);
