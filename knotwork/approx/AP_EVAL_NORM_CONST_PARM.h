@@ -8,8 +8,7 @@
 
 /// Points, first derivatives and unit normals of a surface along a line of constant v. On a knot,
 /// side 1 takes the span on its left, any other side the one on its right; equality is exact.
-/// Shapes    with L = uCount() Coords(): the iso-curve is at workspace 0, its v-derivative at L,
-/// the
+/// Shapes    with L = uCount() Coords(): the iso-curve is at workspace 0, its v-derivative at L, the
 ///           point and the u-derivative at 2L, the v-derivative at 3L and the normal (3 numbers)
 ///           right behind it. All is homogeneous for a rational surface, the normal too: intended.
 /// Errors    on a net of up to 5 rows with fewer than Coords() + 3 numbers each, the normal

@@ -61,6 +61,5 @@ class KNOTWORK_EXPORT DoubleSVDecomp {
     DoubleGenMat U_;
     DoubleGenMat V_;
     int info_;
-    int job_;  // 10 a + b; a: 0 no left vectors, 1 all, 2 leading ones; b: 0 no right vectors, 1
-               // all
+    int job_;  // 10 a + b; left vectors, a: 0 none, 1 all, 2 leading ones; right ones, b: 0 or 1
 };

@@ -11,9 +11,9 @@ namespace knotwork {
 /// Rows of a least-squares problem in which all rows of one span have the same `width` neighbouring
 /// columns, those from the span's own number on: a small triangle a span, with its right-hand
 /// sides, in place of however many rows it was made of, and the squares that the right-hand sides
-/// have beyond it. Triangles of parts merge into that of the whole. Method    Householder
-/// reflections of blocks of rows against the triangle. Source    Lawson, Hanson: Solving Least
-/// Squares Problems (SIAM 1995), chapter 27.
+/// have beyond it. Triangles of parts merge into that of the whole.
+/// Method    Householder reflections of blocks of rows against the triangle.
+/// Source    Lawson, Hanson: Solving Least Squares Problems (SIAM 1995), chapter 27.
 class SpanTriangles {
   public:
     SpanTriangles(int spans, int width, int rhsWidth);

@@ -16,8 +16,9 @@ class CurveState;
 /// What a curve fit needs of its samples: a small triangle a span, however many samples there were.
 /// Samples are added as they come, in any order; accumulators of parts merge into that of the
 /// whole, on this machine or from bytes of another one. Constraints are asked for when it is
-/// fitted: fitCurve(accumulator, ...). Memory    in proportion to the number of spans. Errors    a
-/// sentence's end that says what is wrong, of samples, bytes or a basis; nothing is
+/// fitted: fitCurve(accumulator, ...).
+/// Memory    in proportion to the number of spans.
+/// Errors    a sentence's end that says what is wrong, of samples, bytes or a basis; nothing is
 ///           added or merged then. std::bad_alloc where memory runs out; what it holds is then of
 ///           no use.
 /// Threads   one at a time; different ones may be filled at the same time.

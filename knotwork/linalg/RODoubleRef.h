@@ -6,8 +6,8 @@
 /// What triangular matrices give for an element that may be written: the element itself, or,
 /// outside the stored triangle, a read-only zero that all share. Assignment writes the value
 /// through, from a number and from another reference alike; construction refers to the same
-/// element. Errors    0x4002 when another value than the zero's is assigned to it; nothing is
-/// written.
+/// element.
+/// Errors    0x4002 when another value than the zero's is assigned to it; nothing is written.
 class KNOTWORK_EXPORT RODoubleRef {
   public:
     explicit RODoubleRef(double& stored) : target_(&stored), readOnly_(false) {}

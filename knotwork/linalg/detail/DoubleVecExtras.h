@@ -5,7 +5,7 @@
 #include "knotwork/linalg/IntVec.h"
 #include "knotwork/linalg/SCharVec.h"
 
-/// What the library itself uses of vectors beyond their public face.
+/// What vectors can do beyond their public face; the library itself has no use for it.
 namespace knotwork {
 
 DoubleVec tan(const DoubleVec& v);

@@ -27,9 +27,8 @@ struct ElementTraits<double> {
     static constexpr auto subtract = [](double a, double b) { return a - b; };
     static constexpr auto multiply = [](double a, double b) { return a * b; };
     static constexpr auto divide = [](double a, double b) { return a / b; };
-    static constexpr auto negate = [](double a) {
-        return -a;
-    };  // flips the sign bit; 0 - a does not
+    // Flips the sign bit; 0 - a does not.
+    static constexpr auto negate = [](double a) { return -a; };
     static constexpr auto magnitude = [](double a) { return std::fabs(a); };
 };
 
