@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "knotwork/factor/detail/Permutation.h"
+#include "knotwork/factor/kernels/Permutation.h"
 #include "knotwork/factor/linpack.h"
 #include "knotwork/linalg/LXError.h"
 #include "knotwork/linalg/detail/OutOfMemory.h"

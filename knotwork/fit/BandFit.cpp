@@ -6,9 +6,9 @@
 #include <limits>
 #include <utility>
 
-#include "knotwork/factor/RowStream.h"
-#include "knotwork/factor/SpanRows.h"
 #include "knotwork/fit/Refinement.h"
+#include "knotwork/sparse/RowStream.h"
+#include "knotwork/sparse/SpanRows.h"
 
 namespace knotwork {
 

@@ -4,12 +4,12 @@
 #include <memory>
 #include <vector>
 
-#include "knotwork/factor/BandTriangle.h"
 #include "knotwork/fit/BandOrder.h"
 #include "knotwork/fit/ConstraintRow.h"
 #include "knotwork/fit/FitReport.h"
 #include "knotwork/fit/FitRows.h"
-#include "knotwork/solvers/detail/ConstrainedTriangle.h"
+#include "knotwork/sparse/BandTriangle.h"
+#include "knotwork/sparse/ConstrainedTriangle.h"
 
 namespace knotwork {
 

@@ -3,11 +3,11 @@
 
 #include <vector>
 
-#include "knotwork/factor/SpanTriangles.h"
 #include "knotwork/fit/ConstraintRow.h"
 #include "knotwork/fit/CurveConditions.h"
 #include "knotwork/fit/CurveState.h"
 #include "knotwork/fit/CurveSystem.h"
+#include "knotwork/sparse/SpanTriangles.h"
 
 namespace knotwork {
 

@@ -6,12 +6,12 @@
 #include <string>
 #include <vector>
 
-#include "knotwork/factor/RowStream.h"
-#include "knotwork/factor/SpanTriangles.h"
 #include "knotwork/fit/BandOrder.h"
 #include "knotwork/fit/BsplineBasis.h"
 #include "knotwork/fit/FitRows.h"
 #include "knotwork/fit/SampleRuns.h"
+#include "knotwork/sparse/RowStream.h"
+#include "knotwork/sparse/SpanTriangles.h"
 
 namespace knotwork {
 

@@ -3,7 +3,7 @@
 
 #include <utility>
 
-#include "knotwork/factor/RowStream.h"
+#include "knotwork/sparse/RowStream.h"
 
 namespace knotwork {
 

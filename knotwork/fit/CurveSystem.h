@@ -3,10 +3,10 @@
 
 #include <vector>
 
-#include "knotwork/factor/BandTriangle.h"
 #include "knotwork/fit/BandOrder.h"
 #include "knotwork/fit/ConstraintRow.h"
 #include "knotwork/fit/FitRows.h"
+#include "knotwork/sparse/BandTriangle.h"
 
 namespace knotwork {
 

@@ -5,7 +5,7 @@
 #include <cmath>
 #include <utility>
 
-#include "knotwork/factor/detail/LaneKernels.h"
+#include "knotwork/factor/kernels/LaneKernels.h"
 
 namespace knotwork {
 

@@ -3,7 +3,7 @@
 
 #include <vector>
 
-#include "knotwork/factor/detail/Pack.h"
+#include "knotwork/factor/kernels/Pack.h"
 #include "knotwork/fit/BasisRecurrence.h"
 #include "knotwork/platform/cpu.h"
 

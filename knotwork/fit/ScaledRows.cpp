@@ -6,9 +6,9 @@
 #include <numeric>
 #include <utility>
 
-#include "knotwork/factor/RowStream.h"
 #include "knotwork/fit/BasisRecurrence.h"
 #include "knotwork/platform/cpu.h"
+#include "knotwork/sparse/RowStream.h"
 
 namespace knotwork {
 

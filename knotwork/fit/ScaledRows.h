@@ -4,11 +4,11 @@
 #include <cstddef>
 #include <vector>
 
-#include "knotwork/factor/BandTriangle.h"
 #include "knotwork/fit/BsplineBasis.h"
 #include "knotwork/fit/FitRows.h"
 #include "knotwork/fit/WorkMeter.h"
 #include "knotwork/linalg/DoubleVec.h"
+#include "knotwork/sparse/BandTriangle.h"
 
 namespace knotwork {
 

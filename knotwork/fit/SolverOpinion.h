@@ -4,13 +4,13 @@
 #include <memory>
 #include <vector>
 
-#include "knotwork/factor/BandTriangle.h"
 #include "knotwork/fit/BandOrder.h"
 #include "knotwork/fit/CurveProblem.h"
 #include "knotwork/fit/FitOptions.h"
 #include "knotwork/linalg/DoubleGenMat.h"
 #include "knotwork/solvers/TsolveConstrainedLsq.h"
 #include "knotwork/solvers/TsolverReporter.h"
+#include "knotwork/sparse/BandTriangle.h"
 
 namespace knotwork {
 

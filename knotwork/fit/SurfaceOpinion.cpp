@@ -5,8 +5,8 @@
 #include <cmath>
 #include <new>
 
-#include "knotwork/factor/RowStream.h"
 #include "knotwork/solvers/TsolveTensorProductLsq.h"
+#include "knotwork/sparse/RowStream.h"
 
 namespace knotwork {
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include "knotwork/factor/InverseNorm.h"
+#include "knotwork/factor/kernels/InverseNorm.h"
 
 #include <utility>
 
-#include "knotwork/factor/BandTriangle.h"
-#include "knotwork/factor/BlockedQR.h"
+#include "knotwork/factor/kernels/BlockedQR.h"
+#include "knotwork/sparse/BandTriangle.h"
 #include "tests/support/Arrays.h"
 #include "tests/support/Testing.h"
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "knotwork/solvers/detail/RoadGuard.h"
 
-#include "knotwork/solvers/detail/ConstraintBasis.h"
+#include "knotwork/sparse/ConstraintBasis.h"
 #include "tests/solvers/RoadProbe.h"
 #include "tests/support/Testing.h"
 

@@ -3,9 +3,9 @@
 #include <cmath>
 #include <limits>
 
-#include "knotwork/factor/BlockedQR.h"
-#include "knotwork/factor/InverseNorm.h"
-#include "knotwork/factor/PanelKernels.h"
+#include "knotwork/factor/kernels/BlockedQR.h"
+#include "knotwork/factor/kernels/InverseNorm.h"
+#include "knotwork/factor/kernels/PanelKernels.h"
 #include "knotwork/linalg/detail/Array.h"
 #include "knotwork/solvers/detail/ShortRoad.h"
 

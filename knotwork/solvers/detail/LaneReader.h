@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cstddef>
 
-#include "knotwork/factor/detail/LaneKernels.h"
+#include "knotwork/factor/kernels/LaneKernels.h"
 #include "knotwork/geometry/TtupleVector.h"
 
 namespace knotwork {

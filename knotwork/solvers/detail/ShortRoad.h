@@ -3,10 +3,10 @@
 
 #include <memory>
 
-#include "knotwork/factor/SpanRows.h"
 #include "knotwork/linalg/DoubleGenMat.h"
 #include "knotwork/solvers/detail/Road.h"
 #include "knotwork/solvers/detail/RoadGuard.h"
+#include "knotwork/sparse/SpanRows.h"
 
 namespace knotwork {
 

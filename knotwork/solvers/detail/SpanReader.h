@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "knotwork/factor/SpanRows.h"
 #include "knotwork/linalg/DoubleGenMat.h"
+#include "knotwork/sparse/SpanRows.h"
 
 namespace knotwork {
 

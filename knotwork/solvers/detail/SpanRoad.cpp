@@ -2,10 +2,10 @@
 #include <algorithm>
 #include <cmath>
 
-#include "knotwork/factor/RowCompression.h"
 #include "knotwork/linalg/detail/Array.h"
-#include "knotwork/solvers/detail/ConstrainedTriangle.h"
 #include "knotwork/solvers/detail/ShortRoad.h"
+#include "knotwork/sparse/ConstrainedTriangle.h"
+#include "knotwork/sparse/RowCompression.h"
 
 namespace knotwork {
 

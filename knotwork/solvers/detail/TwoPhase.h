@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "knotwork/factor/PanelKernels.h"
+#include "knotwork/factor/kernels/PanelKernels.h"
 #include "knotwork/linalg/DoubleGenMat.h"
 #include "knotwork/linalg/detail/Array.h"
 #include "knotwork/solvers/TsolverReporter.h"

@@ -6,9 +6,9 @@
 #include <limits>
 #include <utility>
 
-#include "knotwork/factor/RowCompression.h"
 #include "knotwork/linalg/detail/Array.h"
 #include "knotwork/solvers/detail/SpanReader.h"
+#include "knotwork/sparse/RowCompression.h"
 
 namespace knotwork {
 
@@ -162,7 +162,13 @@ double WorkingMatrix::largestEntry() const
 
 DoubleGenMat WorkingMatrix::condensed() const
 {
-    return spans_ ? RowCompression(*spans_).triangle().expanded() : dense_;
+    if (!spans_) return dense_;
+    const RowCompression compression(*spans_);
+    const BandTriangle& R = compression.triangle();
+    DoubleGenMat matrix(cols(), cols(), 0.0);
+    for (int j = 0; j < R.size(); ++j)
+        for (int k = 0; k < R.count(j); ++k) matrix(j, j + k) = R.row(j)[k];
+    return matrix;
 }
 
 bool WorkingMatrix::findZeros(const IntVec& fixedCols, IntVec& usedRows, IntVec& usedCols,
