@@ -234,7 +234,7 @@ INSTANTIATE_TEST_SUITE_P(
                     BytesCase{"OneBit", [](Bytes& b) { b[b.size() / 2] ^= 4; }, kCut},
                     BytesCase{"Other", [](Bytes& b) { b[0] ^= 1; },
                               "the bytes are not those of an accumulator"},
-                    BytesCase{"Version", [](Bytes& b) { b[8] = 2; },
+                    BytesCase{"Version", [](Bytes& b) { b[8] = 9; },
                               "the bytes are of another version"}),
     knotwork_test::CaseName());
 
