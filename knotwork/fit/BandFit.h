@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "knotwork/factor/BandTriangle.h"
+#include "knotwork/factor/SpanRows.h"
 #include "knotwork/fit/BandOrder.h"
 #include "knotwork/fit/ConstraintRow.h"
 #include "knotwork/fit/FitReport.h"
@@ -12,6 +13,10 @@
 #include "knotwork/solvers/detail/ConstrainedTriangle.h"
 
 namespace knotwork {
+
+/// Constraints as rows, their entries where the unknowns stand in a band.
+SpanRows placedRows(const std::vector<ConstraintRow>& constraints, const BandOrder& order,
+                    int unknowns);
 
 /// Least squares along one parameter, constraints held exactly or fitted too, factored once and
 /// solved for any number of right-hand sides to an error that is known.
