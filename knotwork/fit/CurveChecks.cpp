@@ -16,6 +16,19 @@ std::string numbered(const char* noun, int number)
     return std::string(noun) + " " + std::to_string(number);
 }
 
+std::string smoothingFault(const BsplineBasis& basis, const CurveFitOptions& options)
+{
+    const std::optional<double>& lambda = options.smoothing;
+    if (lambda.has_value() && !(std::isfinite(*lambda) && *lambda >= 0.0))
+        return "smoothing is no number of 0 or more";
+    if (options.smoothingOrder < 0 || options.smoothingOrder > basis.degree())
+        return "smoothing asks for a derivative that the degree does not have";
+    if (lambda.has_value() && options.autoSmoothing) return "smoothing is given and asked for too";
+    if ((lambda.has_value() || options.autoSmoothing) && options.method == FitMethod::kQr)
+        return "smoothing holds constraints exactly: the method that fits them is not for it";
+    return "";
+}
+
 }  // namespace
 
 std::string parameterFault(const DoubleVec& parameters, const BsplineBasis& basis)
@@ -68,6 +81,8 @@ std::string requestFault(int dimension, const BsplineBasis& basis,
     if (dimension < 1) return "points need a coordinate";
     const std::string zero = zeroFault(options.zero);
     if (!zero.empty()) return zero;
+    const std::string smoothing = smoothingFault(basis, options);
+    if (!smoothing.empty()) return smoothing;
     for (std::size_t c = 0; c < constraints.size(); ++c) {
         const CurveConstraint& asked = constraints[c];
         const int number = static_cast<int>(c);

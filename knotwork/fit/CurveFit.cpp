@@ -11,6 +11,7 @@
 #include "knotwork/fit/CurveChecks.h"
 #include "knotwork/fit/CurveDiagnosis.h"
 #include "knotwork/fit/CurveProblem.h"
+#include "knotwork/fit/CurveSmoothing.h"
 #include "knotwork/fit/KernelBuild.h"
 #include "knotwork/fit/PlacedConstraint.h"
 #include "knotwork/fit/SampleRows.h"
@@ -34,6 +35,12 @@ struct Task {
 
     bool asksSolver() const { return options.zero > 0.0 || options.estimateCutoff; }
     bool hasSamples() const { return reader != nullptr; }
+    /// Smoothed by 0 is not smoothed but reported as such.
+    bool smoothes() const { return options.autoSmoothing || options.smoothing.value_or(0.0) > 0.0; }
+    int smoothingOrder(int degree) const
+    {
+        return options.smoothingOrder > 0 ? options.smoothingOrder : std::min(2, degree);
+    }
 };
 
 /// What a stage costs a data point, measured, the cheapest counting 1; and what an unknown does.
@@ -58,6 +65,24 @@ bool isFinite(const FittedCurve& curve, bool samples)
            std::isfinite(curve.report.constraintResidual) &&
            std::all_of(curve.controlPoints.begin(), curve.controlPoints.end(),
                        [](double x) { return std::isfinite(x); });
+}
+
+constexpr const char* kWayOut = ", which smoothing may make up for";
+
+std::string whySmoothingLeavesItOpen(const CurveSmoothing& smoothing, const BsplineBasis& basis)
+{
+    std::string left = "constant";
+    if (smoothing.kinks())
+        left = "curve with kinks at repeated knots only";
+    else if (smoothing.order() > 1 && !basis.closed())
+        left = "polynomial of a degree below " + std::to_string(smoothing.order());
+    return "smoothing leaves every " + left + " open, and data and constraints do not fix one";
+}
+
+const char* whySmoothingRounds(const CurveSmoothing& smoothing, double lambda)
+{
+    return lambda > smoothing.balanced() ? "smoothing is so strong that rounding decides"
+                                         : "smoothing is so weak that rounding decides";
 }
 
 std::string whyDataLeaveItOpen(const Task& task, const CurveProblem& problem)
@@ -90,8 +115,31 @@ bool determined(const BandFit& fit, const CurveProblem& problem, const Task& tas
             break;
     }
     const std::string why = whyDataLeaveItOpen(task, problem);
-    refuse(curve, FitVerdict::kUndetermined, why.empty() ? whyNotFixed(fit) : why);
+    refuse(curve, FitVerdict::kUndetermined, (why.empty() ? whyNotFixed(fit) : why) + kWayOut);
     return false;
+}
+
+/// The same for a smoothed fit, given that in which data and penalty are as large.
+bool determined(const CurveSmoothing& smoothing, const BandFit& fit, FittedCurve& curve)
+{
+    if (fit.state() == BandFit::State::kDependentConstraints)
+        refuse(curve, FitVerdict::kDependentConstraints, whyDependent(fit));
+    else if (!smoothing.determined(fit))
+        refuse(curve, FitVerdict::kUndetermined, whySmoothingLeavesItOpen(smoothing, curve.basis));
+    else
+        return true;
+    return false;
+}
+
+/// Generalised cross-validation, from the figures.
+double gcvOf(const CurveProblem& problem, const FittedCurve& curve)
+{
+    const double points = problem.countedSamples();
+    const double left = 1.0 - curve.report.effectiveDf / points;
+    if (!(left > 0.0)) return std::numeric_limits<double>::quiet_NaN();
+    const double weights = std::ldexp(problem.weights(), 2 * problem.scales().weightRoot);
+    const double mean = curve.report.rms / left;
+    return weights / points * mean * mean / curve.dimension;
 }
 
 /// The figures are those of the control points that are handed out: of the last pass where the
@@ -132,25 +180,23 @@ void handOut(const CurveProblem& problem, bool samples, FittedCurve& curve)
     curve.spline = makeSpline(problem.basis(), curve.dimension, curve.controlPoints);
 }
 
-/// Solves a problem whose samples are compressed.
-void solveProblem(const CurveProblem& problem, const Task& task, WorkMeter& work,
-                  FittedCurve& curve)
+/// Solves a problem whose samples are compressed, with the rows that are fitted: the samples' or,
+/// with a smoothing, the penalty's too.
+void solveRows(const CurveProblem& problem, const BandFit& fit, const CurveSmoothing* smoothing,
+               const Task& task, WorkMeter& work, FittedCurve& curve)
 {
     CurveFitReport& report = curve.report;
-    if (!problem.finite())
-        return refuse(curve, FitVerdict::kBadInput,
-                      "a constraint's value leaves the range of numbers");
-    const BandFit fit(compressed(problem.triangles(), problem.order(), false).triangle(),
-                      problem.constraintRows(), report.method, problem.constraintWeight(),
-                      problem.order());
     TsolverReporter quiet(true);
     SolverOpinion opinion;
     if (task.asksSolver()) {
-        opinion = askSolver(problem, report.method, task.options.zero, task.options.estimateCutoff,
-                            task.options.reporter != nullptr ? *task.options.reporter : quiet);
+        opinion = askSolver(
+            problem,
+            smoothing != nullptr ? smoothing->unitTriangles(report.lambda) : problem.triangles(),
+            report.method, task.options.zero, task.options.estimateCutoff,
+            task.options.reporter != nullptr ? *task.options.reporter : quiet);
         report.zero = opinion.zero;
     }
-    if (!determined(fit, problem, task, curve)) return;
+    if (smoothing == nullptr && !determined(fit, problem, task, curve)) return;
     report.columnsUsed = report.unknowns;
     if (task.asksSolver() && !opinion.solvable)
         return refuse(curve, FitVerdict::kInaccurate,
@@ -160,13 +206,22 @@ void solveProblem(const CurveProblem& problem, const Task& task, WorkMeter& work
     const SampleRows samples(task.reader, problem.scaledBasis(), problem.scales(),
                              problem.sampleCount(), problem.figureFactors(),
                              [&work](int n) { work.add(kPassCost * n); });
-    const BandFit::Answer answer =
-        task.hasSamples()
-            ? fit.solve(samples, problem.constraintRhs(), curve.dimension, kBelievable, &triangles)
-            : fit.solve(triangles, problem.constraintRhs(), curve.dimension, kBelievable);
+    const auto solved = [&](const FitRows& rows, const FitRows* start) {
+        return fit.solve(rows, problem.constraintRhs(), curve.dimension, kBelievable, start);
+    };
+    const auto smoothed = [&] {
+        const PenalisedRows start = smoothing->rows(triangles, report.lambda, fit);
+        if (!task.hasSamples()) return solved(start, nullptr);
+        return solved(smoothing->rows(samples, report.lambda, fit), &start);
+    };
+    const BandFit::Answer answer = smoothing != nullptr ? smoothed()
+                                   : task.hasSamples()  ? solved(samples, &triangles)
+                                                        : solved(triangles, nullptr);
     work.add(kSolutionCost * report.unknowns);
     if (!(answer.error <= kBelievable))
-        return refuse(curve, FitVerdict::kInaccurate, kTooCloseToDependent);
+        return refuse(curve, FitVerdict::kInaccurate,
+                      smoothing != nullptr ? whySmoothingRounds(*smoothing, report.lambda)
+                                           : kTooCloseToDependent);
     if (task.asksSolver() && !opinion.sharedBy(answer.x, curve.dimension))
         return refuse(curve, FitVerdict::kInaccurate,
                       whyZeroIsTooCoarse(task.options.zero, report.zero));
@@ -182,7 +237,43 @@ void solveProblem(const CurveProblem& problem, const Task& task, WorkMeter& work
         report.maxResidual = std::numeric_limits<double>::quiet_NaN();
         report.maxResidualAt = std::numeric_limits<double>::quiet_NaN();
     }
+    if (smoothing == nullptr && task.options.smoothing.has_value()) {
+        report.lambda = 0.0;
+        report.effectiveDf = report.unknowns - report.constraints;
+    }
+    if (!std::isnan(report.lambda)) report.gcv = gcvOf(problem, curve);
     handOut(problem, task.hasSamples(), curve);
+}
+
+void solveSmoothed(const CurveProblem& problem, const Task& task, WorkMeter& work,
+                   FittedCurve& curve)
+{
+    const CurveSmoothing smoothing(problem, task.smoothingOrder(curve.basis.degree()));
+    const BandFit atBalance = smoothing.fit(smoothing.balanced());
+    if (!determined(smoothing, atBalance, curve)) return;
+    const CurveSmoothing::Choice choice =
+        task.options.autoSmoothing ? smoothing.chosen() : smoothing.asked(*task.options.smoothing);
+    curve.report.lambda = choice.lambda;
+    curve.report.effectiveDf = choice.freedom;
+    curve.report.smoothingAtEnd = choice.atEnd;
+    const BandFit fit = smoothing.fit(choice.lambda);
+    if (!smoothing.reachable(choice.lambda, fit, atBalance))
+        return refuse(curve, FitVerdict::kInaccurate, whySmoothingRounds(smoothing, choice.lambda));
+    solveRows(problem, fit, &smoothing, task, work, curve);
+}
+
+void solveProblem(const CurveProblem& problem, const Task& task, WorkMeter& work,
+                  FittedCurve& curve)
+{
+    CurveFitReport& report = curve.report;
+    if (!problem.finite())
+        return refuse(curve, FitVerdict::kBadInput,
+                      "a constraint's value leaves the range of numbers");
+    if (task.smoothes()) return solveSmoothed(problem, task, work, curve);
+    const BandFit fit(compressed(problem.triangles(), problem.order(), false).triangle(),
+                      problem.constraintRows(), report.method, problem.constraintWeight(),
+                      problem.order());
+    solveRows(problem, fit, nullptr, task, work, curve);
 }
 
 void start(const BsplineBasis& basis, int dimension, const Task& task, FittedCurve& curve)
@@ -200,7 +291,7 @@ void start(const BsplineBasis& basis, int dimension, const Task& task, FittedCur
 }
 
 /// Whether there are samples, with weights, and equations enough; counts them.
-bool countsSuffice(const CurveState& state, FittedCurve& curve)
+bool countsSuffice(const CurveState& state, const Task& task, FittedCurve& curve)
 {
     constexpr long long kMost = std::numeric_limits<int>::max();
     CurveFitReport& report = curve.report;
@@ -210,10 +301,10 @@ bool countsSuffice(const CurveState& state, FittedCurve& curve)
         refuse(curve, FitVerdict::kBadInput, "there are no points");
     else if (state.weights() == 0.0)
         refuse(curve, FitVerdict::kBadInput, "all weights are 0");
-    else if (equations < report.unknowns)
+    else if (equations < report.unknowns && !task.smoothes())
         refuse(curve, FitVerdict::kUndetermined,
                std::to_string(report.unknowns) + " unknowns are more than " +
-                   std::to_string(equations) + " equations can fix");
+                   std::to_string(equations) + " equations can fix" + kWayOut);
     else
         return true;
     return false;
@@ -234,7 +325,7 @@ void fitSamples(const BsplineBasis& basis, int dimension, const Task& task, doub
     });
     if (!fault.empty())
         refuse(curve, FitVerdict::kBadInput, fault);
-    else if (countsSuffice(state, curve))
+    else if (countsSuffice(state, task, curve))
         solveProblem(CurveProblem(state, task.constraints), task, work, curve);
     work.finish();
 }
@@ -315,7 +406,7 @@ FittedCurve fitCurve(const CurveAccumulator& gathered,
         const BsplineBasis& basis = gathered.basis();
         const Task task = {none, placedConstraints(basis, constraints), options};
         start(basis, gathered.dimension(), task, curve);
-        if (!countsSuffice(gathered.state(), curve)) return;
+        if (!countsSuffice(gathered.state(), task, curve)) return;
         WorkMeter work(options.progress, kSolutionCost * curve.report.unknowns);
         solveProblem(CurveProblem(gathered.state(), task.constraints), task, work, curve);
         work.finish();

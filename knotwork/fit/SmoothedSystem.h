@@ -28,9 +28,6 @@ class SmoothedSystem {
 
     int width() const { return width_; }  ///< right-hand sides
     int freeUnknowns() const { return basis_.freeCols(); }
-    /// The factor at which data and penalty are as large.
-    double balancedFactor() const { return dataSquares_ / roughSquares_; }
-
     struct Figures {
         double freedom = 0.0;         ///< degrees of freedom
         double condition = 0.0;       ///< of S, a bound; NaN where it is singular

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <utility>
 
 namespace knotwork {
@@ -22,12 +23,13 @@ constexpr double kEndTolerance = 1e-6;
 
 SmoothingSearch::SmoothingSearch(std::vector<const SmoothedSystem*> systems,
                                  std::vector<double> unitSquares, int dimension, double points,
-                                 double rightSquares)
+                                 double rightSquares, double balanced)
     : systems_(std::move(systems)),
       unitSquares_(std::move(unitSquares)),
       dimension_(dimension),
       points_(points),
-      noSquares_(kRounding * kRounding * rightSquares)
+      noSquares_(kRounding * kRounding * rightSquares),
+      balanced_(balanced)
 {
 }
 
@@ -56,22 +58,26 @@ double SmoothingSearch::mean(double (*of)(const SmoothedSystem&)) const
     return sum / dimension_;
 }
 
-double SmoothingSearch::freedomAt(double factor) const
+double SmoothingSearch::freedomAt(double factor, double leastFreedom) const
 {
-    return at(std::log(factor)).freedom;
-}
-
-double SmoothingSearch::balancedFactor() const
-{
-    double product = 0.0;
-    for (const SmoothedSystem* system : systems_) product += std::log(system->balancedFactor());
-    return std::exp(product / static_cast<double>(systems_.size()));
+    constexpr double kProportional = 0.1;  // as much freedom is taken nearly so
+    const double place = std::log(factor);
+    const bool strong = place > std::log(balanced_);
+    Point near = at(place);
+    for (int i = 0; i < kMostSteps && !near.sound; ++i)
+        near = at(near.place + (strong ? -kStep : kStep));
+    if (!near.sound) return std::numeric_limits<double>::quiet_NaN();
+    if (near.place == place || !strong) return near.freedom;
+    const double least = leastFreedom < 0.0 ? std::round(near.freedom) : leastFreedom;
+    const double left = near.freedom - least;
+    if (left > kProportional) return std::numeric_limits<double>::quiet_NaN();
+    return least + left * std::exp(near.place - place);
 }
 
 /// The degrees of freedom where a system is as ill-conditioned as it may be.
 double SmoothingSearch::limitOfFreedom() const
 {
-    double place = std::log(balancedFactor());
+    double place = std::log(balanced_);
     Point last = at(place);
     for (int step = 0; step < kMostSteps; ++step) {
         const Point next = at(place += kStep);
@@ -85,7 +91,7 @@ double SmoothingSearch::limitOfFreedom() const
 /// decides.
 std::vector<SmoothingSearch::Point> SmoothingSearch::scanned(const Range& range) const
 {
-    std::vector<Point> points = {at(std::log(balancedFactor()))};
+    std::vector<Point> points = {at(std::log(balanced_))};
     for (int i = 0; i < kMostSteps && points.back().sound && points.back().freedom < range.most;
          ++i)
         points.push_back(at(points.back().place - kStep));
@@ -165,7 +171,7 @@ SmoothingSearch::Choice SmoothingSearch::best(double leastFreedom) const
     const Point* chosen = nullptr;  // of equal ones the smoothest
     for (const Point& p : points)
         if (range.holds(p) && (chosen == nullptr || p.score <= chosen->score)) chosen = &p;
-    if (chosen == nullptr) return {balancedFactor(), freedomAt(balancedFactor()), true};
+    if (chosen == nullptr) return {balanced_, freedomAt(balanced_, least), true};
 
     const bool hasLeft = chosen != &points.front() && range.holds(chosen[-1]);
     const bool hasRight = chosen != &points.back() && range.holds(chosen[1]);

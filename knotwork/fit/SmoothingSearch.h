@@ -21,9 +21,10 @@ class SmoothingSearch {
   public:
     /// unitSquares: for each right-hand side, system after system, what its squares count.
     /// dimension: coordinates of a point; right-hand sides, unless a system holds several in one.
-    /// rightSquares: those of the points themselves, each times what it counts.
+    /// rightSquares: those of the points themselves, each times what it counts. balanced: a factor
+    /// with which data and penalty are about as large.
     SmoothingSearch(std::vector<const SmoothedSystem*> systems, std::vector<double> unitSquares,
-                    int dimension, double points, double rightSquares);
+                    int dimension, double points, double rightSquares, double balanced);
 
     static constexpr double kUnknown = -1.0;
     struct Choice {
@@ -33,8 +34,9 @@ class SmoothingSearch {
     };
     /// leastFreedom: the limit for factors without end, or kUnknown.
     Choice best(double leastFreedom) const;
-    double freedomAt(double factor) const;
-    double balancedFactor() const;  ///< the systems' mean
+    /// Where the system is too ill-conditioned to tell, from the nearest one that is not: a strong
+    /// penalty takes what freedom is left in proportion to its factor. NaN where that says nothing.
+    double freedomAt(double factor, double leastFreedom) const;
 
   private:
     /// What is known at a factor, of which `place` is the logarithm.
@@ -64,6 +66,7 @@ class SmoothingSearch {
     int dimension_;
     double points_;
     double noSquares_;  // what rounding leaves where nothing is left
+    double balanced_;
 };
 
 }  // namespace knotwork

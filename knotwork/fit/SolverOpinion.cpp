@@ -72,15 +72,14 @@ const char* whyZeroIsTooCoarse(double asked, double used)
                         : "what counts as zero is too coarse for this system";
 }
 
-SolverOpinion askSolver(const CurveProblem& problem, FitMethod method, double zero,
-                        bool estimateCutoff, TsolverReporter& reporter)
+SolverOpinion askSolver(const CurveProblem& problem, const SpanTriangles& rows, FitMethod method,
+                        double zero, bool estimateCutoff, TsolverReporter& reporter)
 {
-    const SpanTriangles& gathered = problem.triangles();
     const BandOrder& order = problem.order();
-    const int cols = order.unknowns(gathered.cols());
-    const int d = gathered.rhsWidth();
+    const int cols = order.unknowns(rows.cols());
+    const int d = rows.rhsWidth();
     const int constraints = static_cast<int>(problem.constraintRows().size());
-    const RowStream stream = compressed(gathered, order, true);
+    const RowStream stream = compressed(rows, order, true);
 
     const double factor = constraintFactor(method, problem.constraintWeight());
     TtupleVector b(d, cols + constraints, 0.0);
@@ -96,7 +95,7 @@ SolverOpinion askSolver(const CurveProblem& problem, FitMethod method, double ze
     if (!opinion.solvable) return opinion;
     TtupleVector x(d, cols, 0.0);
     opinion.solvable = solver->solve(b, &x, false) == kSolved;
-    for (int f = 0; f < gathered.cols(); ++f)
+    for (int f = 0; f < rows.cols(); ++f)
         for (int k = 0; k < d; ++k) opinion.x.push_back(x.numbers()(order.place(f) * d + k));
     return opinion;
 }

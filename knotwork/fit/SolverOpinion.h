@@ -29,11 +29,11 @@ struct SolverOpinion {
 /// a cut-off raised it.
 const char* whyZeroIsTooCoarse(double asked, double used);
 
-/// Asks the solver of a method, Thouseholder or TsolveConstrainedLsqQR. zero: its tolerance;
-/// estimateCutoff: may raise that to a gap in the singular values. Throws std::bad_alloc where the
-/// dense system finds no room.
-SolverOpinion askSolver(const CurveProblem& problem, FitMethod method, double zero,
-                        bool estimateCutoff, TsolverReporter& reporter);
+/// Asks the solver of a method, Thouseholder or TsolveConstrainedLsqQR. rows: those of the problem
+/// that are fitted. zero: its tolerance; estimateCutoff: may raise that to a gap in the singular
+/// values. Throws std::bad_alloc where the dense system finds no room.
+SolverOpinion askSolver(const CurveProblem& problem, const SpanTriangles& rows, FitMethod method,
+                        double zero, bool estimateCutoff, TsolverReporter& reporter);
 
 /// What a question to a solver is made of: itself, and the data rows as a triangle, the constraint
 /// rows, times a factor, behind them. Throws std::bad_alloc.

@@ -96,15 +96,18 @@ const VerdictCase kVerdictCases[] = {
                 FitVerdict::kMet, ""},
     VerdictCase{"GapOverThreeSpans",
                 [](FitProblem& p) { keepData(p, [](double t) { return t < 5 || t == 8; }); },
-                FitVerdict::kUndetermined, "spans 5 to 6 hold no data"},
+                FitVerdict::kUndetermined,
+                "spans 5 to 6 hold no data, which smoothing may make up for"},
     VerdictCase{"GapAtTheEnd", [](FitProblem& p) { keepData(p, [](double t) { return t < 5; }); },
-                FitVerdict::kUndetermined, "spans 5 to 7 hold no data"},
+                FitVerdict::kUndetermined,
+                "spans 5 to 7 hold no data, which smoothing may make up for"},
     VerdictCase{"TwoGaps",
                 [](FitProblem& p) {
                     keepData(p, [](double t) { return (t >= 1 && t < 2) || t >= 7; });
                     p.constraints = {{4, 0, {0}}};
                 },
-                FitVerdict::kUndetermined, "spans 0 and 2 to 6 hold no data"},
+                FitVerdict::kUndetermined,
+                "spans 0 and 2 to 6 hold no data, which smoothing may make up for"},
     VerdictCase{"OneEmptySpanIsBridged",
                 [](FitProblem& p) { keepData(p, [](double t) { return t < 3 || t >= 4; }); },
                 FitVerdict::kFitted, ""},
@@ -115,15 +118,18 @@ const VerdictCase kVerdictCases[] = {
                 },
                 FitVerdict::kMet, ""},
     VerdictCase{"TooFewData", [](FitProblem& p) { keepData(p, [](double t) { return t < 2; }); },
-                FitVerdict::kUndetermined, "11 unknowns are more than 10 equations can fix"},
+                FitVerdict::kUndetermined,
+                "11 unknowns are more than 10 equations can fix, which smoothing may make up for"},
     VerdictCase{"AllDataAtOneParameter",
                 [](FitProblem& p) { p.parameters.assign(p.parameters.size(), 4.0); },
-                FitVerdict::kUndetermined, "spans 0 to 3 and 5 to 7 hold no data"},
+                FitVerdict::kUndetermined,
+                "spans 0 to 3 and 5 to 7 hold no data, which smoothing may make up for"},
     VerdictCase{"ParametersRepeat",
                 [](FitProblem& p) {
                     for (double& t : p.parameters) t = std::floor(t);
                 },
-                FitVerdict::kUndetermined, "the data do not fix control points 8 to 9 of 11"},
+                FitVerdict::kUndetermined,
+                "the data do not fix control points 8 to 9 of 11, which smoothing may make up for"},
     VerdictCase{"NoPoints", [](FitProblem& p) { p.points.clear(), p.parameters.clear(); },
                 FitVerdict::kBadInput, "there are no points"},
     VerdictCase{"NoBasis", [](FitProblem& p) { p.basis = BsplineBasis(); }, FitVerdict::kBadInput,
@@ -355,5 +361,6 @@ TEST(CurveVerdictTest, AnEstimatedCutoffIsReportedAndHonest)
     }
     FitProblem gap = hardlyDetermined(0);
     gap.parameters.back() = 6.5;  // what is wrong with the data comes first
-    EXPECT_EQ(gap.fit(options).report.reason, "the data do not fix control point 10 of 11");
+    EXPECT_EQ(gap.fit(options).report.reason,
+              "the data do not fix control point 10 of 11, which smoothing may make up for");
 }
