@@ -13,6 +13,8 @@ namespace knotwork {
 
 namespace {
 
+constexpr double kWellConditioned = 1e5;  // the band of the inverse needs no more than doubles
+
 std::size_t laneSize(int rows)
 {
     return static_cast<std::size_t>(rows) * kFewLanes;
@@ -82,12 +84,18 @@ SmoothedSystem::Figures SmoothedSystem::at(double factor) const
     const BandTriangle& S = compression.triangle();
 
     Figures figures;
-    const InverseBand inverse(S);
-    figures.condition = S.normBound() * std::sqrt(inverse.trace());
     const bool strong = dataSquares_ <= factor * roughSquares_;
-    figures.magnified = std::min(dataSquares_, factor * roughSquares_) * inverse.trace();
-    figures.freedom = strong ? inverse.trace(rows, 0, dataRows_)
-                             : S.size() - inverse.trace(rows, dataRows_, rows.rows());
+    const auto look = [&](const auto& inverse) {
+        const double whole = DoubleDouble(inverse.trace()).high;
+        figures.condition = S.normBound() * std::sqrt(whole);
+        figures.magnified = std::min(dataSquares_, factor * roughSquares_) * whole;
+        const int first = strong ? 0 : dataRows_;
+        const int end = strong ? dataRows_ : rows.rows();
+        const double part = DoubleDouble(inverse.trace(rows, first, end)).high;
+        figures.freedom = strong ? part : S.size() - part;
+    };
+    look(InverseBand<double>(S));
+    if (!(figures.condition <= kWellConditioned)) look(InverseBand<DoubleDouble>(S));
 
     const int functions = order_.functions(static_cast<int>(lanes_[0].fixed.size()) / kFewLanes);
     NumberBlock x(functions, width_, false);

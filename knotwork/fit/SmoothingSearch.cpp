@@ -12,7 +12,7 @@ namespace {
 
 constexpr double kMargin = 0.01;          // degrees of freedom from either limit
 constexpr double kMostMagnified = 1e10;   // of eps, in degrees of freedom that are believed
-constexpr double kMostCondition = 1e9;    // of a system that is believed
+constexpr double kMostCondition = 1e10;   // of a system that is believed
 constexpr double kRounding = 0x1p-36;     // of right-hand sides, in residuals
 constexpr double kStep = 1.151292546497;  // half a decade
 constexpr int kMostSteps = 100;           // to either side
@@ -47,7 +47,7 @@ SmoothingSearch::Point SmoothingSearch::at(double place) const
     }
     const double left = 1.0 - point.freedom / points_;
     point.score = std::max(squares, noSquares_) / (left * left);
-    point.sound = point.sound && std::isfinite(point.score) && std::isfinite(point.freedom);
+    point.sound = point.sound && std::isfinite(point.freedom);
     return point;
 }
 
@@ -67,7 +67,7 @@ double SmoothingSearch::freedomAt(double factor, double leastFreedom) const
     for (int i = 0; i < kMostSteps && !near.sound; ++i)
         near = at(near.place + (strong ? -kStep : kStep));
     if (!near.sound) return std::numeric_limits<double>::quiet_NaN();
-    if (near.place == place || !strong) return near.freedom;
+    if (near.place == place || !strong) return std::max(near.freedom, leastFreedom);
     const double least = leastFreedom < 0.0 ? std::round(near.freedom) : leastFreedom;
     const double left = near.freedom - least;
     if (left > kProportional) return std::numeric_limits<double>::quiet_NaN();

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <cmath>
 #include <vector>
 
 #include "knotwork/fit/SmoothedSystem.h"
@@ -51,7 +52,7 @@ class SmoothingSearch {
         double most;
         bool holds(const Point& p) const
         {
-            return p.sound && p.freedom >= least && p.freedom <= most;
+            return p.sound && std::isfinite(p.score) && p.freedom >= least && p.freedom <= most;
         }
     };
     Point at(double place) const;

@@ -55,7 +55,7 @@ TEST(InverseBandTest, HoldsWhatTheWholeInverseHasInTheBand)
             for (int k = 0; k < count; ++k) entries[k] = dice.unit() - 0.3;
         }
         const BandTriangle S = RowCompression(rows).triangle();
-        const InverseBand inverse(S);
+        const InverseBand<double> inverse(S);
         ASSERT_EQ(inverse.size(), n);
 
         double most = 0.0;
