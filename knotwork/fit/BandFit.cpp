@@ -61,6 +61,16 @@ BandTriangle withRows(const BandTriangle& data, const std::vector<ConstraintRow>
 
 }  // namespace
 
+SpanRows placedRows(const std::vector<ConstraintRow>& constraints, const BandOrder& order,
+                    int unknowns)
+{
+    SpanRows rows(unknowns);
+    forRows(constraints, 1.0, order, [&rows](const BandOrder::Placed& row) {
+        rows.appendTrimmed(row.first, row.entries, row.count);
+    });
+    return rows;
+}
+
 BandFit::BandFit(const BandTriangle& data, std::vector<ConstraintRow> constraints, FitMethod method,
                  double weight, BandOrder order)
     : constraints_(std::move(constraints)),
@@ -70,20 +80,16 @@ BandFit::BandFit(const BandTriangle& data, std::vector<ConstraintRow> constraint
       triangle_(fitted_ && !constraints_.empty() ? withRows(data, constraints_, weight, order_)
                                                  : data)
 {
-    SpanRows held(triangle_.size());
-    if (!fitted_)
-        forRows(constraints_, 1.0, order_, [&](const BandOrder::Placed& row) {
-            // Slopes of functions that are one unknown have both signs.
-            if (order_.folded()) {
-                const std::vector<DoubleDouble>& parts =
-                    constraints_[static_cast<std::size_t>(held.rows())].entries;
-                double squares = 0.0;
-                for (const DoubleDouble& x : parts) squares += x.high * x.high;
-                cancelled_ =
-                    std::max(cancelled_, std::sqrt(squares) / lengthOf(row.entries, row.count));
-            }
-            held.appendTrimmed(row.first, row.entries, row.count);
-        });
+    const SpanRows held =
+        fitted_ ? SpanRows(triangle_.size()) : placedRows(constraints_, order_, triangle_.size());
+    // Slopes of functions that are one unknown have both signs.
+    for (int i = 0; order_.folded() && i < held.rows(); ++i) {
+        double squares = 0.0;
+        for (const DoubleDouble& x : constraints_[static_cast<std::size_t>(i)].entries)
+            squares += x.high * x.high;
+        cancelled_ =
+            std::max(cancelled_, std::sqrt(squares) / lengthOf(held.values(i), held.count(i)));
+    }
     factors_ = std::make_unique<ConstrainedTriangle>(triangle_, held);
 }
 
@@ -127,8 +133,15 @@ BandFit::Answer BandFit::solve(const FitRows& rows, const NumberBlock& constrain
     const FitRows& first = start != nullptr ? *start : rows;
     refinement.correct(first);  // from zeros
     refinement.correct(first);
+    for (int round = 0; round < kMostRounds; ++round) {
+        const double moved = refinement.moved(0.0);
+        if (!(contraction * moved > kConverged && contraction < kProgress)) break;
+        refinement.correct(first);
+        if (!(refinement.moved(0.0) < kProgress * moved)) break;
+    }
     if (start != nullptr) refinement.correct(rows);
-    const double plain = refinement.uncertainty(kEps, 0.0) + contraction * refinement.moved(0.0);
+    const double plain =
+        refinement.uncertainty(rows.rounding(), 0.0) + contraction * refinement.moved(0.0);
     if (plain <= wanted) return answer(plain);
 
     double before = std::numeric_limits<double>::infinity();

@@ -13,6 +13,10 @@
 
 namespace knotwork {
 
+/// Constraints as rows, their entries where the unknowns stand in a band.
+SpanRows placedRows(const std::vector<ConstraintRow>& constraints, const BandOrder& order,
+                    int unknowns);
+
 /// Least squares along one parameter, constraints held exactly or fitted too, factored once and
 /// solved for any number of right-hand sides to an error that is known.
 /// Method     the compressed data rows and the constraints are factored as a ConstrainedTriangle;

@@ -9,10 +9,10 @@ constexpr int kMostBasisDegree = 30;
 
 /// The degree + 1 basis functions (or their derivatives of an order up to the degree) that are not
 /// zero in span s, at t, to `row`. Number: double, or one that holds the differences of doubles
-/// exactly.
+/// exactly; Parameter: double, or Number.
 /// Source    de Boor: A Practical Guide to Splines (Springer 1978), chapter X.
-template <class Number>
-void basisRow(const double* knots, int p, int s, double t, int derivative, Number* row)
+template <class Number, class Parameter>
+void basisRow(const double* knots, int p, int s, Parameter t, int derivative, Number* row)
 {
     Number lower[kMostBasisDegree + 1];
     row[0] = 1.0;

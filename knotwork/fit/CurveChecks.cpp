@@ -16,6 +16,19 @@ std::string numbered(const char* noun, int number)
     return std::string(noun) + " " + std::to_string(number);
 }
 
+std::string smoothingFault(const BsplineBasis& basis, const CurveFitOptions& options)
+{
+    const std::optional<double>& lambda = options.smoothing;
+    if (lambda.has_value() && !(std::isfinite(*lambda) && *lambda >= 0.0))
+        return "smoothing is no number of 0 or more";
+    if (options.smoothingOrder < 0 || options.smoothingOrder > basis.degree())
+        return "smoothing asks for a derivative that the degree does not have";
+    if (lambda.has_value() && options.autoSmoothing) return "smoothing is given and asked for too";
+    if ((lambda.has_value() || options.autoSmoothing) && options.method == FitMethod::kQr)
+        return "smoothing holds constraints exactly: the method that fits them is not for it";
+    return "";
+}
+
 std::string placeFault(const std::string& which, double parameter, int derivative,
                        const BsplineBasis& basis)
 {
@@ -121,6 +134,8 @@ std::string requestFault(int dimension, const BsplineBasis& basis,
     if (dimension < 1) return "points need a coordinate";
     const std::string zero = zeroFault(options.zero);
     if (!zero.empty()) return zero;
+    const std::string smoothing = smoothingFault(basis, options);
+    if (!smoothing.empty()) return smoothing;
     const auto d = static_cast<std::size_t>(dimension);
     std::string fault;
     int number = 0;

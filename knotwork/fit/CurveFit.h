@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <limits>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "knotwork/approx/AP_SPLINE.h"
@@ -24,6 +26,14 @@ struct CurveFitOptions : FitOptions {
     std::vector<LinearConstraint> linear;
     std::vector<DirectionConstraint> directions;
     std::vector<HeldControlPoint> held;
+
+    /// Smoothing: lambda, 0 or more. With it lambda (sum of weights) T^(2K - 1) times the integral
+    /// of the squared K-th derivative over the range, of length T, joins the sum of the squared
+    /// residuals, so that units, the number of data and that of knots change nothing. Spans without
+    /// data are bridged then. Not with kQr.
+    std::optional<double> smoothing;
+    bool autoSmoothing = false;  ///< instead: the lambda of the least generalised cross-validation
+    int smoothingOrder = 0;      ///< K, 1 to the degree; 0: 2, or the degree where that is 1
 };
 
 struct CurveFitReport : FitReport {
@@ -31,6 +41,18 @@ struct CurveFitReport : FitReport {
     /// What else is to be known of the curve, sentences' ends: a tangent that was to have a
     /// direction and vanishes, or points the other way.
     std::vector<std::string> remarks;
+
+    // Of a smoothed fit; NaN without.
+    double lambda = std::numeric_limits<double>::quiet_NaN();
+    /// The degrees of freedom that the data use, of a coordinate: control points that constraints
+    /// leave free, down to what smoothing leaves.
+    double effectiveDf = std::numeric_limits<double>::quiet_NaN();
+    /// Generalised cross-validation, in squared units of the data: sum w |r|^2 / (d M) over
+    /// (1 - effectiveDf / M)^2 for M points with a weight and d coordinates.
+    double gcv = std::numeric_limits<double>::quiet_NaN();
+    /// Whether lambda was looked for and the search ended where hardly any of the freedom is left,
+    /// or all of it: few clean data interpolate.
+    bool smoothingAtEnd = false;
 };
 
 /// A fitted curve with its report; without control points unless that says there is a fit.
@@ -58,6 +80,9 @@ struct KNOTWORK_EXPORT FittedCurve {
 ///            rows themselves, in doubled precision where double is not enough. With kQr a value
 ///            counts like a data point of weight 1 and a derivative like one along a row of about
 ///            unit length.
+/// Smoothing  a penalty joins the squares, see CurveFitOptions; to look for its share costs some
+///            fifty factorisations of a band, whatever the number of points.
+/// Source     Wahba: Spline Models for Observational Data (SIAM 1990), chapters 1 and 4.
 /// Verdict    an answer stands where data and constraints determine it and its error, estimated
 ///            from the condition and the last correction, is below 1e-9 of the largest control
 ///            point, or of the data where those are larger; docs/RELIABILITY.md has what was

@@ -20,6 +20,8 @@ class CurveProblem {
     const BsplineBasis& scaledBasis() const { return state_.scaledBasis(); }
     const SampleScales& scales() const { return scales_; }
     double sampleCount() const { return static_cast<double>(state_.rows()); }
+    double countedSamples() const { return static_cast<double>(state_.counted()); }
+    double weights() const { return state_.weights(); }  ///< their sum, scaled
     const SpanTriangles& triangles() const { return triangles_; }
     const BandOrder& order() const { return order_; }
     std::vector<char> spansWithData() const;  ///< a flag a span, as knots count them

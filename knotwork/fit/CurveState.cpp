@@ -21,7 +21,7 @@ constexpr int kHeadroom = 64;  // powers of two by which numbers may outgrow the
 struct CurveState::Sizes {
     std::vector<double> largest;
     double heaviest = 0.0;
-    DoubleDouble weights;
+    long long counted = 0;
 };
 
 CurveState::CurveState(const BsplineBasis& basis, int dimension)
@@ -67,8 +67,12 @@ std::string CurveState::look(const SampleStretch& stretch, Sizes& sizes) const
         if (!std::isfinite(weight)) return named("weight", i) + " is no finite number";
         if (weight < 0.0) return named("weight", i) + " is negative";
         sizes.heaviest = std::max(sizes.heaviest, weight);
+        if (weight > 0.0) ++sizes.counted;
     }
-    if (stretch.weights == nullptr && stretch.count > 0) sizes.heaviest = 1.0;
+    if (stretch.weights == nullptr && stretch.count > 0) {
+        sizes.heaviest = 1.0;
+        sizes.counted = stretch.count;
+    }
     return "";
 }
 
@@ -141,6 +145,7 @@ std::string CurveState::add(const SampleStretch& stretch, const std::function<vo
         if (progress != nullptr) progress(run.count);
     });
     rows_ += stretch.count;
+    counted_ += sizes.counted;
     return "";
 }
 
@@ -174,6 +179,7 @@ std::string CurveState::merge(const CurveState& other)
     triangles_.merge(part.triangles_);
     weights_ += part.weights_;
     rows_ += part.rows_;
+    counted_ += part.counted_;
     return "";
 }
 

@@ -30,6 +30,7 @@ class CurveState {
     const BsplineBasis& scaledBasis() const { return scaled_; }
     int dimension() const { return triangles_.rhsWidth(); }
     long long rows() const { return rows_; }
+    long long counted() const { return counted_; }  ///< of these, those with a weight above 0
     double weights() const { return (weights_.high + weights_.low); }  ///< their sum, scaled
     const SampleScales& scales() const { return scales_; }
     double largest(int k) const { return largest_[static_cast<std::size_t>(k)]; }  ///< magnitude
@@ -57,6 +58,7 @@ class CurveState {
     SpanTriangles triangles_;
     SampleRuns runs_;
     long long rows_ = 0;
+    long long counted_ = 0;
     DoubleDouble weights_;
     std::vector<double> largest_;  // 0: no number but 0 has come by, and no scale is chosen
     std::vector<double> block_;

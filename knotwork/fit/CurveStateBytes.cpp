@@ -14,6 +14,7 @@ namespace {
 constexpr std::uint64_t kMagic = 0x534D5553544F4E4BU;
 constexpr std::uint64_t kVersion = 1;        // of those of an open curve
 constexpr std::uint64_t kClosedVersion = 2;  // the same with periodic knots
+constexpr std::uint64_t kCounted = 2;        // is added where not all samples have a weight
 constexpr std::uint64_t kMostDimension = 1U << 20;
 
 /// FNV-1a, by Fowler, Noll and Vo.
@@ -102,12 +103,13 @@ std::vector<unsigned char> CurveState::bytes() const
 {
     Writer to;
     to.word(kMagic);
-    to.word(basis_.closed() ? kClosedVersion : kVersion);
+    to.word((basis_.closed() ? kClosedVersion : kVersion) + (counted_ < rows_ ? kCounted : 0));
     to.integer(basis_.degree());
     to.integer(dimension());
     to.integer(static_cast<long long>(basis_.knots().size()));
     to.numbers(basis_.knots());
     to.integer(rows_);
+    if (counted_ < rows_) to.integer(counted_);
     to.number(weights_.high);
     to.number(weights_.low);
     to.integer(weighted_ ? 1 : 0);
@@ -127,7 +129,9 @@ std::string readState(const std::vector<unsigned char>& bytes, std::unique_ptr<C
     Reader from(bytes);
     if (bytes.size() % 8 != 0 || from.wordsLeft() < kHead) return kCut;
     if (from.word() != kMagic) return "the bytes are not those of an accumulator";
-    const std::uint64_t version = from.word();
+    std::uint64_t version = from.word();
+    const bool counted = version > kCounted;
+    if (counted) version -= kCounted;
     if (version != kVersion && version != kClosedVersion) return "the bytes are of another version";
     Reader last(bytes);
     for (std::size_t i = 0; i + 8 < bytes.size(); i += 8) last.word();
@@ -150,14 +154,16 @@ std::string readState(const std::vector<unsigned char>& bytes, std::unique_ptr<C
     const auto p = static_cast<std::size_t>(degree);
     const std::size_t perSpan = (p + 1) * (p + 2) / 2 + (p + 1) * d;
     const std::size_t spans = static_cast<std::size_t>(basis.count()) - p;
-    if (from.wordsLeft() != 5 + 3 * d + spans * perSpan + 1) return kCut;
+    if (from.wordsLeft() != (counted ? 6 : 5) + 3 * d + spans * perSpan + 1) return kCut;
     auto found = std::make_unique<CurveState>(basis, static_cast<int>(dimension));
     found->rows_ = from.integer();
+    found->counted_ = counted ? from.integer() : found->rows_;
     found->weights_.high = from.number();
     found->weights_.low = from.number();
     found->weighted_ = from.integer() != 0;
     found->scales_.weightRoot = from.exponent();
-    bool sound = std::abs(found->scales_.weightRoot) < kMostExponent && found->rows_ >= 0;
+    bool sound = std::abs(found->scales_.weightRoot) < kMostExponent && found->counted_ >= 0 &&
+                 found->counted_ <= found->rows_;
     for (int& exponent : found->scales_.coordinates) {
         exponent = from.exponent();
         sound = sound && std::abs(exponent) < kMostExponent;

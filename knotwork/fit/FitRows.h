@@ -59,7 +59,8 @@ class FitRows {
     virtual ResidualSums residualSums(const NumberBlock& x) const = 0;
     /// All of it in doubled precision, rows included; some thirty times the work.
     virtual ResidualSums exactResidualSums(const NumberBlock& x) const = 0;
-    /// By how much rows are off even then, relatively.
+    /// By how much rows are off, relatively, in double precision and in doubled.
+    virtual double rounding() const { return 0x1p-52; }
     virtual double exactRounding() const { return 0x1p-100; }
     virtual double count() const = 0;  ///< of rows
 };

@@ -73,9 +73,9 @@ const char* whyZeroIsTooCoarse(double asked, double used)
 }
 
 SolverOpinion askSolver(const CurveProblem& problem, const CurveSystem& system,
-                        const FitOptions& options)
+                        const SpanTriangles& rows, const FitOptions& options)
 {
-    const RowStream stream = compressed(problem.triangles(), problem.order(), true);
+    const RowStream stream = compressed(rows, problem.order(), true);
     const int columns = stream.triangle().size();
     std::vector<double> sides;
     for (int j = 0; j < columns; ++j)

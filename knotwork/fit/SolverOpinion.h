@@ -30,10 +30,10 @@ struct SolverOpinion {
 const char* whyZeroIsTooCoarse(double asked, double used);
 
 /// Asks the solver of the method, Thouseholder or TsolveConstrainedLsqQR, about a system of a
-/// curve, with `zero` for its tolerance. Throws std::bad_alloc where the dense system finds no
-/// room.
+/// curve, with `zero` for its tolerance. rows: those of the problem that are fitted. Throws
+/// std::bad_alloc where the dense system finds no room.
 SolverOpinion askSolver(const CurveProblem& problem, const CurveSystem& system,
-                        const FitOptions& options);
+                        const SpanTriangles& rows, const FitOptions& options);
 
 /// What a question to a solver is made of: itself, and the data rows as a triangle, the constraint
 /// rows, times a factor, behind them. quiet: hears it where the options name nobody. Throws

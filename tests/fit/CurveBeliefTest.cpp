@@ -46,15 +46,16 @@ const OpenCase kOpenCases[] = {
     {"ValuesJustPastKnots",
      problemOf(BsplineBasis::uniform(2, 0, 10, 4), {0, 0.1, 0.2, 0.3, 0.8, 1.3, 1.7, 1.8, 10},
                {0, 0.1, 0.2, 0.3, 0.7, 1, 1, 1, -0.5}, {{2.506, 0, {1}}, {1.1, 0, {0.5}}}),
-     "spans 1 to 2 hold no data"},
+     "spans 1 to 2 hold no data, which smoothing may make up for"},
     {"FirstSpanAndAValueBehindIt",
      problemOf(BsplineBasis::uniform(1, 0, 1, 3), {.1, .15, .2, .3}, {1, 2, 1, 2},
                {{0.333335, 0, {1}}}),
-     "spans 1 to 2 hold no data"},
+     "spans 1 to 2 hold no data, which smoothing may make up for"},
     {"ADatumHardlyInTheLastSpan",
      problemOf(BsplineBasis::uniform(3, 0, 2, 2), {0, .1, .4, .7, 1, 1 + 1e-7}, {1, 2, 1, 2, 1, 2},
                {{0.5, 0, {1}}}),
-     "data and constraints together do not fix control point 4 of 5"}};
+     "data and constraints together do not fix control point 4 of 5, which smoothing may "
+     "make up for"}};
 
 }  // namespace
 

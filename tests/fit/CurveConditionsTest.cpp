@@ -91,6 +91,10 @@ Asked randomProblem(Dice& dice)
             std::min(p.basis.first() + range * (i + dice.unit()) / count, p.basis.last()));
     p.points = numbers(count * p.dimension, dice);
     askForSome(p, dice);
+    if (dice.below(3) == 0) {
+        p.options.smoothing = std::pow(10.0, 3.0 * within(dice) - 2.0);
+        p.options.smoothingOrder = degree;  // so that the derivative is constant in a span
+    }
     return p;
 }
 
@@ -103,6 +107,7 @@ class Reference {
             for (int k = 0; k < d_; ++k)
                 add(data_, {{1.0, p.parameters[i], 0}}, k,
                     p.points[i * static_cast<std::size_t>(d_) + static_cast<std::size_t>(k)]);
+        if (p.options.smoothing) addRoughness(*p.options.smoothing);
         for (const CurveConstraint& c : p.constraints)
             addMasked({{1.0, c.parameter, c.derivative}}, c.value, c.mask);
         for (const auto& c : p.options.linear) addMasked(c.terms, c.value, c.mask);
@@ -165,6 +170,21 @@ class Reference {
     {
         rows.push_back({std::vector<Quad>(static_cast<std::size_t>(n_ * d_), 0), right});
         addTo(rows.back(), terms, k);
+    }
+    void addRoughness(double lambda)
+    {
+        const Numbers ends = p_.basis.breakpoints();
+        for (std::size_t s = 0; s + 1 < ends.size(); ++s) {
+            Quad square = static_cast<Quad>(lambda) * static_cast<double>(p_.parameters.size()) *
+                          (static_cast<Quad>(ends[s + 1]) - ends[s]);
+            for (int i = 1; i < 2 * p_.options.smoothingOrder; ++i)
+                square *= static_cast<Quad>(p_.basis.last()) - p_.basis.first();
+            for (int k = 0; k < d_; ++k) {
+                add(data_, {{1.0, 0.5 * (ends[s] + ends[s + 1]), p_.options.smoothingOrder}}, k,
+                    0.0);
+                for (Quad& x : data_.back().entries) x *= knotwork_measures::root(square);
+            }
+        }
     }
     void addMasked(const Terms& terms, const std::vector<double>& value,
                    const std::vector<char>& mask)

@@ -88,24 +88,25 @@ const VerdictCase kVerdictCases[] = {
      "the constraints depend on each other: constraints 0 to 9, which repeat each other"},
     {"AsManyConstraintsAsUnknowns", spreadConstraints(0, 11, 1 / 1.25), kMet, ""},
     {"GapOverThreeSpans", kept([](double t) { return t < 5 || t == 8; }), kUndetermined,
-     "spans 5 to 6 hold no data"},
+     "spans 5 to 6 hold no data, which smoothing may make up for"},
     {"GapAtTheEnd", kept([](double t) { return t < 5; }), kUndetermined,
-     "spans 5 to 7 hold no data"},
+     "spans 5 to 7 hold no data, which smoothing may make up for"},
     {"TwoGaps", kept([](double t) { return (t >= 1 && t < 2) || t >= 7; }, {{4, 0, {0}}}),
-     kUndetermined, "spans 0 and 2 to 6 hold no data"},
+     kUndetermined, "spans 0 and 2 to 6 hold no data, which smoothing may make up for"},
     {"OneEmptySpanIsBridged", kept([](double t) { return t < 3 || t >= 4; }), kFitted, ""},
     {"GapFilledByConstraints",
      kept([](double t) { return t < 5; }, {{8, 0, {1}}, {8, 1, {0}}, {7, 0, {2}}, {6, 0, {2}}}),
      kMet, ""},
     {"TooFewData", kept([](double t) { return t < 2; }), kUndetermined,
-     "11 unknowns are more than 10 equations can fix"},
+     "11 unknowns are more than 10 equations can fix, which smoothing may make up for"},
     {"AllDataAtOneParameter", [](FitProblem& p) { p.parameters.assign(p.parameters.size(), 4.0); },
-     kUndetermined, "spans 0 to 3 and 5 to 7 hold no data"},
+     kUndetermined, "spans 0 to 3 and 5 to 7 hold no data, which smoothing may make up for"},
     {"ParametersRepeat",
      [](FitProblem& p) {
          for (double& t : p.parameters) t = std::floor(t);
      },
-     kUndetermined, "the data do not fix control points 8 to 9 of 11"},
+     kUndetermined,
+     "the data do not fix control points 8 to 9 of 11, which smoothing may make up for"},
     {"NoPoints", [](FitProblem& p) { p.points.clear(), p.parameters.clear(); }, kBad,
      "there are no points"},
     {"NoBasis", [](FitProblem& p) { p.basis = BsplineBasis(); }, kBad,
@@ -314,5 +315,6 @@ TEST(CurveVerdictTest, AnEstimatedCutoffIsReportedAndHonest)
     }
     FitProblem gap = hardlyDetermined(0);
     gap.parameters.back() = 6.5;  // what is wrong with the data comes first
-    EXPECT_EQ(gap.fit(options).report.reason, "the data do not fix control point 10 of 11");
+    EXPECT_EQ(gap.fit(options).report.reason,
+              "the data do not fix control point 10 of 11, which smoothing may make up for");
 }

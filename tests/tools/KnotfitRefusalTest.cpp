@@ -261,7 +261,7 @@ TEST_P(KnotfitMemoryTest, LittleMemoryIsSaidSo)
     while (limited(start, "--version").status != 0) start += 1000;
     int done = 0;
     int refused = 0;
-    for (int more = 0; done < 2 && more < 200000; more += 250 + more / 12) {
+    for (int more = 0; done < 2 && more < 200000; more += 150 + more / 12) {
         SCOPED_TRACE(std::to_string(start) + " + " + std::to_string(more));
         const Outcome outcome =
             limited(start + more,
