@@ -72,7 +72,8 @@ void checkCount(int spans, const BasisRequest& request)
     const long long equations = static_cast<long long>(*request.lines) + request.equations;
     if (unknowns > equations)
         throw Failure(kRefused, std::to_string(unknowns) + " unknowns are more than " +
-                                    std::to_string(*request.lines) + " data points can fix");
+                                    std::to_string(*request.lines) + " data points can fix" +
+                                    request.wayOut);
 }
 
 }  // namespace

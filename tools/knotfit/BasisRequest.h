@@ -19,6 +19,7 @@ struct BasisRequest {
     std::optional<int> lines = {};  ///< of data, that have to fix the control points; not all known
     int equations = 0;              ///< constraints beside them
     bool closed = false;            ///< first to last is a period
+    std::string wayOut = {};        ///< said where there are too few
 };
 
 /// Makes the basis. Throws a Failure: status 2 for what cannot be meant, status 1 for more control

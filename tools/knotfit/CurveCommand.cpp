@@ -2,6 +2,8 @@
 #include "tools/knotfit/CurveCommand.h"
 
 #include <CLI/CLI.hpp>
+#include <cmath>
+#include <cstdio>
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -20,6 +22,20 @@ namespace {
 
 using knotwork::CurveFitReport;
 using knotwork::FittedCurve;
+
+std::string sixFigures(double x)
+{
+    char text[40];
+    std::snprintf(text, sizeof text, "%.6g", x);
+    return text;
+}
+
+std::string smoothingSummary(const CurveFitReport& report)
+{
+    return "smoothing            lambda " + sixFigures(report.lambda) + ", " +
+           sixFigures(report.effectiveDf) + " degrees of freedom" +
+           (report.smoothingAtEnd ? ", at the end of what was searched" : "") + "\n";
+}
 
 /// lastNearFirst: of the points of a closed curve, where there are points.
 void writeCurve(const CurveOptions& options, const FittedCurve& curve, const Times& times,
@@ -41,12 +57,35 @@ void writeCurve(const CurveOptions& options, const FittedCurve& curve, const Tim
     };
     extras.figures = [&](JsonText& json) {
         if (!report.remarks.empty()) json.member("remarks", report.remarks);
+        if (!std::isnan(report.lambda)) {
+            json.member("lambda", report.lambda);
+            if (!std::isnan(report.effectiveDf)) json.member("effective_df", report.effectiveDf);
+            if (!std::isnan(report.gcv)) json.member("gcv", report.gcv);
+            json.flag("smoothing_at_end", report.smoothingAtEnd);
+        }
         if (lastNearFirst) json.flag("last_point_near_first", *lastNearFirst);
     };
     if (basis.closed()) extras.heading = closedSummary(basis.period(), lastNearFirst);
+    if (!std::isnan(report.lambda)) extras.heading += smoothingSummary(report);
     for (const std::string& remark : report.remarks)
         extras.heading += "note                 " + remark + "\n";
     writeFit(files, options.output, report, times, extras);
+}
+
+/// As a refusal for want of data ends, and what the user can type.
+std::string withSmoothOption(std::string reason)
+{
+    const std::string helps = "which smoothing may make up for";
+    const std::size_t at = reason.find(helps);
+    return at == std::string::npos ? reason : reason.insert(at + helps.size(), ": --smooth auto");
+}
+
+/// Throws a Failure, its sentence in terms of the command line.
+void refuseUnfit(const FittedCurve& curve)
+{
+    knotwork::FitReport report = curve.report;
+    report.reason = withSmoothOption(report.reason);
+    refuseUnlessItFits(report, curve.fits());
 }
 
 void refuseIfOpen(const CurveOptions& options, bool closed)
@@ -56,10 +95,22 @@ void refuseIfOpen(const CurveOptions& options, bool closed)
     if (options.clamped) refuse("--clamped: the curve is not a closed one");
 }
 
-void holdOn(const AskedOfCurve& asked, knotwork::CurveFitOptions& options)
+/// What the library is asked besides values and slopes.
+knotwork::CurveFitOptions fitOptionsFor(const CurveOptions& options, const AskedOfCurve& asked)
 {
-    options.directions = asked.directions;
-    options.held = asked.held;
+    knotwork::CurveFitOptions fit;
+    fit.directions = asked.directions;
+    fit.held = asked.held;
+    fit.smoothingOrder = options.smoothOrder;
+    fit.autoSmoothing = options.smooth == "auto";
+    if (options.smooth.empty()) {
+        if (options.smoothOrder > 0) refuse("--smooth-order goes with --smooth");
+    } else if (!fit.autoSmoothing) {
+        fit.smoothing = parseNumber(options.smooth);
+        if (!fit.smoothing || *fit.smoothing < 0.0)
+            refuse("--smooth " + options.smooth + ": is neither auto nor a number of 0 or more");
+    }
+    return fit;
 }
 
 void fitPoints(const CurveOptions& options)
@@ -71,15 +122,14 @@ void fitPoints(const CurveOptions& options)
     const CurveRequest request = makeCurveRequest(options, std::move(table));
 
     Listeners listeners(options);
-    knotwork::CurveFitOptions fitOptions;
+    knotwork::CurveFitOptions fitOptions = fitOptionsFor(options, request.asked);
     listeners.attach(fitOptions);
     fitOptions.weights.reference(request.weights);
-    holdOn(request.asked, fitOptions);
     const Stopwatch fitting;
     const FittedCurve curve = knotwork::fitCurve(request.points, request.parameters, request.basis,
                                                  request.asked.constraints, fitOptions);
     const Times times = {readSeconds, fitting.seconds()};
-    refuseUnlessItFits(curve.report, curve.fits());
+    refuseUnfit(curve);
 
     OutputFiles files({options.input});
     addDrawing(files, options.svg, [&](std::ostream& picture) {
@@ -117,13 +167,12 @@ void fitGathered(const CurveOptions& options)
     addAsked(options, gathered.basis(), gathered.dimension(), asked);
 
     Listeners listeners(options);
-    knotwork::CurveFitOptions fitOptions;
+    knotwork::CurveFitOptions fitOptions = fitOptionsFor(options, asked);
     listeners.attach(fitOptions);
-    holdOn(asked, fitOptions);
     const Stopwatch fitting;
     const FittedCurve curve = knotwork::fitCurve(gathered, asked.constraints, fitOptions);
     const Times times = {readSeconds, fitting.seconds()};
-    refuseUnlessItFits(curve.report, curve.fits());
+    refuseUnfit(curve);
     OutputFiles files(names);
     writeCurve(options, curve, times, files);
 }
@@ -163,6 +212,15 @@ void addCurveCommand(CLI::App& app)
     addConstraintOptions(*curve, *options);
     curve->add_flag("--clamped", options->clamped,
                     "Write a closed curve as an open one with clamped ends that meet at the seam");
+    curve
+        ->add_option("--smooth", options->smooth,
+                     "LAMBDA or auto: a smooth curve rather than the closest one; it bridges spans "
+                     "without data, and auto lets cross-validation choose")
+        ->check(notEmpty);
+    curve
+        ->add_option("--smooth-order", options->smoothOrder,
+                     "The derivative that is kept small, 1 to the degree (2 by default)")
+        ->check(CLI::PositiveNumber);
     addFitOptions(*curve, *options, "data, curve, control polygon, knots, constraints");
     addVerbose(*curve, *options, "the solver");
     curve->callback([options] { runCurve(*options); });

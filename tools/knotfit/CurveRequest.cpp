@@ -132,8 +132,12 @@ CurveRequest makeCurveRequest(const CurveOptions& options, CsvTable table)
         first = startOf(options).value_or(request.parameters(0));
         last = first + request.period;
     }
-    request.basis = basisFor({options.degree, options.spans, options.knots, "--knots", first, last,
-                              request.points.points(), equations, options.closed});
+    BasisRequest basis = {options.degree, options.spans, options.knots, "--knots", first, last};
+    if (options.smooth.empty()) basis.lines = request.points.points();
+    basis.equations = equations;
+    basis.closed = options.closed;
+    basis.wayOut = ", which smoothing may make up for: --smooth auto";
+    request.basis = basisFor(basis);
     addPasses(options.pass, request);
     addAsked(options, request.basis, request.points.size(), request.asked);
     return request;

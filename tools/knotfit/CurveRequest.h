@@ -18,6 +18,8 @@ namespace knotfit {
 struct CurveOptions : SampleOptions, FitCommandOptions, ConstraintOptions {
     std::vector<std::string> from;  ///< gathered parts instead of points, or lists of them
     std::vector<std::string> pass;
+    std::string smooth;  ///< a number, or auto; empty: not
+    int smoothOrder = 0;
     bool clamped = false;
 };
 
