@@ -84,7 +84,9 @@ Asked randomProblem(Dice& dice)
     p.basis = dice.below(2) == 0
                   ? BsplineBasis::uniform(degree, first, first + length, spans)
                   : BsplineBasis::periodicUniform(degree, first, first + length, spans);
-    const int count = 4 * p.basis.count();
+    // One in four has too few data, which conditions or smoothing make up for or not.
+    const int count =
+        dice.below(4) == 0 ? 1 + static_cast<int>(dice.below(8)) : 4 * p.basis.count();
     const double range = p.basis.period();
     for (int i = 0; i < count; ++i)
         p.parameters.push_back(
@@ -225,27 +227,33 @@ int times()
 TEST(CurveConditionsTest, MixedOnesHoldAndTheRestIsTheLeastSquaresFit)
 {
     int answered = 0;
+    int refused = 0;
     for (int run = 0; run < 250 * times(); ++run) {
         SCOPED_TRACE(run);
         Dice dice(static_cast<unsigned>(7000 + run));
         const Asked p = randomProblem(dice);
         double condition = 0.0;
         const std::vector<double> expected = Reference(p).solve(condition);
-        if (expected.empty() || condition > 1e5) continue;
+        const bool open = expected.empty();
         knotwork::CurveAccumulator gathered(p.basis, p.dimension);
         gathered.add(
             {static_cast<int>(p.parameters.size()), p.parameters.data(), p.points.data(), nullptr});
         for (const FittedCurve& curve :
              {p.fit(p.options), fitCurve(gathered, p.constraints, p.options)}) {
-            ASSERT_TRUE(curve.fits()) << curve.report.reason;
+            ASSERT_FALSE(open && curve.fits());
+            ASSERT_TRUE(open || condition > 1e8 || curve.fits()) << curve.report.reason;
+            if (!curve.fits()) continue;
             double size = 1.0;
             for (const double x : expected) size = std::max(size, std::fabs(x));
             for (std::size_t i = 0; i < expected.size(); ++i)
-                ASSERT_NEAR(curve.controlPoints[i], expected[i], 1e-10 * size) << condition;
+                ASSERT_NEAR(curve.controlPoints[i], expected[i],
+                            (condition < 1e5 ? 1e-10 : 1e-6) * size)
+                    << condition;
         }
-        ++answered;
+        ++(open ? refused : answered);
     }
     EXPECT_GE(answered, 150 * times());
+    EXPECT_GE(refused, 10 * times());
 }
 
 // Sets of 2 to 6 of 20 values and slopes, one of them the sum of the others, in 200 random orders,
