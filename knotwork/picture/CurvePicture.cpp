@@ -148,7 +148,8 @@ std::string figures(const CurveFitReport& report)
            " control points, " + std::to_string(report.constraints) +
            (report.verdict == FitVerdict::kCompromise ? " fitted" : " exact") + " equations: RMS " +
            generalText(report.rms, 3) + ", largest residual " + largest + ", constraint residual " +
-           generalText(report.constraintResidual, 2);
+           generalText(report.constraintResidual, 2) +
+           (std::isnan(report.lambda) ? "" : ", lambda " + generalText(report.lambda, 3));
 }
 
 /// Draws what was asked of the curve, each kind with a mark of its own, and remembers which.
