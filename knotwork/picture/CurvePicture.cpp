@@ -32,6 +32,10 @@ constexpr const char* kSeamStyle = "stroke=\"#111111\" stroke-width=\"3\"";
 constexpr double kSeamLength = 34.0;  // of a bar across the curve
 
 constexpr const char* kConstraintStyle = "stroke=\"#c2185b\" stroke-width=\"2\"";
+constexpr double kDiamondSize = 7.0;
+constexpr double kTangentLength = 70.0;
+constexpr double kBarLength = 40.0;
+constexpr double kArrowLength = 44.0;
 
 /// Puts parameters and coordinates on paper.
 class CurveView {
@@ -55,11 +59,18 @@ class CurveView {
         const std::vector<double> slope = curve_.at(t, 1);
         return graph_ ? PlotPoint{1.0, slope[0]} : PlotPoint{slope[0], slope[1]};
     }
-    PlotPoint control(int i) const
+    std::vector<double> controlValue(int i) const
     {
         const auto first = curve_.controlPoints.begin() + i * curve_.dimension;
-        return place(curve_.basis.greville(i),
-                     std::vector<double>(first, first + curve_.dimension));
+        return {first, first + curve_.dimension};
+    }
+    PlotPoint control(int i) const { return place(curve_.basis.greville(i), controlValue(i)); }
+    /// Of control point i of a closed graph the one within the range, which is the same.
+    int inRange(int i) const
+    {
+        const bool before =
+            graph_ && curve_.basis.closed() && curve_.basis.greville(i) < curve_.basis.first();
+        return before ? i + curve_.basis.unknowns() : i;
     }
 
   private:
@@ -137,20 +148,85 @@ std::string figures(const CurveFitReport& report)
            " control points, " + std::to_string(report.constraints) +
            (report.verdict == FitVerdict::kCompromise ? " fitted" : " exact") + " equations: RMS " +
            generalText(report.rms, 3) + ", largest residual " + largest + ", constraint residual " +
-           generalText(report.constraintResidual, 2);
+           generalText(report.constraintResidual, 2) +
+           (std::isnan(report.lambda) ? "" : ", lambda " + generalText(report.lambda, 3));
 }
 
-void drawConstraints(SvgPlot& plot, const CurveView& view,
-                     const std::vector<CurveConstraint>& constraints)
-{
-    for (const CurveConstraint& c : constraints) {
+/// Draws what was asked of the curve, each kind with a mark of its own, and remembers which.
+class AskedMarks {
+  public:
+    AskedMarks(SvgPlot& plot, const CurveView& view) : plot_(plot), view_(view) {}
+
+    void constraint(const CurveConstraint& c, const std::vector<double>& onCurve)
+    {
         if (c.derivative == 0)
-            plot.diamond(view.placeWrapped(c.parameter, c.value), 7, kConstraintStyle);
-        else if (c.derivative == 1)
-            plot.tangent(view.at(view.wrapped(c.parameter)), view.direction(c.parameter), 70,
-                         kConstraintStyle);
+            value(view_.wrapped(c.parameter), c.value, c.mask, onCurve);
+        else if (c.derivative == 1 && (holds(c.mask, 0) || holds(c.mask, 1)))
+            slope(c.parameter);
     }
-}
+    void direction(const DirectionConstraint& c)
+    {
+        if (view_.graph()) return;
+        // Divided before it is drawn, where its length could leave the range of numbers.
+        const double x = c.direction[0];
+        const double y = c.direction[1];
+        const double size = std::max(std::fabs(x), std::fabs(y));
+        if (!(size > 0.0)) return;
+        plot_.arrow(view_.at(view_.wrapped(c.parameter)), {x / size, y / size}, kArrowLength,
+                    kConstraintStyle);
+        arrows_ = true;
+    }
+    void held(const HeldControlPoint& c, const BsplineBasis& basis)
+    {
+        const int i = view_.inRange(c.number);
+        value(basis.greville(i), c.value, c.mask, view_.controlValue(i));
+    }
+    void keys(bool exact)
+    {
+        if (whole_) plot_.key("diamond", kConstraintStyle, exact ? "met exactly" : "asked");
+        if (bars_) plot_.key("bar", kConstraintStyle, "one coordinate");
+        if (arrows_) plot_.key("arrow", kConstraintStyle, "direction");
+    }
+
+  private:
+    bool holds(const std::vector<char>& mask, std::size_t coordinate) const
+    {
+        if (view_.graph() && coordinate > 0) return true;  // the parameter is never free
+        return mask.empty() || mask[coordinate] != 0;
+    }
+
+    /// A diamond, or a bar along the line on which the free coordinate lies; nothing where both of
+    /// the picture's coordinates are free. `actual` is where the free ones are.
+    void value(double t, std::vector<double> asked, const std::vector<char>& mask,
+               const std::vector<double>& actual)
+    {
+        const bool x = holds(mask, 0);
+        const bool y = holds(mask, 1);
+        if (!x && !y) return;
+        for (std::size_t k = 0; k < asked.size(); ++k)
+            if (!mask.empty() && mask[k] == 0) asked[k] = actual[k];
+        const PlotPoint at = view_.place(t, asked);
+        if (x && y) {
+            plot_.diamond(at, kDiamondSize, kConstraintStyle);
+            whole_ = true;
+        } else {
+            plot_.bar(at, x, kBarLength, kConstraintStyle);
+            bars_ = true;
+        }
+    }
+    void slope(double t)
+    {
+        plot_.tangent(view_.at(view_.wrapped(t)), view_.direction(t), kTangentLength,
+                      kConstraintStyle);
+        whole_ = true;
+    }
+
+    SvgPlot& plot_;
+    const CurveView& view_;
+    bool whole_ = false;
+    bool bars_ = false;
+    bool arrows_ = false;
+};
 
 /// A bar across the curve where its period begins and, drawn over the parameter, ends.
 void drawSeam(SvgPlot& plot, const CurveView& view, const BsplineBasis& basis)
@@ -165,7 +241,7 @@ void drawSeam(SvgPlot& plot, const CurveView& view, const BsplineBasis& basis)
 
 void writeCurveSvg(std::ostream& os, const FittedCurve& curve, const TtupleVector& points,
                    const DoubleVec& parameters, const std::vector<CurveConstraint>& constraints,
-                   const std::string& title)
+                   const std::string& title, const CurveFitOptions& options)
 {
     if (!curve.fits()) return;
     const CurveView view(curve);
@@ -197,14 +273,17 @@ void writeCurveSvg(std::ostream& os, const FittedCurve& curve, const TtupleVecto
             plot.diamond(view.at(t), 3.5, kKnotFill);
     }
     if (curve.basis.closed()) drawSeam(plot, view, curve.basis);
-    drawConstraints(plot, view, constraints);
+    AskedMarks marks(plot, view);
+    for (const CurveConstraint& c : constraints) marks.constraint(c, curve.at(c.parameter));
+    for (const DirectionConstraint& c : options.directions) marks.direction(c);
+    for (const HeldControlPoint& c : options.held) marks.held(c, curve.basis);
 
     plot.key("dot", kDataStyle, "data");
     plot.key("line", kCurveStyle, "curve");
     plot.key("line", kPolygonStyle, "control polygon");
     plot.key(view.graph() ? "line" : "diamond", view.graph() ? kKnotStyle : kKnotFill, "knots");
     if (curve.basis.closed()) plot.key("line", kSeamStyle, "seam");
-    if (!constraints.empty()) plot.key("diamond", kConstraintStyle, "met exactly");
+    marks.keys(curve.report.verdict != FitVerdict::kCompromise);
 }
 
 }  // namespace knotwork

@@ -34,6 +34,33 @@ std::string place(PlotPoint p)
     return pixels(p.x) + ' ' + pixels(p.y);
 }
 
+/// From a point of the paper, with a head of two strokes.
+std::string arrowPath(PlotPoint from, PlotPoint along)
+{
+    constexpr double kHead = 9.0;
+    constexpr double kSpread = 0.45;  // of a stroke's run
+    const double size = std::hypot(along.x, along.y);
+    const PlotPoint back = {-along.x / size * kHead, -along.y / size * kHead};
+    const PlotPoint tip = {from.x + along.x, from.y + along.y};
+    const PlotPoint aside = {-back.y * kSpread, back.x * kSpread};
+    return 'M' + place(from) + 'L' + place(tip) + 'M' +
+           place({tip.x + back.x + aside.x, tip.y + back.y + aside.y}) + 'L' + place(tip) + 'L' +
+           place({tip.x + back.x - aside.x, tip.y + back.y - aside.y});
+}
+
+std::string barPath(PlotPoint middle, bool upright, double length)
+{
+    constexpr double kStop = 10.0;
+    const PlotPoint half = upright ? PlotPoint{0.0, length / 2} : PlotPoint{length / 2, 0.0};
+    const PlotPoint stop = upright ? PlotPoint{kStop, 0.0} : PlotPoint{0.0, kStop};
+    const PlotPoint low = {middle.x - half.x, middle.y - half.y};
+    const PlotPoint high = {middle.x + half.x, middle.y + half.y};
+    const auto stopAt = [&stop](PlotPoint end) {
+        return 'M' + place({end.x - stop.x / 2, end.y - stop.y / 2}) + 'l' + place(stop);
+    };
+    return 'M' + place(low) + 'L' + place(high) + stopAt(low) + stopAt(high);
+}
+
 }  // namespace
 
 void PlotRange::include(PlotPoint p)
@@ -126,17 +153,35 @@ void SvgPlot::diamond(PlotPoint p, double size, const char* style)
                  style);
 }
 
-void SvgPlot::tangent(PlotPoint p, PlotPoint direction, double length, const char* style)
+PlotPoint SvgPlot::stretch(PlotPoint direction, double length) const
 {
     // Not from the ends' places: a direction can be small beside the point.
     const double dx = direction.x / (range_.high.x - range_.low.x) * frame_.width();
     const double dy = -direction.y / (range_.high.y - range_.low.y) * frame_.height();
     const double size = std::hypot(dx, dy);
-    if (!(size > 0.0) || !std::isfinite(size)) return;
-    const double hx = dx / size * length / 2;
-    const double hy = dy / size * length / 2;
+    if (!(size > 0.0) || !std::isfinite(size)) return {0.0, 0.0};
+    return {dx / size * length, dy / size * length};
+}
+
+void SvgPlot::tangent(PlotPoint p, PlotPoint direction, double length, const char* style)
+{
+    const PlotPoint half = stretch(direction, length / 2);
+    if (half.x == 0.0 && half.y == 0.0) return;
     const PlotPoint at = onPaper(p);
-    canvas_.path('M' + place({at.x - hx, at.y - hy}) + 'l' + place({2 * hx, 2 * hy}), style);
+    canvas_.path(
+        'M' + place({at.x - half.x, at.y - half.y}) + 'l' + place({2 * half.x, 2 * half.y}), style);
+}
+
+void SvgPlot::arrow(PlotPoint p, PlotPoint direction, double length, const char* style)
+{
+    const PlotPoint along = stretch(direction, length);
+    if (along.x == 0.0 && along.y == 0.0) return;
+    canvas_.path(arrowPath(onPaper(p), along), style);
+}
+
+void SvgPlot::bar(PlotPoint p, bool upright, double length, const char* style)
+{
+    canvas_.path(barPath(onPaper(p), upright, length), style);
 }
 
 void SvgPlot::axisMark(double x, const char* style)
@@ -152,6 +197,10 @@ void SvgPlot::key(const std::string& shape, const char* style, const std::string
         canvas_.circle({keyAt_ + 10, y}, 4, style);
     else if (shape == "diamond")
         canvas_.path('M' + place({keyAt_ + 10, y - 6}) + "l6 6l-6 6l-6 -6z", style);
+    else if (shape == "bar")
+        canvas_.path(barPath({keyAt_ + 10, y}, true, 14), style);
+    else if (shape == "arrow")
+        canvas_.path(arrowPath({keyAt_, y}, {20, 0}), style);
     else
         canvas_.path('M' + place({keyAt_, y}) + "h20", style);
     canvas_.text({keyAt_ + 26, y + 4}, "start", 12, words);

@@ -44,11 +44,19 @@ class SvgPlot {
     void diamond(PlotPoint p, double size, const char* style);
     /// A segment through p along a direction of the data, `length` pixels long.
     void tangent(PlotPoint p, PlotPoint direction, double length, const char* style);
+    /// The same from p on, with a head.
+    void arrow(PlotPoint p, PlotPoint direction, double length, const char* style);
+    /// A segment along one axis through p, with a stop at either end.
+    void bar(PlotPoint p, bool upright, double length, const char* style);
     void axisMark(double x, const char* style);  ///< a tick that stands on the horizontal axis
-    /// An entry of the key below the plot; shape is "line", "dot" or "diamond".
+    /// An entry of the key below the plot; shape is "line", "dot", "diamond", "bar" or
+    /// "arrow".
     void key(const std::string& shape, const char* style, const std::string& text);
 
   private:
+    /// What is `length` pixels long along a direction of the data; nothing without a direction.
+    PlotPoint stretch(PlotPoint direction, double length) const;
+
     SvgCanvas& canvas_;
     PlotFrame frame_;
     PlotRange range_;

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <sstream>
 
+#include "knotwork/picture/SvgCanvas.h"
 #include "tests/fit/HandMadeSurface.h"
 #include "tests/fit/Problems.h"
 #include "tests/support/Testing.h"
@@ -13,13 +14,14 @@ namespace {
 
 using namespace knotwork_test;
 
-std::string pictureOf(const FitProblem& p, const std::string& title)
+std::string pictureOf(const FitProblem& p, const std::string& title,
+                      const knotwork::CurveFitOptions& asked = {})
 {
     const auto n = static_cast<unsigned>(p.parameters.size());
     std::ostringstream os;
     knotwork::writeCurveSvg(os, p.fit(),
                             TtupleVector(p.dimension, static_cast<int>(n), p.points.data()),
-                            DoubleVec(p.parameters.data(), n), p.constraints, title);
+                            DoubleVec(p.parameters.data(), n), p.constraints, title, asked);
     return os.str();
 }
 
@@ -106,6 +108,55 @@ TEST(CurvePictureTest, TangentsKeepTheirDirectionInEveryUnit)
     EXPECT_THAT(expected, testing::StartsWith("<path d=\"M"));
     EXPECT_EQ(tangent(0x1p-40), expected);
     EXPECT_EQ(tangent(0x1p80), expected);
+}
+
+/// A straight line through (0, 0), (1, 1/2) and (2, 1), whose middle asks for one coordinate, whose
+/// last control point for the other, and whose start for a direction.
+TEST(CurvePictureTest, FreeCoordinatesFollowTheCurveAndArrowsWhatIsAsked)
+{
+    FitProblem p;
+    p.dimension = 2;
+    p.basis = knotwork::BsplineBasis::uniform(1, 0.0, 1.0, 1);
+    p.parameters = {0.0, 0.5, 1.0};
+    p.points = {0.0, 0.0, 1.0, 0.5, 2.0, 1.0};
+    p.constraints = {{0.5, 0, {1.0, -7.0}, {1, 0}}};
+    knotwork::CurveFitOptions options;
+    options.directions = {{0.0, {-4e300, -2e300}}};
+    options.held = {{1, {-7.0, 1.0}, {0, 1}}};
+    const std::string svg = pictureOf(p, "", options);
+    EXPECT_EQ(xmlFault(svg), "");
+    EXPECT_THAT(svg,
+                testing::AllOf(HasSubstr(">one coordinate</text>"), HasSubstr(">direction</text>"),
+                               Not(HasSubstr(">met exactly"))));
+    std::vector<knotwork::PlotPoint> dots;  // two control points, then the data
+    for (std::size_t at = 0; (at = svg.find("<circle", at)) != std::string::npos; ++at) {
+        dots.push_back({});
+        std::sscanf(svg.c_str() + at, "<circle cx=\"%lf\" cy=\"%lf\"", &dots.back().x,
+                    &dots.back().y);
+    }
+    struct Line {
+        double x, y, toX, toY;
+    };
+    std::vector<Line> lines;  // the first of every mark: the bar, the arrow, the other bar
+    for (std::size_t at = 0; (at = svg.find("#c2185b", at)) != std::string::npos; ++at) {
+        Line& l = lines.emplace_back();
+        std::sscanf(svg.c_str() + svg.rfind("<path", at), "<path d=\"M%lf %lfL%lf %lf", &l.x, &l.y,
+                    &l.toX, &l.toY);
+    }
+    ASSERT_EQ(dots.size(), 6U);
+    ASSERT_EQ(lines.size(), 5U);
+    const auto expectBar = [](const Line& l, knotwork::PlotPoint middle, bool upright) {
+        EXPECT_NEAR((l.x + l.toX) / 2, middle.x, 0.011);
+        EXPECT_NEAR((l.y + l.toY) / 2, middle.y, 0.011);
+        EXPECT_EQ(l.x == l.toX, upright);
+        EXPECT_EQ(l.y == l.toY, !upright);
+    };
+    expectBar(lines[0], dots[3], true);
+    expectBar(lines[2], dots[1], false);
+    EXPECT_NEAR(lines[1].x, dots[2].x, 0.011);
+    EXPECT_NEAR(lines[1].y, dots[2].y, 0.011);
+    EXPECT_LT(lines[1].toX, lines[1].x);
+    EXPECT_NEAR(lines[1].toX - lines[1].x, -2 * (lines[1].toY - lines[1].y), 0.05);
 }
 
 TEST(CurvePictureTest, TitlesOfAnyBytesStayWellFormed)

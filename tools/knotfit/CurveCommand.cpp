@@ -136,7 +136,8 @@ void fitPoints(const CurveOptions& options)
         knotwork::writeCurveSvg(picture, curve, request.points, request.parameters,
                                 request.asked.constraints,
                                 titleOf(options.input, "degree " + std::to_string(options.degree) +
-                                                           (options.closed ? ", closed" : "")));
+                                                           (options.closed ? ", closed" : "")),
+                                fitOptions);
     });
     writeCurve(options, curve, times, files,
                options.closed ? std::optional<bool>(request.lastNearFirst) : std::nullopt);
