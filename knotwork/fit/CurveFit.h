@@ -39,7 +39,8 @@ struct CurveFitOptions : FitOptions {
 struct CurveFitReport : FitReport {
     double maxResidualAt = 0.0;  ///< the parameter of the largest residual
     /// What else is to be known of the curve, sentences' ends: a tangent that was to have a
-    /// direction and vanishes, or points the other way.
+    /// direction and vanishes, or points the other way; spans without data that hardly any
+    /// smoothing bridges.
     std::vector<std::string> remarks;
 
     // Of a smoothed fit; NaN without.

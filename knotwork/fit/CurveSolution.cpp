@@ -95,7 +95,19 @@ bool CurveSolution::chooseSmoothing()
     curve_.report.lambda = choice.lambda;
     curve_.report.effectiveDf = choice.freedom;
     curve_.report.smoothingAtEnd = choice.atEnd;
+    noteSlightSmoothing();
     return true;
+}
+
+/// Nearly clean data ask for next to no smoothing, which then is all that holds a bridge.
+void CurveSolution::noteSlightSmoothing()
+{
+    constexpr double kSlight = 0.8;  // of the freedom that there is
+    const double freedom = std::min(freeNumbers() / curve_.dimension, problem_.countedSamples());
+    const std::string gaps = whyUndetermined(problem_.basis(), problem_.spansWithData());
+    if (task_.options.autoSmoothing && !gaps.empty() &&
+        !(curve_.report.effectiveDf < kSlight * freedom))
+        curve_.report.remarks.push_back(gaps + " and are bridged with hardly any smoothing");
 }
 
 /// A system factored, if it is fixed well enough.

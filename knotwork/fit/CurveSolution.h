@@ -47,6 +47,7 @@ class CurveSolution {
   private:
     bool chooseSmoothing();
     bool solve(const CurveSystem& system);
+    void noteSlightSmoothing();
     std::optional<BandFit> fitOf(const CurveSystem& system);
     bool determined(const BandFit& fit, const CurveSystem& system);
     bool determinedSmoothed(const BandFit& atBalance, const CurveSystem& system);

@@ -247,6 +247,25 @@ void oneParameter(FitProblem& p, CurveFitOptions&)
     std::fill(p.parameters.begin(), p.parameters.end(), 0.25);
 }
 
+TEST(SmoothingTest, AGapBridgedWithHardlyAnySmoothingIsReported)
+{
+    for (const double noise : {0.0, 0.3}) {
+        SCOPED_TRACE(noise);
+        Dice dice(8);
+        FitProblem p;
+        p.basis = BsplineBasis::uniform(3, 0.0, 1.0, 20);
+        for (int i = 0; i < 60; ++i) {
+            if (i > 20 && i < 35) continue;
+            p.parameters.push_back(i / 59.0);
+            p.points.push_back(std::exp(-200.0 * std::pow(i / 59.0 - 0.3, 2)) +
+                               noise * dice.unit());
+        }
+        const FittedCurve curve = p.fit(automatic());
+        ASSERT_TRUE(curve.fits()) << curve.report.reason;
+        EXPECT_EQ(curve.report.remarks.size(), noise == 0.0 ? 1U : 0U);
+    }
+}
+
 }  // namespace
 
 TEST_P(SmoothingRefusalTest, SaysWhy)
