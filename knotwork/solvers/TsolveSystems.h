@@ -46,7 +46,8 @@ class KNOTWORK_EXPORT TsolveSystems : public TbaseSolver {
 
     knotwork::WorkingMatrix system_;
     knotwork::WorkingMatrix systemCopy_;
-    DoubleGenMat& working_ = system_.dense();  ///< empty while the system is held as spans
+    DoubleGenMat& working_ = system_.dense();         ///< empty while the system is held as spans
+    DoubleGenMat& matrixCopy_ = systemCopy_.dense();  ///< likewise
     int maxEntriesPerRow_;  // thinning happens from 1 to one less than the columns
 
     unsigned workingRows() const;
