@@ -251,8 +251,8 @@ double CurveSolution::freeNumbers() const
 {
     double numbers = 0.0;
     for (const CurveSystem& system : problem_.systems())
-        numbers += system.kinds() *
-                   (system.unknowns(curve_.report.unknowns) - double{1.0} * system.equations());
+        numbers += static_cast<double>(system.kinds()) *
+                   (system.unknowns(curve_.report.unknowns) - system.equations());
     return numbers;
 }
 
